@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+/// What the suite's original workstation offered its programs and Linux does not, or not so.
+/// The programs among it (xwsh, xconfirm, jot, a tape-aware tar) lie in the folder Zarn_tools.
+namespace platform {
+
+/// Runs `command` in the shell and waits for it; the status is that of the C library's call:
+/// 0 for success, -1 with errno set when the shell could not be started. The stand-in programs
+/// are found without the user's doing: the folder Zarn_tools beside the running program, or else
+/// where it was installed, comes first in PATH from the first call on. What this process has
+/// printed so far is flushed first, so that its output and the command's stay in order.
+int system(const char* command);
+
+/// Space that this process may still use on the file system of `directory`: blocks that its user
+/// may have, and their size in bytes. False (the results untouched) when it can't be asked.
+bool freeSpace(const char* directory, double& blocks, double& blockSize);
+
+/// The canonical absolute form of `path`: ".", "..", and symbolic links are resolved as far as
+/// the path exists; what does not exist yet is resolved by its text alone. Empty on failure
+/// (an empty path, a loop of links, no working directory).
+std::string absolutePath(const std::string& path);
+
+/// Opens the file at a fixed name in a directory that everybody may write ("/tmp", "/usr/tmp")
+/// for writing, empty and with mode 0644. Null when anything but an own regular file with no
+/// second name stands there: a link that somebody planted is never followed.
+std::FILE* openTemporary(const char* path);
+
+}  // namespace platform

@@ -1,0 +1,10 @@
+#include "support/KvTypes.h"
+
+#include <cstring>
+
+bool KvCopyText(KvText& out, std::string_view text) {
+    const std::size_t kept = text.size() < KvTextSize ? text.size() : KvTextSize - 1;
+    std::memmove(out, text.data(), kept);
+    out[kept] = '\0';
+    return kept == text.size();
+}

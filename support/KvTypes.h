@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+/// The suite's names for the simple types that cross its boundaries.
+using KvBool = int;    ///< truth value: 1 true, 0 false
+using KvInt = int;
+using KvChar = char;
+using KvFloat = float;
+
+/// Size of every text and path buffer at a boundary, the terminating zero included.
+inline constexpr std::size_t KvTextSize = 1024;
+
+/// A text buffer at a boundary: zero-terminated, at most 1023 characters of text.
+using KvText = char[KvTextSize];
+
+/// Copies `text` into `out` and terminates it; text beyond 1023 bytes is left out.
+/// Returns true when all of `text` is in `out`, false when it was cut: whoever goes on with the
+/// copy acts on that. `text` may lie in `out` itself.
+[[nodiscard]] bool KvCopyText(KvText& out, std::string_view text);

@@ -1,0 +1,78 @@
+#include "support/KvuCommand.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+bool isHarmless(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+           std::string_view("_@%+=:,./-").find(c) != std::string_view::npos;
+}
+
+std::string singleQuoted(std::string_view text) {
+    std::string quoted;
+    for (const char c : text) {
+        if (c == '\'') {
+            quoted += "'\\''";
+        } else {
+            quoted += c;
+        }
+    }
+    return quoted;
+}
+
+}  // namespace
+
+KvuShellText KvuShellWord(std::string_view text) {
+    std::string word(text);
+    if (word.starts_with('-')) word.insert(0, "./");
+    bool harmless = !word.empty();
+    for (const char c : word) harmless = harmless && isHarmless(c);
+    return {harmless ? word : "'" + singleQuoted(word) + "'"};
+}
+
+KvuShellText KvuInSingleQuotes(const KvuShellText& command) {
+    return {singleQuoted(command.text)};
+}
+
+KvuShellText KvuInDoubleQuotes(const KvuShellText& command) {
+    std::string escaped;
+    for (const char c : command.text) {
+        if (std::string_view("\"\\$`").find(c) != std::string_view::npos) escaped += '\\';
+        escaped += c;
+    }
+    return {escaped};
+}
+
+std::string KvuFillTemplate(std::string_view commandTemplate,
+                            std::initializer_list<KvuShellText> words) {
+    std::string command;
+    auto word = words.begin();
+    for (std::size_t i = 0; i < commandTemplate.size(); ++i) {
+        if (commandTemplate[i] == '%' && word != words.end()) {
+            command += (word++)->text;
+            ++i;
+        } else {
+            command += commandTemplate[i];
+        }
+    }
+    return command;
+}
+
+std::string KvuPrint(const char* format, ...) {
+    std::va_list arguments;
+    std::va_list again;
+    va_start(arguments, format);
+    va_copy(again, arguments);
+    std::string text;
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    if (length > 0) {
+        text.resize(static_cast<std::size_t>(length));
+        std::vsnprintf(text.data(), text.size() + 1, format, again);
+    }
+    va_end(again);
+    va_end(arguments);
+    return text;
+}
