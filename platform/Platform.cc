@@ -1,10 +1,14 @@
 #include "platform/Platform.h"
 
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
@@ -28,13 +32,80 @@ void putToolsIntoPath() {
     setenv("PATH", extended.c_str(), 1);
 }
 
+// While a command runs, the terminal's interrupts are for the command and SIGCHLD must not fetch
+// its status away.
+class CommandSignals {
+public:
+    CommandSignals() {
+        struct sigaction ignore = {};
+        ignore.sa_handler = SIG_IGN;
+        sigaction(SIGINT, &ignore, &interrupt_);
+        sigaction(SIGQUIT, &ignore, &quit_);
+        sigset_t child;
+        sigemptyset(&child);
+        sigaddset(&child, SIGCHLD);
+        sigprocmask(SIG_BLOCK, &child, &mask_);
+    }
+    CommandSignals(const CommandSignals&) = delete;
+    CommandSignals& operator=(const CommandSignals&) = delete;
+    ~CommandSignals() {
+        sigprocmask(SIG_SETMASK, &mask_, nullptr);
+        sigaction(SIGQUIT, &quit_, nullptr);
+        sigaction(SIGINT, &interrupt_, nullptr);
+    }
+
+    void restoreIn(posix_spawnattr_t& attributes) const {
+        sigset_t standard;
+        sigemptyset(&standard);
+        if (interrupt_.sa_handler != SIG_IGN) sigaddset(&standard, SIGINT);
+        if (quit_.sa_handler != SIG_IGN) sigaddset(&standard, SIGQUIT);
+        posix_spawnattr_setsigdefault(&attributes, &standard);
+        posix_spawnattr_setsigmask(&attributes, &mask_);
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    }
+
+private:
+    struct sigaction interrupt_ = {};
+    struct sigaction quit_ = {};
+    sigset_t mask_ = {};
+};
+
+int startShell(const char* command, const CommandSignals& signals, pid_t& shell) {
+    posix_spawnattr_t attributes;
+    if (const int error = posix_spawnattr_init(&attributes); error != 0) return error;
+    signals.restoreIn(attributes);
+    std::string name = "sh";
+    std::string option = "-c";
+    std::string text = command;
+    char* const arguments[] = {name.data(), option.data(), text.data(), nullptr};
+    const int error = posix_spawn(&shell, "/bin/sh", nullptr, &attributes, arguments, environ);
+    posix_spawnattr_destroy(&attributes);
+    return error;
+}
+
+// The C library's own call answers 127 instead of -1 when no process could be made.
+int runShell(const char* command) {
+    const CommandSignals signals;
+    pid_t shell = 0;
+    if (const int error = startShell(command, signals, shell); error != 0) {
+        errno = error;
+        return -1;
+    }
+    int status = 0;
+    pid_t ended;
+    do {
+        ended = waitpid(shell, &status, 0);
+    } while (ended < 0 && errno == EINTR);
+    return ended == shell ? status : -1;
+}
+
 }  // namespace
 
 int system(const char* command) {
     [[maybe_unused]] static const bool once = (putToolsIntoPath(), true);
     std::fflush(stdout);
     std::fflush(stderr);
-    return std::system(command);
+    return runShell(command);
 }
 
 bool freeSpace(const char* directory, double& blocks, double& blockSize) {
@@ -72,6 +143,14 @@ std::FILE* openTemporary(const char* path) {
         return nullptr;
     }
     return fdopen(file, "w");
+}
+
+bool prepareTemporary(const char* path) {
+    const std::string folder = fs::path(path).parent_path().string();
+    // Whatever the umask says, a folder for everybody is for everybody.
+    if (mkdir(folder.c_str(), 01777) == 0 && chmod(folder.c_str(), 01777) != 0) return false;
+    std::FILE* const file = openTemporary(path);
+    return file != nullptr && std::fclose(file) == 0;
 }
 
 }  // namespace platform

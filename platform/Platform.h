@@ -7,11 +7,11 @@
 /// The programs among it (xwsh, xconfirm, jot, a tape-aware tar) lie in the folder Zarn_tools.
 namespace platform {
 
-/// Runs `command` in the shell and waits for it; the status is that of the C library's call:
-/// 0 for success, -1 with errno set when the shell could not be started. The stand-in programs
-/// are found without the user's doing: the folder Zarn_tools beside the running program, or else
-/// where it was installed, comes first in PATH from the first call on. What this process has
-/// printed so far is flushed first, so that its output and the command's stay in order.
+/// Runs `command` in the shell and waits for it; the status is that of waitpid: 0 for success,
+/// -1 with errno set (EAGAIN: no process to be had) when the shell could not be started. The
+/// stand-in programs are found without the user's doing: the folder Zarn_tools beside the running
+/// program, or else where it was installed, comes first in PATH from the first call on. What this
+/// process has printed so far is flushed first, so that its output and the command's stay in order.
 int system(const char* command);
 
 /// Space that this process may still use on the file system of `directory`: blocks that its user
@@ -27,5 +27,11 @@ std::string absolutePath(const std::string& path);
 /// for writing, empty and with mode 0644. Null when anything but an own regular file with no
 /// second name stands there: a link that somebody planted is never followed.
 std::FILE* openTemporary(const char* path);
+
+/// Makes sure that a command may write to the fixed name `path` safely: the file is there, empty
+/// and as `openTemporary` demands, and in a sticky folder nobody else can change that. A missing
+/// folder ("/usr/tmp" on most systems) is made with mode 1777 if this process may. False when it
+/// can't be had: the name must not be used then.
+bool prepareTemporary(const char* path);
 
 }  // namespace platform
