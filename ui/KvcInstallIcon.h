@@ -1,0 +1,8 @@
+#pragma once
+
+#include <X11/Intrinsic.h>
+
+/// Opens the icon dialog: shows it, lists the machine's users, names the edition in its heading,
+/// and asks whether to install the desktop icons. It returns when that question is answered; the
+/// dialog stays open. The arguments are not looked at: the engine calls it with nulls.
+void KvcInstallIcon(Widget w, XtPointer clientData, XtPointer callData);
