@@ -25,12 +25,14 @@ std::string singleQuoted(std::string_view text) {
 
 }  // namespace
 
+KvuShellText KvuShellArgument(std::string_view text) {
+    bool harmless = !text.empty();
+    for (const char c : text) harmless = harmless && isHarmless(c);
+    return {harmless ? std::string(text) : "'" + singleQuoted(text) + "'"};
+}
+
 KvuShellText KvuShellWord(std::string_view text) {
-    std::string word(text);
-    if (word.starts_with('-')) word.insert(0, "./");
-    bool harmless = !word.empty();
-    for (const char c : word) harmless = harmless && isHarmless(c);
-    return {harmless ? word : "'" + singleQuoted(word) + "'"};
+    return KvuShellArgument(text.starts_with('-') ? "./" + std::string(text) : std::string(text));
 }
 
 KvuShellText KvuInSingleQuotes(const KvuShellText& command) {

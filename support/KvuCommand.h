@@ -22,6 +22,9 @@ struct KvuShellText {
 /// "./" in front, so that no program takes a file's name for an option.
 [[nodiscard]] KvuShellText KvuShellWord(std::string_view text);
 
+/// The same for an argument, in which a leading "-" stays what it is.
+[[nodiscard]] KvuShellText KvuShellArgument(std::string_view text);
+
 /// Returns `command` in the form that it must have between the single quotes of another command:
 /// the quoting shell hands `command` on unchanged.
 [[nodiscard]] KvuShellText KvuInSingleQuotes(const KvuShellText& command);
@@ -54,7 +57,9 @@ private:
 [[nodiscard]] std::string KvuFillTemplate(std::string_view commandTemplate,
                                           std::initializer_list<KvuShellText> words);
 
-[[nodiscard]] inline KvuShellText KvuShellPiece(const KvuShellText& piece) { return piece; }
+[[nodiscard]] inline KvuShellText KvuShellPiece(const KvuShellText& piece) {
+    return piece;
+}
 [[nodiscard]] inline KvuShellText KvuShellPiece(std::string_view piece) {
     return KvuShellWord(piece);
 }
