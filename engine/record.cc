@@ -1,0 +1,207 @@
+#include <Xm/ToggleB.h>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "engine/KvmInstallMgr.h"
+#include "engine/KvmInternal.h"
+#include "motif/KvcUtil.h"
+#include "support/KvuOwners.h"
+#include "ui/KviInstall.h"
+
+KvText KvmInstallMgr::_progName;
+KvmInstallInfo KvmInstallMgr::_info;
+KvText KvmInstallMgr::_infoFile;
+int KvmInstallMgr::_isRoot = 0;
+
+namespace {
+
+// A name that does not fit would name another file: better none at all.
+void chooseRecord(const std::string& path) {
+    if (KvCopyText(KvmInstallMgr::_infoFile, path)) return;
+    std::fprintf(stderr, "The path of the installation record is too long: %s\n", path.c_str());
+    KvmInstallMgr::_infoFile[0] = '\0';
+}
+
+// Only a regular file can be a record: a directory at its place must not be read, let alone be
+// deleted as a record that went stale.
+KvuFile openRecord() {
+    const int file = open(KvmInstallMgr::_infoFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (file < 0) return nullptr;
+    struct stat status;
+    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) return KvuFile(fdopen(file, "r"));
+    ::close(file);
+    return nullptr;
+}
+
+using Words = std::array<std::string_view, 3>;
+
+// The first three words of a line; quotes are ordinary characters here, unlike in what users type.
+Words wordsOf(std::string_view line) {
+    Words words;
+    for (std::string_view& word : words) {
+        const auto start = line.find_first_not_of(" \t");
+        if (start == std::string_view::npos) break;
+        line.remove_prefix(start);
+        word = line.substr(0, line.find_first_of(" \t"));
+        line.remove_prefix(word.size());
+    }
+    return words;
+}
+
+void takeProgram(std::string_view program) {
+    for (int i = 0; i < static_cast<int>(std::size(KvmInstallProduct)); ++i) {
+        if (program != KvmInstallProduct[i].program) continue;
+        KvmInstallMgr::_info.product = i;
+        break;
+    }
+    KvmInstallMgr::setProductUI();
+}
+
+void takeValue(KvText& field, std::string_view value) {
+    // A word of a line of 1023 characters always fits.
+    static_cast<void>(KvCopyText(field, value));
+}
+
+void takeLine(std::string_view line) {
+    KvmInstallInfo& info = KvmInstallMgr::_info;
+    const auto [mark, key, value] = wordsOf(line);
+    if (mark != "#" || value.empty()) return;
+    if (key == "VERSION:") takeValue(info.version, value);
+    if (key == "DATE:") takeValue(info.date, value);
+    if (key == "PROGRAM:") takeProgram(value);
+    if (key == "PATH:") takeValue(info.path, value);
+    if (key == "HOST:") takeValue(info.installHostname, value);
+}
+
+void readLines(std::FILE* record) {
+    KvText line;
+    while (std::fgets(line, sizeof line, record) != nullptr) {
+        const std::size_t length = std::strlen(line);
+        if (length > 1) takeLine({line, length - 1});
+    }
+}
+
+void readSubsystems() {
+    const std::string folder = KvmSubsystemFolder();
+    for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
+        row.installed = KvuSystem::fileExists(folder.c_str(), row.directory, 0);
+        row.selected = row.installed;
+        XmToggleButtonSetState(row.getWidget(), row.selected ? True : False, False);
+    }
+}
+
+}  // namespace
+
+std::string KvmHome() {
+    const char* home = std::getenv("HOME");
+    if (home != nullptr && *home != '\0') return home;
+    const struct passwd* user = getpwuid(getuid());
+    return user != nullptr ? user->pw_dir : "/";
+}
+
+std::string KvmSubsystemFolder() {
+    return KvuPrint("%s/%s/%s", KvmInstallMgr::_info.path, kvmSystem, kvmSubsystems);
+}
+
+bool KvmWriteRecord(const std::string& place) {
+    KvText date;
+    KvText host;
+    KvuSystem::getDate(date);
+    getHostName(host);
+    std::FILE* record = std::fopen(KvmInstallMgr::_infoFile, "w");
+    if (record == nullptr) return false;
+    takeValue(KvmInstallMgr::_info.installHostname, host);
+    std::fprintf(record, "# DO NOT MODIFY THIS FILE MANUALLY\n");
+    std::fprintf(record, "# \n");
+    std::fprintf(record, "# PROGRAM: %s\n", KvmInstallMgr::getProductName());
+    std::fprintf(record, "# \n");
+    std::fprintf(record, "# VERSION: %s\n", kvmVersion);
+    std::fprintf(record, "# DATE:    %s\n", date);
+    std::fprintf(record, "# PATH:    %s\n", place.c_str());
+    std::fprintf(record, "# HOST:    %s\n", host);
+    std::fprintf(record, "# \n");
+    const bool failed = std::ferror(record) != 0;
+    if (std::fclose(record) == 0 && !failed) return true;
+    // Half a record would be taken for a whole one at the next start.
+    unlink(KvmInstallMgr::_infoFile);
+    return false;
+}
+
+int KvmInstallMgr::checkIfRoot() {
+    if (KvmRun("id | grep root >/dev/null")) _isRoot = 1;
+    chooseRecord(_isRoot ? "/usr/lib/.Zarn_inst" : KvuPrint("%s/%s", KvmHome().c_str(), kvmRecord));
+    return _isRoot;
+}
+
+int KvmInstallMgr::getInstallInfo() {
+    const KvuFile record = openRecord();
+    if (!record) return 0;
+    readLines(record.get());
+    if (!KvuSystem::fileExists(_info.path, kvmSystem, 0)) {
+        KvcUserError(
+            "Could not locate Zarn system files in\npreviously installed Zarn system location:\n",
+            _info.path);
+        KvuSystem::rm(_infoFile, 1);
+        return 0;
+    }
+    readSubsystems();
+    _info.installed = 1;
+    return 1;
+}
+
+int KvmInstallMgr::setInstallInfo(const char* location) {
+    const KvmInstallInfo before = _info;
+    const std::string recordBefore = _infoFile;
+    const std::string place = KvuSystem::dirname(location);
+    const std::string record = KvuPrint("%s/%s/resources/%s", place.c_str(), kvmSystem, kvmRecord);
+    const bool fits = KvCopyText(_info.path, place) && KvCopyText(_infoFile, record);
+    const bool found = fits && openRecord() != nullptr;
+    if (found && getInstallInfo()) {
+        init();
+        info(kviInstallSystemMsg, KvuPrint("%s Version %s is currently installed on '%s'",
+                                           getProductName(), _info.version, _info.installHostname)
+                                      .c_str());
+        return 1;
+    }
+    if (!found) KvcUserError("Could not find an installed Zarn system in:\n", location);
+    // The session goes on with what it knew, or an installation would be recorded in that place.
+    _info = before;
+    chooseRecord(recordBefore);
+    init();
+    return 0;
+}
+
+int KvmInstallMgr::isInstalled(Widget) {
+    return _info.installed;
+}
+
+int KvmInstallMgr::installedInThisSession() {
+    return _info.installedInThisSession;
+}
+
+int KvmInstallMgr::isRunningOnServer() {
+    KvText host;
+    getHostName(host);
+    return std::strcmp(host, _info.installHostname) == 0;
+}
+
+char* KvmInstallMgr::getPath() {
+    return _info.path;
+}
+
+char* KvmInstallMgr::getInstallHostname() {
+    return _info.installHostname;
+}
+
+void getHostName(KvText& host) {
+    if (!KvuSystem::gethostname(host)) takeValue(host, "unknown");
+}
