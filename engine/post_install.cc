@@ -1,0 +1,121 @@
+#include <Xm/List.h>
+#include <Xm/TextF.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "builder/KviOwners.h"
+#include "engine/KvmInstallMgr.h"
+#include "engine/KvmInternal.h"
+#include "support/KvuString.h"
+#include "ui/KviInstall.h"
+
+namespace {
+
+constexpr const char* translatorPage = "http://www.zarn.example/translators.html";
+
+constexpr std::string_view kvInvalidUser[] = {"sysadm", "diag", "daemon", "bin",    "uucp", "sys",
+                                              "adm",    "lp",   "nuucp",  "nobody", "lpr"};
+
+KvText homeDir;
+
+bool isSystemAccount(std::string_view name) {
+    return std::find(std::begin(kvInvalidUser), std::end(kvInvalidUser), name) !=
+           std::end(kvInvalidUser);
+}
+
+// The lines of the password file that name a user; empty, after an error, when it can't be read.
+std::vector<std::string> passwordLines() {
+    std::vector<std::string> lines;
+    std::ifstream file("/etc/passwd");
+    if (!file) KvmFail("Could not open /etc/passwd system file.\nAre you running as super-user?");
+    for (std::string line; std::getline(file, line);)
+        if (line.find(':') != std::string::npos) lines.push_back(line);
+    return lines;
+}
+
+std::string loginName(const std::string& line) {
+    return line.substr(0, line.find(':'));
+}
+
+// The text between the fifth and the sixth colon; false when there are not as many.
+bool homeField(const std::string& line, KvText& home) {
+    if (KvuString::characterCt(line.c_str(), ':') < 6) return false;
+    std::size_t start = 0;
+    for (int colon = 0; colon < 5; ++colon) start = line.find(':', start) + 1;
+    return KvCopyText(home, std::string_view(line).substr(start, line.find(':', start) - start));
+}
+
+}  // namespace
+
+int KvmInstallMgr::installIcon_icon() {
+    const KviText path(XmTextFieldGetString(kviInstallIconPath));
+    if (!path || *path == '\0') return 0;
+    const int linked = KvmRun("ln -s %s/%s %s", "/usr/sbin", getProductName(), path.get());
+    if (!linked) KvcUserError("Could not write to: ", path.get());
+    info(kviInstallSystemMsg, "Installed ", getProductName(), " in ", path.get());
+    return linked;
+}
+
+int KvmInstallMgr::installDesktop() {
+    if (KvcUserConfirm(2, yesNo, "Do you want to install Indigo Magic desktop icons?") != 0)
+        return 0;
+    info(kviInstallSystemMsg, "Installing desktop icons, please wait...");
+    if (!KvmRun("%s/%s/bin/%s %s %s", _info.path, kvmSystem, "Zarn.installDesktop", _info.path,
+                getProductName()))
+        return 0;
+    return KvcUserInfo(
+        "Successfully installed desktop icons. These icons\nwill show up on your desktop when you "
+        "log out and\nlog back in.");
+}
+
+int KvmInstallMgr::installTranslators() {
+    if (KvuSystem::fileExists("/usr/sbin", "ObjToIv", 0)) return 1;
+    if (KvcUserConfirm(
+            2, yesNo,
+            "The following OpenInventor translators can be downloaded\nfrom SGI's public domain "
+            "site and used in Zarn:\n\nAutodesk DXF -> OpenInventor\nWavefront obj -> "
+            "OpenInventor\nSOFTIMAGE -> OpenInventor\n3D Studio -> OpenInventor\nIGES -> "
+            "OpenInventor\nAlias -> OpenInventor\nOpenInventor -> Renderman rib\n\nDownload these "
+            "translators now?\n(Requires Netscape 1.1N or higher)") != 0)
+        return KvcUserInfo(
+            "Alright, if you'd like to install the translators at a later point,\nplease refer "
+            "to ",
+            translatorPage, " for more information.");
+    if (KvmRun("%s/%s/bin/%s &", _info.path, kvmSystem, "Zarn.installTranslators")) return 1;
+    return KvmFail("Could not run Netscape on this system. Please refer to\n", translatorPage,
+                   " for information\n on downloading these translators.");
+}
+
+int KvmInstallMgr::listUsers() {
+    XmListDeleteAllItems(kviInstallUserList);
+    for (const std::string& line : passwordLines()) {
+        std::string name = loginName(line);
+        if (isSystemAccount(name)) continue;
+        const KviXmString item(XmStringCreate(name.data(), XmSTRING_DEFAULT_CHARSET));
+        XmListAddItem(kviInstallUserList, item.get(), 0);
+    }
+    return 1;
+}
+
+int KvmInstallMgr::selectUser(const char* name) {
+    char* home = getHomeDir(name);
+    if (home == nullptr) return 0;
+    XmTextFieldSetString(kviInstallIconPath, home);
+    return 1;
+}
+
+char* KvmInstallMgr::getHomeDir(const char* name) {
+    for (const std::string& line : passwordLines())
+        if (loginName(line) == name && homeField(line, homeDir)) return homeDir;
+    return nullptr;
+}
+
+int KvmInstallMgr::runApp() {
+    return KvmChangeDirectory(KvmHome()) &&
+           KvmRun("(touch .zarnRunning; ./Zarn; rm .zarnRunning) &");
+}

@@ -1,0 +1,84 @@
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <string>
+
+#include "engine/KvmInstallMgr.h"
+#include "engine/KvmInternal.h"
+#include "motif/KvcUtil.h"
+#include "ui/KviInstall.h"
+
+namespace {
+
+constexpr const char* removeSub[] = {"Marked subsystems", "Entire Zarn system"};
+
+bool isOwnDirectory(const std::string& path) {
+    struct stat entry;
+    return lstat(path.c_str(), &entry) == 0 && S_ISDIR(entry.st_mode);
+}
+
+// A product tree or subsystem folder that is a link leads out of the installed tree.
+bool removeDirectory(const std::string& folder, const char* directory) {
+    const std::string tree = KvuPrint("%s/%s", KvmInstallMgr::_info.path, kvmSystem);
+    return isOwnDirectory(tree) && isOwnDirectory(folder) &&
+           KvmRun("rm -rf %s/%s", folder, directory);
+}
+
+// Removes the row's subsystem if the user agrees; true when it is gone.
+bool removeSubsystem(KvmInstallSubsystemRow& row, const std::string& folder) {
+    if (KvcUserConfirm(2, yesNo, "Remove subsystem '", row.label, "'?") != 0) return false;
+    const bool removed = removeDirectory(folder, row.directory);
+    if (removed) {
+        std::printf("Removed subsystem [%s]\n", row.label);
+        std::fflush(stdout);
+    } else {
+        KvcUserError("Error: could not remove subsystem \"", row.label, "\"");
+    }
+    row.installed = 0;
+    KvmSetForeground(row.getWidget(), "Black");
+    return removed;
+}
+
+}  // namespace
+
+int KvmInstallMgr::removeSubsystems() {
+    const std::string folder = KvmSubsystemFolder();
+    std::string summary;
+    for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
+        if (row.selected || !KvuSystem::fileExists(folder.c_str(), row.directory, 0)) continue;
+        if (removeSubsystem(row, folder)) summary = KvuPrint("%s\n%s", summary.c_str(), row.label);
+    }
+    if (!summary.empty())
+        KvcUserInfo("Successfully removed the following subsystems:\n\n", summary.c_str());
+    _info.subsystemsRemoved = 0;
+    return 1;
+}
+
+int KvmInstallMgr::removeAll() {
+    const std::string home = KvmHome();
+    if (KvuSystem::fileExists(home.c_str(), ".zarnRunning", 0))
+        return KvmFail("Zarn is currently running.\nExit the program before removing Zarn_system");
+    const std::string tree = KvuPrint("%s/%s", _info.path, kvmSystem);
+    if (!KvmRun("rm -f %s", _infoFile)) return KvmFail("Can't remove ", _infoFile);
+    info(kviInstallSystemMsg, "Removing Zarn system ...\a");
+    if (!KvmRun("%s/Zarn_system/bin/Zarn.install -r %s/%s", _info.path, _info.path, kvmSystem))
+        return KvmFail("Can't remove ", tree.c_str());
+    KvmRun("rm -f %s/%s %s/%s", home, getProductName(), "/usr/sbin", getProductName());
+    _info.installed = 0;
+    info(kviInstallSystemMsg, "Removed ", _info.path, "/Zarn_system\a");
+    return 1;
+}
+
+int KvmInstallMgr::remove() {
+    if (!_info.installed) return KvmFail("Zarn is not installed on this system!");
+    if (_info.subsystemsRemoved &&
+        KvcUserConfirm(2, removeSub,
+                       "Some subsystems have been marked for removal. Do you want to\nremove just "
+                       "those subsystems, or do you want the entire\nZarn system removed?") == 0)
+        return removeSubsystems();
+    if (KvcUserConfirm(2, yesNo,
+                       "Are you sure you want to remove the currently\ninstalled Zarn system in ",
+                       _info.path, "?") != 0)
+        return 0;
+    return removeAll();
+}
