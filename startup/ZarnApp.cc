@@ -1,0 +1,139 @@
+#include "startup/ZarnApp.h"
+
+#include <X11/Shell.h>
+#include <X11/StringDefs.h>
+#include <Xm/AtomMgr.h>
+#include <Xm/Protocols.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "platform/Platform.h"
+#include "startup/logo.h"
+#include "support/KvuCommand.h"
+#include "support/KvuOwners.h"
+#include "support/KvuSystem.h"
+
+KvText appDefaultsFile;
+
+static const char* const appDefaults = R"(
+! General
+
+*sgiMode:                                    True
+
+! Fonts
+
+*XmLabel*fontList:                           -*-helvetica-bold-r-normal-*-14-*-*-*-*-*-iso8859-1
+*XmLabelGadget*fontList:                     -*-helvetica-bold-r-normal-*-14-*-*-*-*-*-iso8859-1
+*XmScale*fontList:                           -*-helvetica-bold-r-normal-*-14-*-*-*-*-*-iso8859-1
+*XmBulletinBoard*labelFontList:              -*-helvetica-bold-r-normal-*-14-*-*-*-*-*-iso8859-1
+*XmPushButton*fontList:                      -*-helvetica-medium-r-normal-*-14-*-*-*-*-*-iso8859-1
+*XmPushButtonGadget*fontList:                -*-helvetica-medium-r-normal-*-14-*-*-*-*-*-iso8859-1
+*XmIconGadget*fontList:                      -*-helvetica-medium-r-normal-*-14-*-*-*-*-*-iso8859-1
+*XmBulletinBoard*buttonFontList:             -*-helvetica-medium-r-normal-*-14-*-*-*-*-*-iso8859-1
+*XmToggleButton*fontList:                    -*-helvetica-medium-r-normal-*-14-*-*-*-*-*-iso8859-1
+*XmToggleButtonGadget*fontList:              -*-helvetica-medium-r-normal-*-14-*-*-*-*-*-iso8859-1
+*optionMenu*fontList:                        -*-helvetica-medium-r-normal-*-14-*-*-*-*-*-iso8859-1
+*XmMenuShell*XmPushButton*fontList:          -*-helvetica-bold-o-normal-*-14-*-*-*-*-*-iso8859-1
+*XmMenuShell*XmLabelGadget*fontList:         -*-helvetica-bold-o-normal-*-14-*-*-*-*-*-iso8859-1
+*XmMenuShell*XmPushButtonGadget*fontList:    -*-helvetica-bold-o-normal-*-14-*-*-*-*-*-iso8859-1
+*XmMenuShell*XmCascadeButton*fontList:       -*-helvetica-bold-o-normal-*-14-*-*-*-*-*-iso8859-1
+*XmMenuShell*XmCascadeButtonGadget*fontList: -*-helvetica-bold-o-normal-*-14-*-*-*-*-*-iso8859-1
+*XmMenuShell*XmToggleButton*fontList:        -*-helvetica-bold-o-normal-*-14-*-*-*-*-*-iso8859-1
+*XmMenuShell*XmToggleButtonGadget*fontList:  -*-helvetica-bold-o-normal-*-14-*-*-*-*-*-iso8859-1
+*XmList*fontList:                            -*-helvetica-medium-r-normal-*-14-*-*-*-*-*-iso8859-1
+*XmText.fontList:                            -*-lucidatypewriter-medium-r-*-*-14-*-*-*-*-*-iso8859-1
+*XmTextField.fontList:                       -*-lucidatypewriter-medium-r-*-*-14-*-*-*-*-*-iso8859-1
+
+! Margins and spacing
+
+*XmPushButton*marginHeight:                  4
+*XmPushButton*marginWidth:                   7
+*XmList*listMarginWidth:                     3
+*menuBar*marginHeight:                       1
+*menuBar.marginHeight:                       0
+*menuBar*marginLeft:                         1
+*menuBar.spacing:                            7
+*XmMenuShell*marginLeft:                     3
+*XmMenuShell*marginRight:                    4
+*XmMenuShell*XmToggleButtonGadget*spacing:   2
+*XmMenuShell*XmToggleButtonGadget*marginHeight: 0
+*XmMenuShell*XmToggleButtonGadget*indicatorSize: 10
+*XmMenuShell*XmLabelGadget*marginHeight:     4
+*XmToggleButtonGadget*spacing:               4
+*XmToggleButton*spacing:                     4
+*XmScrolledWindow*spacing:                   0
+*XmScrollBar*foreground:                     gray
+*XmScrollBar*width:                          18
+*XmScrollBar*height:                         18
+*XmScale*scaleHeight:                        20
+*XmText*marginHeight:                        4
+
+! Colours
+
+*foreground:                                 Black
+*background:                                 #c1c1c1
+*XmList*background:                          #999999
+*XmPushButton*background:                    #adadad
+*XmText.background:                          #c19797
+*XmTextField.background:                     #c19797
+*XmSelectionBox*background:                  #c1c1c1
+*XmSelectionBox*XmText*background:           #c19797
+*XmMessageBox*background:                    #c1c1c1
+*fillOnSelect:                               True
+*visibleWhenOff:                             True
+*selectColor:                                red
+
+! Keyboard-traversal highlight
+
+*XmText*highlightColor:                      Black
+*XmTextField*highlightColor:                 Black
+*XmPushButton*highlightColor:                Black
+*XmText*highlightThickness:                  1
+*XmTextField*highlightThickness:             1
+*XmPushButton*highlightThickness:            1
+*highlightThickness:                         0
+
+! Main shell position
+
+*install.geometry:                           +80+50
+)";
+
+void ZarnAppInit(const char* name) {
+    appDefaultsFile[0] = '\0';
+    if (!KvCopyText(appDefaultsFile, KvuPrint("/tmp/%s", name))) appDefaultsFile[0] = '\0';
+    KvuFile file(platform::openTemporary(appDefaultsFile));
+    if (!file) {
+        appDefaultsFile[0] = '\0';
+        return;
+    }
+    std::fprintf(file.get(), "%s", appDefaults);
+    file.reset();
+    // The toolkit keeps looking there for as long as the process lives: putenv keeps the pointer.
+    static char searchPath[] = "XFILESEARCHPATH=/usr/lib/X11/app-defaults/%N:/tmp/%N";
+    putenv(searchPath);
+    // A display that can't be opened ends the process before anybody closes.
+    std::atexit(ZarnAppClose);
+}
+
+void ZarnAppClose() {
+    if (appDefaultsFile[0] == '\0') return;
+    KvuSystem::system(KvuCommand("rm -f %s", appDefaultsFile).text.c_str(), 1);
+    appDefaultsFile[0] = '\0';
+}
+
+void ZarnAppSetIcon(Widget shell) {
+    const Pixmap logo = XCreateBitmapFromData(XtDisplay(shell), RootWindowOfScreen(XtScreen(shell)),
+                                              reinterpret_cast<const char*>(logoBW_bmp_bits),
+                                              logoBW_bmp_width, logoBW_bmp_height);
+    Arg icon{const_cast<char*>(XtNiconPixmap), static_cast<XtArgVal>(logo)};
+    XtSetValues(shell, &icon, 1);
+}
+
+void ZarnAppSetCloseCB(Widget shell, XtCallbackProc callback) {
+    ZarnAppSetIcon(shell);
+    Display* display = XtDisplay(shell);
+    const Atom closing = XmInternAtom(display, const_cast<char*>("WM_DELETE_WINDOW"), False);
+    const Atom protocols = XmInternAtom(display, const_cast<char*>("WM_PROTOCOLS"), False);
+    XmAddProtocolCallback(shell, protocols, closing, callback, nullptr);
+}

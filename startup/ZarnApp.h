@@ -1,0 +1,26 @@
+#pragma once
+
+#include <X11/Intrinsic.h>
+
+#include "support/KvTypes.h"
+
+/// Gives an application of the suite its look without an installed resource file.
+
+/// Path of the generated defaults file; empty when there is none (before ZarnAppInit, after
+/// ZarnAppClose, and when it could not be written).
+extern KvText appDefaultsFile;
+
+/// Writes the defaults for the application class `name` into "/tmp/<name>" and makes the toolkit
+/// look there, behind the system's own app-defaults directory. To be called before the toolkit is
+/// initialised with that class. When the file can't be written, or something that is not the
+/// user's own stands in its place, nothing happens: the application runs with what the system has.
+void ZarnAppInit(const char* name);
+
+/// Deletes the defaults file, if there is one. To be called once the toolkit has read it.
+void ZarnAppClose();
+
+/// Makes the suite's logo the icon of a top-level `shell`. The bitmap is never freed.
+void ZarnAppSetIcon(Widget shell);
+
+/// The same, and calls `callback` (client data null) when the window manager asks `shell` to close.
+void ZarnAppSetCloseCB(Widget shell, XtCallbackProc callback);
