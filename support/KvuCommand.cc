@@ -23,6 +23,15 @@ std::string singleQuoted(std::string_view text) {
     return quoted;
 }
 
+std::string escaped(std::string_view text, std::string_view special) {
+    std::string result;
+    for (const char c : text) {
+        if (special.find(c) != std::string_view::npos) result += '\\';
+        result += c;
+    }
+    return result;
+}
+
 }  // namespace
 
 KvuShellText KvuShellArgument(std::string_view text) {
@@ -40,12 +49,11 @@ KvuShellText KvuInSingleQuotes(const KvuShellText& command) {
 }
 
 KvuShellText KvuInDoubleQuotes(const KvuShellText& command) {
-    std::string escaped;
-    for (const char c : command.text) {
-        if (std::string_view("\"\\$`").find(c) != std::string_view::npos) escaped += '\\';
-        escaped += c;
-    }
-    return {escaped};
+    return {escaped(command.text, "\"\\$`")};
+}
+
+KvuShellText KvuForCsh(const KvuShellText& command) {
+    return {escaped(command.text, "!\n")};
 }
 
 std::string KvuFillTemplate(std::string_view commandTemplate,

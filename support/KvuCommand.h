@@ -32,6 +32,10 @@ struct KvuShellText {
 /// The same for a command between the double quotes of another command.
 [[nodiscard]] KvuShellText KvuInDoubleQuotes(const KvuShellText& command);
 
+/// The same for a command that csh is to run: unlike other shells it looks for "!" and for the end
+/// of the line within single quotes, too.
+[[nodiscard]] KvuShellText KvuForCsh(const KvuShellText& command);
+
 /// A command template, checked at compile time. REQUIRES: a string literal.
 template <typename... Pieces>
 class KvuTemplate {
