@@ -1,15 +1,23 @@
 #pragma once
 
+/// Why a program is leaving, as its exit callback is told.
+inline constexpr int KvuExitTypeOrdinary = 0;  ///< by itself
+inline constexpr int KvuExitTypeFatal = 2;     ///< after a fatal error or a crash signal
+inline constexpr int KvuExitTypeKilled = 3;    ///< after a termination signal
+
+/// Handler of the crash signals: `KvuExit::fatalError` without text.
+void KvuExitCoreDump(int signal, ...);
+
+/// Handler of the termination signals: leaves as killed, with code -1.
+void KvuExitKilled(...);
+
 /// One way out of a program: a report of fatal errors, handlers for crash and termination signals,
 /// and a callback of the program that runs in place of the process's end. Nothing is caught before
 /// `initClass`; `exit` and `fatalError` work without it.
 ///
-/// Whatever runs here may run inside a signal handler and uses only calls that are safe there. The
-/// callback may, too, when its `exitType` is `KvuExitTypeFatal` or `KvuExitTypeKilled`.
-inline constexpr int KvuExitTypeOrdinary = 0;  ///< the program leaves by itself
-inline constexpr int KvuExitTypeFatal = 2;     ///< a fatal error or a crash
-inline constexpr int KvuExitTypeKilled = 3;    ///< a termination signal
-
+/// Whatever runs here may run inside a signal handler and makes only calls that are safe there. The
+/// callback must do the same when it is told `KvuExitTypeFatal` or `KvuExitTypeKilled`; when it
+/// returns, the interrupted code goes on.
 class KvuExit {
 public:
     KvuExit() = delete;
@@ -32,10 +40,12 @@ public:
     /// with `code`, the ordinary way; inside a signal handler without exit functions and without
     /// flushing any streams.
     static void exit(int code);
+
+private:
+    friend void KvuExitKilled(...);
+
+    static int _exitType;      ///< why the program is leaving, one of the values above
+    static int _inFatalError;  ///< 1 from the first fatal error on
+    static void (*_exitCB)(void*, int, int);
+    static void* _userData;
 };
-
-/// Handler of the crash signals: a fatal error without text.
-void KvuExitCoreDump(int signal, ...);
-
-/// Handler of the termination signals: leaves as killed, with code -1.
-void KvuExitKilled(...);
