@@ -95,4 +95,9 @@ public:
     /// Joins the arguments, leaving out null ones, in a buffer of the class. When they come to
     /// more than 1023 characters the result is `a` alone (null: ""), cut to 1023.
     static const char* concatStrings(const char* a, const char* b, const char* c, const char* d);
+
+private:
+    static KvText pline;    ///< the line that the words of the last parseLine lie in
+    static KvText nice;     ///< the last name made nice
+    static KvText cstring;  ///< the last concatenation
 };
