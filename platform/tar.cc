@@ -1,1 +1,330 @@
-int main() { return 1; }
+// The tar that the installer's commands mean. A first installation names every wanted subsystem to
+// each archive of a distribution in several archives; System V's tar passes over the members that
+// an archive does not hold, GNU tar calls that a failure. This program keeps System V's manners on
+// top of the system's GNU tar for "tar xvof ARCHIVE MEMBER..."; everything else it hands straight
+// on. Success is GNU tar's own, or an extraction that lacked nothing but some of the named members.
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Words = std::vector<std::string>;
+
+constexpr int fatalStatus = 2;  // GNU tar's own status for errors
+constexpr int notFoundStatus = 127;
+
+void print(std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
+        if (written < 0 && errno != EINTR) return;
+        if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+struct Extraction {
+    std::string key;
+    std::string archive;
+    Words members;
+};
+
+// Only plain extractions are ours; a key with letters beyond these has wishes that GNU tar knows.
+std::optional<Extraction> extractionOf(const Words& words) {
+    if (words.size() < 3) return std::nullopt;
+    const std::string& key = words[1];
+    const bool plain = key.find_first_not_of("xvofpmk") == std::string::npos &&
+                       key.find('x') != std::string::npos && std::ranges::count(key, 'f') == 1;
+    if (!plain) return std::nullopt;
+    return Extraction{key, words[2], {words.begin() + 3, words.end()}};
+}
+
+// Behind the last mention of our own folder, so that two copies of this program in PATH never run
+// each other in turn. Relative folders are left out: this runs as the super-user anywhere.
+Words searchFolders(const fs::path& own) {
+    std::error_code error;
+    Words folders;
+    const char* path = std::getenv("PATH");
+    std::istringstream list(path != nullptr ? path : "");
+    for (std::string folder; std::getline(list, folder, ':');) {
+        if (fs::equivalent(folder, own, error)) {
+            folders.clear();
+        } else if (folder.starts_with('/')) {
+            folders.push_back(folder);
+        }
+    }
+    folders.insert(folders.end(), {"/usr/bin", "/bin"});
+    return folders;
+}
+
+std::string systemTar() {
+    std::error_code error;
+    const fs::path self = fs::read_symlink("/proc/self/exe", error);
+    for (const std::string& folder : searchFolders(self.parent_path())) {
+        const std::string tar = folder + "/tar";
+        const bool usable = fs::is_regular_file(tar, error) && access(tar.c_str(), X_OK) == 0;
+        if (usable && !fs::equivalent(tar, self, error)) return tar;
+    }
+    return {};
+}
+
+[[noreturn]] void become(const std::string& program, const Words& words) {
+    std::vector<char*> arguments;
+    for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
+    arguments.push_back(nullptr);
+    execv(program.c_str(), arguments.data());
+    print("tar: can't run " + program + ": " + std::strerror(errno) + "\n");
+    _exit(notFoundStatus);
+}
+
+std::string deviceOf(const std::string& archive) {
+    std::error_code error;
+    if (archive != "/dev/tape" || fs::exists(archive, error)) return archive;
+    const char* tape = std::getenv("TAPE");
+    return tape != nullptr && *tape != '\0' ? tape : "/dev/st0";
+}
+
+// The machine's name in "user@machine:device"; empty for what lies on this machine.
+std::string remoteHost(const std::string& archive) {
+    std::error_code error;
+    if (fs::exists(archive, error)) return {};
+    const std::size_t colon = archive.find(':');
+    if (colon == std::string::npos || archive.find('/') < colon) return {};
+    const std::string login = archive.substr(0, colon);
+    return login.substr(login.find('@') + 1);
+}
+
+Words gnuWords(const Extraction& extraction, bool remote) {
+    Words words{"tar", extraction.key, extraction.archive, "--no-wildcards", "--no-unquote"};
+    words.emplace_back(remote ? "--rsh-command=/usr/bin/ssh" : "--force-local");
+    words.emplace_back("--");
+    words.insert(words.end(), extraction.members.begin(), extraction.members.end());
+    return words;
+}
+
+// Messages in English, names in the user's own characters.
+void setLanguage() {
+    if (const char* all = std::getenv("LC_ALL"); all != nullptr && *all != '\0')
+        setenv("LC_CTYPE", all, 1);
+    unsetenv("LC_ALL");
+    unsetenv("LANGUAGE");
+    setenv("LC_MESSAGES", "C", 1);
+    unsetenv("TAR_OPTIONS");
+}
+
+constexpr std::size_t blockSize = 512;
+using Block = std::array<char, blockSize>;
+
+// The bytes that a member's header says follow it; nothing when it is no header that we know.
+std::optional<std::uint64_t> sizeOf(const Block& header) {
+    constexpr std::size_t sumAt = 148, sumLength = 8, sizeAt = 124, sizeLength = 12;
+    unsigned long sum = 0;
+    for (std::size_t i = 0; i < header.size(); ++i)
+        sum += i >= sumAt && i < sumAt + sumLength ? ' ' : static_cast<unsigned char>(header[i]);
+    if (std::strtoul(std::string(&header[sumAt], sumLength).c_str(), nullptr, 8) != sum)
+        return std::nullopt;
+    const std::string octal(&header[sizeAt], sizeLength);
+    if ((octal[0] & 0x80) != 0) return std::nullopt;
+    return std::strtoull(octal.c_str(), nullptr, 8);
+}
+
+// GNU tar takes an archive that breaks off between two members for a whole one. Only what can be
+// followed from header to header up to the break counts as cut off.
+bool isCutOff(const std::string& archive) {
+    std::error_code error;
+    const std::uint64_t length =
+        fs::is_regular_file(archive, error) ? fs::file_size(archive, error) : 0;
+    if (error || length == 0) return false;
+    std::ifstream file(archive, std::ios::binary);
+    for (std::uint64_t at = 0; at + blockSize <= length;) {
+        Block block{};
+        file.seekg(static_cast<std::streamoff>(at));
+        if (!file.read(block.data(), block.size())) return false;
+        if (block == Block{}) return false;
+        const std::optional<std::uint64_t> size = sizeOf(block);
+        if (!size || *size > length) return false;
+        at += blockSize * (1 + (*size + blockSize - 1) / blockSize);
+    }
+    return true;
+}
+
+// Passes GNU tar's standard error on as it comes, and finds out what was wrong. What complains of
+// missing members is held back until it is known whether that was all.
+class Messages {
+public:
+    void take(std::string_view chunk) {
+        for (const char c : chunk) {
+            line_ += c;
+            if (c == '\n') endLine();
+        }
+        if (line_.compare(0, own.size(), own.substr(0, line_.size())) != 0) show();
+    }
+
+    void finish() {
+        if (!line_.empty()) endLine();
+    }
+
+    [[nodiscard]] bool onlyMissed(std::size_t asked) const {
+        return !failed_ && missing_ > 0 && missing_ < asked;
+    }
+    [[nodiscard]] const std::string& missingNames() const { return names_; }
+    [[nodiscard]] const std::string& held() const { return held_; }
+
+private:
+    static constexpr std::string_view own = "tar: ";
+    static constexpr std::string_view notFound = ": Not found in archive";
+
+    // Remarks that GNU tar makes without failing for them.
+    static bool isRemark(std::string_view text) {
+        constexpr std::array<std::string_view, 8> remarks{
+            "Removing leading `",   "Substituting `.' for empty member name",
+            "Record size = ",       "Ignoring unknown extended header keyword",
+            "A lone zero block at", ": implausibly old time stamp",
+            " s in the future",     ": Unknown file type; file ignored"};
+        return std::ranges::any_of(remarks, [&](std::string_view remark) {
+            return text.find(remark) != std::string_view::npos;
+        });
+    }
+
+    void show() {
+        print(std::string_view(line_).substr(shown_));
+        shown_ = line_.size();
+    }
+
+    void endLine() {
+        std::string_view text = line_;
+        if (text.ends_with('\n')) text.remove_suffix(1);
+        const bool isOwn = text.starts_with(own);
+        if (isOwn) text.remove_prefix(own.size());
+        if (isOwn && text.ends_with(notFound)) {
+            ++missing_;
+            names_.append(" ").append(text.substr(0, text.size() - notFound.size()));
+            held_ += line_;
+        } else if (isOwn && text == "Exiting with failure status due to previous errors") {
+            held_ += line_;
+        } else {
+            failed_ = failed_ || (isOwn && !isRemark(text));
+            show();
+        }
+        line_.clear();
+        shown_ = 0;
+    }
+
+    std::string line_;
+    std::size_t shown_ = 0;
+    std::string held_;
+    std::string names_;
+    std::size_t missing_ = 0;
+    bool failed_ = false;
+};
+
+// Until the program has ended, not until the pipe has: a connection that ssh keeps open for later
+// holds on to the pipe's other end.
+void readUntilEnd(int pipe, pid_t program, Messages& messages) {
+    const int end = static_cast<int>(syscall(SYS_pidfd_open, program, 0));
+    std::array<pollfd, 2> watched{pollfd{pipe, POLLIN, 0}, pollfd{end, POLLIN, 0}};
+    std::array<char, 4096> buffer;
+    while (true) {
+        if (poll(watched.data(), watched.size(), -1) < 0) continue;
+        if (watched[0].revents != 0) {
+            const ssize_t size = read(pipe, buffer.data(), buffer.size());
+            if (size == 0 || (size < 0 && errno != EINTR)) break;
+            if (size > 0) messages.take({buffer.data(), static_cast<std::size_t>(size)});
+        } else if (watched[1].revents != 0) {
+            break;
+        }
+    }
+    messages.finish();
+    if (end >= 0) close(end);
+}
+
+[[noreturn]] void runAsChild(const std::string& tar, const Words& words, int errors, pid_t parent) {
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (getppid() != parent) _exit(fatalStatus);
+    dup2(errors, STDERR_FILENO);
+    become(tar, words);
+}
+
+int statusOf(pid_t program) {
+    int status = 0;
+    while (waitpid(program, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (WIFSIGNALED(status)) {
+        std::signal(WTERMSIG(status), SIG_DFL);
+        raise(WTERMSIG(status));
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : fatalStatus;
+}
+
+int judge(int status, const Messages& messages, const Extraction& extraction) {
+    const bool passedOver = status == fatalStatus && messages.onlyMissed(extraction.members.size());
+    if ((status == 0 || passedOver) && isCutOff(extraction.archive)) {
+        print(messages.held() + "tar: " + extraction.archive + " is cut off: it has no end\n");
+        return fatalStatus;
+    }
+    if (passedOver) {
+        print("tar: not in this archive, passed over:" + messages.missingNames() + "\n");
+        return 0;
+    }
+    print(messages.held());
+    return status;
+}
+
+int extract(const std::string& tar, const Words& words, const Extraction& extraction) {
+    std::array<int, 2> pipe{};
+    if (pipe2(pipe.data(), O_CLOEXEC) != 0) return fatalStatus;
+    const pid_t parent = getpid();
+    const pid_t program = fork();
+    if (program == 0) runAsChild(tar, words, pipe[1], parent);
+    close(pipe[1]);
+    Messages messages;
+    if (program > 0) readUntilEnd(pipe[0], program, messages);
+    close(pipe[0]);
+    if (program < 0) {
+        print(std::string("tar: can't start: ") + std::strerror(errno) + "\n");
+        return fatalStatus;
+    }
+    return judge(statusOf(program), messages, extraction);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Words words(argv, argv + argc);
+    if (words.empty()) words.emplace_back("tar");
+    const std::string tar = systemTar();
+    if (tar.empty()) {
+        print("tar: this system has no tar of its own\n");
+        return notFoundStatus;
+    }
+    std::optional<Extraction> extraction = extractionOf(words);
+    words.front() = "tar";
+    if (!extraction) become(tar, words);
+    extraction->archive = deviceOf(extraction->archive);
+    const std::string host = remoteHost(extraction->archive);
+    if (host.starts_with('-')) {
+        print("tar: " + host + " is not the name of a machine\n");
+        return fatalStatus;
+    }
+    setLanguage();
+    return extract(tar, gnuWords(*extraction, !host.empty()), *extraction);
+}
