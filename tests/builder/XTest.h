@@ -1,0 +1,56 @@
+#pragma once
+
+#include <gtest/gtest.h>  // before X.h, whose macros it does not survive
+
+#include <X11/IntrinsicP.h>
+#include <X11/Shell.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "builder/KviBxUtil.h"
+
+/// The one display connection of a test program: Motif can't stand a second one.
+inline XtAppContext testApp = nullptr;
+
+/// The application shell of the tests. Without a display every test that asks for it fails.
+inline Widget testShell() {
+    static Widget shell = [] {
+        XtToolkitInitialize();
+        testApp = XtCreateApplicationContext();
+        int count = 0;
+        Display* display =
+            XtOpenDisplay(testApp, nullptr, "tests", "Tests", nullptr, 0, &count, nullptr);
+        if (display == nullptr) throw std::runtime_error("DISPLAY names no display to test on");
+        RegisterBxConverters(testApp);
+        return XtVaAppCreateShell("tests", "Tests", applicationShellWidgetClass, display,
+                                  XmNmappedWhenManaged, False, nullptr);
+    }();
+    return shell;
+}
+
+/// Writes a compound string down: (l) and (r) for directions, #tag: for a tag, | for a line break.
+inline std::string written(XmString string) {
+    if (string == nullptr) return "null";
+    std::string text;
+    XmStringContext context = nullptr;
+    XmStringInitContext(&context, string);
+    XmStringComponentType type = XmSTRING_COMPONENT_UNKNOWN;
+    while (type != XmSTRING_COMPONENT_END) {
+        unsigned length = 0;
+        XtPointer value = nullptr;
+        type = XmStringGetNextTriple(context, &length, &value);
+        const std::string content(static_cast<char*>(value), length);
+        XtFree(static_cast<char*>(value));
+        if (type == XmSTRING_COMPONENT_DIRECTION)
+            text += content[0] == XmSTRING_DIRECTION_R_TO_L ? "(r)" : "(l)";
+        else if (type == XmSTRING_COMPONENT_TAG)
+            text += "#" + content + ":";
+        else if (type == XmSTRING_COMPONENT_SEPARATOR)
+            text += "|";
+        else
+            text += content;
+    }
+    XmStringFreeContext(context);
+    return text;
+}
