@@ -1,0 +1,401 @@
+#include <X11/Shell.h>
+#include <Xm/DialogS.h>
+#include <Xm/MessageB.h>
+#include <Xm/Protocols.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "builder/KviBxUtil.h"
+#include "builder/KviOwners.h"
+#include "motif/KvcUtil.h"
+
+Widget kvcTopLevelWidget = nullptr;
+XtAppContext* kvcAppContext = nullptr;
+Widget kvcMessageWidget = nullptr;
+int kvcMessageReturnVal = 0;
+
+namespace {
+
+struct Size {
+    int width;
+    int height;
+};
+
+constexpr Size StandardSize = {400, 200};
+constexpr Size LongQuestionSize = {500, 290};
+constexpr int LongQuestionLines = 5;
+
+Widget messagesOver = nullptr;
+Size smallestSize = StandardSize;
+bool questionOpen = false;
+int answerOfClosing = 0;
+
+bool isInitialized() {
+    if (kvcTopLevelWidget == nullptr)
+        std::fputs("ERROR: Message widget not initialized.\n", stderr);
+    return kvcTopLevelWidget != nullptr;
+}
+
+// Not KvuString::concatStrings: a message is shown whole, however long its pieces are.
+std::string joined(std::initializer_list<const char*> pieces) {
+    std::string text;
+    for (const char* piece : pieces)
+        if (piece != nullptr) text += piece;
+    return text;
+}
+
+// The texts of the box
+
+std::string segment(std::string_view line, bool last) {
+    std::string markup = last ? "\"" : ":t\"";
+    for (const char c : line) {
+        if (c == '"' || c == '\\') markup += '\\';
+        markup += c;
+    }
+    return markup + '"';
+}
+
+// A message may begin with a path or name that happens to look like markup; it is shown as it is.
+std::string literal(const std::string& text) {
+    if (!text.starts_with("::")) return text;
+    std::string markup = "::";
+    std::string_view rest = text;
+    for (std::size_t end = 0; (end = rest.find('\n')) != rest.npos; rest.remove_prefix(end + 1))
+        markup += segment(rest.substr(0, end), false);
+    return markup + segment(rest, true);
+}
+
+class BoxArguments {
+public:
+    void add(const char* resource, XtArgVal value) {
+        XtSetArg(arguments_[count_], const_cast<char*>(resource), value);
+        ++count_;
+    }
+
+    void addText(const char* resource, const char* text) {
+        Boolean ok = False;
+        const XtArgVal value = CONVERT(kvcTopLevelWidget, text, XmRXmString, 0, &ok);
+        if (!ok) return;
+        texts_.emplace_back(reinterpret_cast<XmString>(value));
+        add(resource, value);
+    }
+
+    void apply() { XtSetValues(kvcMessageWidget, arguments_.data(), count_); }
+
+private:
+    std::array<Arg, 6> arguments_ = {};
+    Cardinal count_ = 0;
+    std::vector<KviXmString> texts_;
+};
+
+void setMessage(const std::string& message) {
+    BoxArguments arguments;
+    arguments.addText(XmNmessageString, literal(message).c_str());
+    arguments.apply();
+}
+
+void setButton(unsigned char button, bool shown) {
+    Widget widget = XmMessageBoxGetChild(kvcMessageWidget, button);
+    shown ? XtManageChild(widget) : XtUnmanageChild(widget);
+}
+
+// Size and place of the box
+
+Widget shellOf(Widget w) {
+    while (w != nullptr && !XtIsShell(w)) w = XtParent(w);
+    return w;
+}
+
+Widget messageShell() {
+    return XtParent(kvcMessageWidget);
+}
+
+Size screenSize() {
+    Screen* screen = XtScreen(kvcMessageWidget);
+    return {WidthOfScreen(screen), HeightOfScreen(screen)};
+}
+
+Size naturalSize() {
+    XtWidgetGeometry natural = {};
+    XtQueryGeometry(kvcMessageWidget, nullptr, &natural);
+    return {natural.width, natural.height};
+}
+
+std::size_t breakBefore(std::string_view line, std::size_t columns) {
+    const std::size_t boundary = line.substr(0, columns).find_last_of(" /");
+    if (boundary != line.npos && boundary > columns / 2) return boundary + 1;
+    std::size_t at = columns;
+    while (at > 1 && (static_cast<unsigned char>(line[at]) & 0xC0) == 0x80) --at;
+    return at;
+}
+
+std::string wrapped(std::string_view text, std::size_t columns) {
+    std::string result;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        const bool fits = end <= columns;
+        const std::size_t taken = fits ? end : breakBefore(text, columns);
+        result += text.substr(0, taken);
+        if (taken < text.size()) result += '\n';
+        text.remove_prefix(std::min(taken + (fits ? 1 : 0), text.size()));
+    }
+    return result;
+}
+
+std::size_t longestLine(std::string_view text) {
+    std::size_t longest = 0;
+    for (std::size_t end = 0; !text.empty(); text.remove_prefix(std::min(end + 1, text.size()))) {
+        end = std::min(text.find('\n'), text.size());
+        longest = std::max(longest, end);
+    }
+    return longest;
+}
+
+// A line wider than the screen, as a long path makes it, is broken rather than left off it.
+void fitToScreen(const std::string& message) {
+    const int room = screenSize().width * 9 / 10;
+    const int width = naturalSize().width;
+    if (width <= room) return;
+    const std::size_t columns =
+        longestLine(message) * static_cast<std::size_t>(room) / static_cast<std::size_t>(width);
+    setMessage(wrapped(message, std::max<std::size_t>(columns, 20)));
+}
+
+// A window with what its window manager puts around it, in pixels of the screen.
+struct Frame {
+    int x = 0, y = 0, width = 0, height = 0;
+    int extraWidth = 0, extraHeight = 0;
+};
+
+Window frameWindow(Display* display, Window window) {
+    Window root = None, parent = window;
+    while (parent != root) {
+        window = parent;
+        Window* children = nullptr;
+        unsigned count = 0;
+        if (XQueryTree(display, window, &root, &parent, &children, &count) == 0) break;
+        if (children != nullptr) XFree(children);
+    }
+    return window;
+}
+
+Frame whereMessagesGo() {
+    Frame frame;
+    frame.width = screenSize().width;
+    frame.height = screenSize().height;
+    Widget shell = shellOf(messagesOver);
+    if (shell == nullptr || !XtIsRealized(shell)) return frame;
+    XWindowAttributes inner, outer;
+    Display* display = XtDisplay(shell);
+    XGetWindowAttributes(display, XtWindow(shell), &inner);
+    if (inner.map_state != IsViewable) return frame;
+    XGetWindowAttributes(display, frameWindow(display, XtWindow(shell)), &outer);
+    return {outer.x,
+            outer.y,
+            outer.width,
+            outer.height,
+            outer.width - inner.width,
+            outer.height - inner.height};
+}
+
+Position centred(int start, int length, int own, int screen) {
+    return static_cast<Position>(
+        std::clamp(start + (length - own) / 2, 0, std::max(0, screen - own)));
+}
+
+void placeBox() {
+    const Size natural = naturalSize();
+    const Size size = {std::max(natural.width, smallestSize.width),
+                       std::max(natural.height, smallestSize.height)};
+    const Frame over = whereMessagesGo();
+    XtVaSetValues(
+        messageShell(), XmNwidth, size.width, XmNheight, size.height, XmNx,
+        centred(over.x, over.width, size.width + over.extraWidth, screenSize().width), XmNy,
+        centred(over.y, over.height, size.height + over.extraHeight, screenSize().height), nullptr);
+}
+
+// The box itself
+
+void closeBox(Widget, XtPointer, XtPointer) {
+    if (questionOpen) kvcMessageReturnVal = answerOfClosing;
+    XtUnmanageChild(kvcMessageWidget);
+}
+
+void makeBox() {
+    if (kvcMessageWidget != nullptr) return;
+    Widget shell = XtVaCreatePopupShell(
+        "msgPopup", xmDialogShellWidgetClass, kvcTopLevelWidget, XmNwidth, StandardSize.width,
+        XmNheight, StandardSize.height, XmNdeleteResponse, XmDO_NOTHING, nullptr);
+    std::array<Arg, 2> arguments;
+    XtSetArg(arguments[0], XmNdialogStyle, XmDIALOG_PRIMARY_APPLICATION_MODAL);
+    XtSetArg(arguments[1], XmNdefaultPosition, False);
+    kvcMessageWidget =
+        XmCreateMessageBox(shell, const_cast<char*>("msgBox"), arguments.data(), arguments.size());
+    int answer = 0;
+    for (const char* list : {XmNokCallback, XmNcancelCallback, XmNhelpCallback})
+        XtAddCallback(kvcMessageWidget, list, KvcConfirmCB,
+                      reinterpret_cast<XtPointer>(static_cast<XtArgVal>(answer++)));
+    XmAddWMProtocolCallback(
+        shell, XmInternAtom(XtDisplay(shell), const_cast<char*>("WM_DELETE_WINDOW"), False),
+        closeBox, nullptr);
+    XtRealizeWidget(shell);
+    KvcKeepDrawn(shell);
+}
+
+void showBox(const std::string& message) {
+    // Keeps the box above that window, and tells the window manager what the box shuts off.
+    if (Widget over = shellOf(messagesOver))
+        XtVaSetValues(messageShell(), XmNtransientFor, over, nullptr);
+    fitToScreen(message);
+    placeBox();
+    XtManageChild(kvcMessageWidget);
+    placeBox();
+    Display* display = XtDisplay(kvcMessageWidget);
+    XMapWindow(display, XtWindow(kvcMessageWidget));
+    XMapRaised(display, XtWindow(messageShell()));
+}
+
+// False when the message went to standard error.
+bool showMessage(unsigned char type, const char* title, const std::string& message,
+                 int showDialog) {
+    makeBox();
+    if (showDialog == 0 || questionOpen) {
+        std::fprintf(stderr, "%s\n", message.c_str());
+        return false;
+    }
+    BoxArguments arguments;
+    arguments.add(XmNdialogType, type);
+    arguments.addText(XmNdialogTitle, title);
+    arguments.addText(XmNmessageString, literal(message).c_str());
+    arguments.addText(XmNokLabelString, "Ok");
+    arguments.apply();
+    setButton(XmDIALOG_CANCEL_BUTTON, false);
+    setButton(XmDIALOG_HELP_BUTTON, false);
+    showBox(message);
+    return true;
+}
+
+// While it lives, the box alone gets input. Motif leaves that to its own window manager, and when
+// it brings up a shell it admits older ones again: so this starts once the box is up.
+class InputHold {
+public:
+    InputHold() { XtAddGrab(messageShell(), True, False); }
+    ~InputHold() { XtRemoveGrab(messageShell()); }
+    InputHold(const InputHold&) = delete;
+    InputHold& operator=(const InputHold&) = delete;
+};
+
+class OpenQuestion {
+public:
+    explicit OpenQuestion(int buttons) {
+        questionOpen = true;
+        answerOfClosing = buttons - 1;
+    }
+    ~OpenQuestion() { questionOpen = false; }
+    OpenQuestion(const OpenQuestion&) = delete;
+    OpenQuestion& operator=(const OpenQuestion&) = delete;
+};
+
+// A click or key from before the question was on the screen must not answer it.
+void discardInput() {
+    const InputHold hold;
+    XtUnmanageChild(kvcMessageWidget);
+    XSync(XtDisplay(kvcMessageWidget), False);
+    while ((XtAppPending(*kvcAppContext) & XtIMXEvent) != 0)
+        XtAppProcessEvent(*kvcAppContext, XtIMXEvent);
+}
+
+void showQuestion(int n, const char* const* labels, const std::string& message) {
+    BoxArguments arguments;
+    arguments.add(XmNdialogType, XmDIALOG_QUESTION);
+    arguments.addText(XmNdialogTitle, "Please confirm...");
+    arguments.addText(XmNmessageString, literal(message).c_str());
+    arguments.addText(XmNokLabelString, labels[0]);
+    arguments.addText(XmNcancelLabelString, labels[1]);
+    if (n >= 3) arguments.addText(XmNhelpLabelString, labels[2]);
+    arguments.apply();
+    setButton(XmDIALOG_CANCEL_BUTTON, true);
+    setButton(XmDIALOG_HELP_BUTTON, n >= 3);
+    if (std::count(message.begin(), message.end(), '\n') >= LongQuestionLines)
+        smallestSize = LongQuestionSize;
+    showBox(message);
+}
+
+int waitForAnswer() {
+    const InputHold hold;
+    kvcMessageReturnVal = -1;
+    while (kvcMessageReturnVal == -1) {
+        XEvent event;
+        XtAppNextEvent(*kvcAppContext, &event);
+        XtDispatchEvent(&event);
+    }
+    return kvcMessageReturnVal;
+}
+
+}  // namespace
+
+void KvcInit(Widget topLevel, XtAppContext* appContext) {
+    kvcTopLevelWidget = topLevel;
+    kvcAppContext = appContext;
+}
+
+void KvcSetMessagesOver(Widget window) {
+    messagesOver = window;
+}
+
+int KvcUserInfo(const char* s1, const char* s2, const char* s3, const char* s4, int showDialog) {
+    if (!isInitialized()) return 0;
+    showMessage(XmDIALOG_INFORMATION, "For your information...", joined({s1, s2, s3, s4}),
+                showDialog);
+    return 1;
+}
+
+int KvcUserError(const char* s1, const char* s2, const char* s3, const char* s4, int showDialog) {
+    if (!isInitialized()) return 0;
+    const bool shown =
+        showMessage(XmDIALOG_ERROR, "Oooops... Sorry!", joined({s1, s2, s3, s4}), showDialog);
+    return shown ? 0 : 1;
+}
+
+int KvcUserConfirm(int n, const char* const* labels, const char* s1, const char* s2, const char* s3,
+                   const char* s4) {
+    if (!isInitialized()) return 0;
+    const std::string message = joined({s1, s2, s3, s4});
+    if (questionOpen) {
+        std::fprintf(stderr, "Not asked, another question is open: %s\n", message.c_str());
+        return n - 1;
+    }
+    makeBox();
+    const OpenQuestion question(n);
+    discardInput();
+    showQuestion(n, labels, message);
+    return waitForAnswer();
+}
+
+int KvcQuestionOpen() {
+    return questionOpen ? 1 : 0;
+}
+
+void KvcConfirmCB(Widget, XtPointer clientData, XtPointer) {
+    kvcMessageReturnVal = static_cast<int>(reinterpret_cast<XtArgVal>(clientData));
+    // Motif hides the box for its first two buttons only.
+    if (kvcMessageWidget != nullptr) XtUnmanageChild(kvcMessageWidget);
+}
+
+void KvcFlushEvents(Widget w, XtAppContext app) {
+    while (XtAppPending(app) != 0) XtAppProcessEvent(app, XtIMAll);
+    XFlush(XtDisplay(w));
+}
+
+void KvcKeepDrawn(Widget shell) {
+    if (shell == nullptr || !XtIsRealized(shell)) return;
+    XSetWindowAttributes attributes;
+    attributes.backing_store = Always;
+    XChangeWindowAttributes(XtDisplay(shell), XtWindow(shell), CWBackingStore, &attributes);
+}
