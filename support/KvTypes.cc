@@ -4,7 +4,8 @@
 
 bool KvCopyText(KvText& out, std::string_view text) {
     const std::size_t kept = text.size() < KvTextSize ? text.size() : KvTextSize - 1;
-    std::memmove(out, text.data(), kept);
+    // An empty text may have no address.
+    if (kept > 0) std::memmove(out, text.data(), kept);
     out[kept] = '\0';
     return kept == text.size();
 }
