@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <compare>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -180,7 +179,8 @@ int KvuSystem::compareDate(int year, int month, int day) {
     if (!readToday(today)) return 1;
     const auto* const name = std::find(MONTHS.begin(), MONTHS.end(), today.month);
     const int monthNow = static_cast<int>(name - MONTHS.begin()) + 1;
-    const auto order = std::tuple(std::atoi(today.year), monthNow, std::atoi(today.day)) <=>
-                       std::tuple(year, month, day);
-    return order < 0 ? -1 : order > 0 ? 1 : 0;
+    const std::tuple date(std::atoi(today.year), monthNow, std::atoi(today.day));
+    const std::tuple given(year, month, day);
+    if (date < given) return -1;
+    return date > given;
 }
