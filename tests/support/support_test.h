@@ -6,7 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -14,29 +13,25 @@
 #include <iterator>
 #include <string>
 
-/// A folder of the test's own below the build folder, removed with all it holds.
-class TestFolder {
-public:
+/// A working directory of the test's own below the build folder, removed with all it holds.
+class TestFolder : public testing::Test {
+protected:
     TestFolder() {
-        std::string name = ZARN_BINARY_DIR "/support_test.XXXXXX";
-        if (mkdtemp(name.data()) == nullptr) std::abort();
-        path_ = name;
+        if (mkdtemp(folder.data()) == nullptr) std::abort();
+        std::filesystem::current_path(folder);
     }
-    TestFolder(const TestFolder&) = delete;
-    TestFolder& operator=(const TestFolder&) = delete;
-    ~TestFolder() { std::filesystem::remove_all(path_); }
-
-    /// The path of `name` in the folder.
-    std::string operator/(const std::string& name) const { return path_ + "/" + name; }
-
-    std::string write(const std::string& name, const std::string& text) const {
-        std::ofstream(*this / name) << text;
-        return *this / name;
+    ~TestFolder() override {
+        std::filesystem::current_path("/");
+        std::filesystem::remove_all(folder);
     }
 
-private:
-    std::string path_;
+    std::string folder = ZARN_BINARY_DIR "/support_test.XXXXXX";
 };
+
+inline void writeFile(const std::string& path, const std::string& text, int mode = 0644) {
+    std::ofstream(path) << text;
+    std::filesystem::permissions(path, std::filesystem::perms(mode));
+}
 
 inline std::string contentsOf(const std::string& path) {
     std::ifstream file(path);
@@ -45,29 +40,27 @@ inline std::string contentsOf(const std::string& path) {
 
 /// Runs `body` in a process of its own; its failed expectations count for this test.
 inline void runInChild(const std::function<void()>& body) {
-    std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
         body();
-        std::fflush(nullptr);
         _exit(testing::Test::HasFailure() ? 1 : 0);
     }
     int status = -1;
-    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(child, waitpid(child, &status, 0));
     EXPECT_EQ(0, status) << "the child's failures stand above";
 }
 
-/// Gives this process a "/usr" that nobody else sees and that is gone with the process.
-inline void usePrivateUsr(const TestFolder& folder) {
-    const std::string disk = folder / "usr";
-    std::filesystem::create_directory(disk);
-    ASSERT_EQ(0, unshare(CLONE_NEWNS)) << "this test needs the super-user";
-    ASSERT_EQ(0, mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr));
-    ASSERT_EQ(0, mount("none", disk.c_str(), "tmpfs", 0, nullptr));
-    std::filesystem::create_directories(disk + "/upper");
-    std::filesystem::create_directories(disk + "/work");
-    const std::string layers =
-        "lowerdir=/usr,upperdir=" + disk + "/upper,workdir=" + disk + "/work";
-    ASSERT_EQ(0, mount("overlay", "/usr", "overlay", 0, layers.c_str()));
-    std::filesystem::remove_all("/usr/tmp");
+/// The same with a "/usr" of its own, without "/usr/tmp". Needs the super-user.
+inline void runInPrivateUsr(const std::function<void()>& body) {
+    std::filesystem::create_directory("usr");
+    runInChild([&] {
+        ASSERT_EQ(0, unshare(CLONE_NEWNS));
+        ASSERT_EQ(0, mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr));
+        ASSERT_EQ(0, mount("none", "usr", "tmpfs", 0, nullptr));
+        for (const char* layer : {"usr/up", "usr/work"}) std::filesystem::create_directory(layer);
+        ASSERT_EQ(0, mount("overlay", "/usr", "overlay", 0,
+                           "lowerdir=/usr,upperdir=usr/up,workdir=usr/work"));
+        std::filesystem::remove_all("/usr/tmp");
+        body();
+    });
 }

@@ -1,0 +1,95 @@
+#include "support/KvuUtil.h"
+
+#include "tests/support/support_test.h"
+
+namespace {
+
+// Notes its arguments, each in brackets, and presses the button $ANSWER.
+const char* const KvProgram = "#!/bin/sh\nprintf '[%s]' \"$@\" >notes\nprintf '%s' \"$ANSWER\"\n";
+
+class KvuUtilTest : public TestFolder {
+protected:
+    KvuUtilTest() {
+        std::filesystem::create_directory("bin");
+        writeFile("bin/xconfirm", KvProgram, 0755);
+        setenv("PATH", (folder + "/bin:/usr/bin:/bin").c_str(), 1);
+        unsetenv("ZARNHOME");
+    }
+
+    // What the program is told of `message`, in brackets.
+    static std::string shown(const std::string& message) {
+        KvuUtil::userInfo(message.c_str());
+        const std::string notes = contentsOf("notes");
+        const std::size_t start = notes.find("[-t]") + 4;
+        return notes.substr(start, notes.find("[-B]") - start);
+    }
+
+    static int answer(const char* line, int n) {
+        static const char* const labels[] = {"Yes", "No", "May\"be $x", "Later"};
+        setenv("ANSWER", line, 1);
+        return KvuUtil::userConfirm(n, labels, "a \"b\" `c` $d \\", nullptr);
+    }
+};
+
+}  // namespace
+
+TEST_F(KvuUtilTest, FallbackProgramGetsTextAndButtons) {
+    runInPrivateUsr([] {
+        EXPECT_EQ(0, KvuUtil::userError("disk full"));
+        EXPECT_EQ(
+            "[-useslider][-icon][error][-header][Oooops... Sorry!][-t][disk full][-B][Continue]",
+            contentsOf("notes"));
+        EXPECT_EQ("[it's][-t][][-t][\"$x\" `id`]", shown("it's\n\n\"$x\" `id`"));
+        EXPECT_EQ(1, answer("No, thanks\n", 3));
+        EXPECT_EQ(
+            "[-useslider][-icon][question][-header][Please confirm...]"
+            "[-t][a \"b\" `c` $d \\][-b][May\"be $x][-b][No][-B][Yes]",
+            contentsOf("notes"));
+        EXPECT_EQ(std::filesystem::perms(01777), std::filesystem::status("/usr/tmp").permissions());
+        EXPECT_TRUE(std::filesystem::is_empty("/usr/tmp")) << "the answer file stayed";
+    });
+}
+
+TEST_F(KvuUtilTest, LongMessageIsCutWhereOneSeesIt) {
+    const auto marked = [](int n) { return "[" + std::string(n, 'x') + "...]"; };
+    runInPrivateUsr([&] {
+        // Of 1023 characters, the quotes and the option take 5.
+        const std::string fitting(1018, 'x');
+        EXPECT_EQ("[" + fitting + "]", shown(fitting));
+        EXPECT_EQ(marked(1015), shown(fitting + "x"));
+        EXPECT_EQ(marked(1012), shown(std::string(1012, 'x') + "'''")) << "a quote takes four";
+        EXPECT_EQ(marked(1014), shown(std::string(1014, 'x') + "\xc3\xbc ...")) << "half a letter";
+    });
+}
+
+TEST_F(KvuUtilTest, OwnProgramServesUpToThreeButtons) {
+    writeFile("bin/KvConfirm", KvProgram, 0755);
+    setenv("ZARNHOME", folder.c_str(), 1);
+    const std::string text = "[-text][a \"b\" `c` $d \\][-header][Please confirm...]";
+    runInPrivateUsr([&] {
+        EXPECT_EQ(1, answer("", 1));
+        EXPECT_EQ("[-num][1][-b1][Continue]" + text, contentsOf("notes"));
+        EXPECT_EQ(0, answer("Yes\n", 2));
+        EXPECT_EQ("[-num][2][-b1][Yes][-b2][No]" + text, contentsOf("notes"));
+        EXPECT_EQ(2, answer("May\"be $x", 3));
+        EXPECT_EQ("[-num][3][-b1][Yes][-b2][No][-b3][May\"be $x]" + text, contentsOf("notes"));
+        EXPECT_EQ(4, answer("\nNo\n", 4)) << "the second line is no answer";
+        EXPECT_EQ(0U, contentsOf("notes").find("[-useslider]")) << "four need the other program";
+    });
+}
+
+TEST_F(KvuUtilTest, PlantedAnswerFileIsNotUsed) {
+    writeFile("victim", "precious");
+    runInPrivateUsr([&] {
+        std::filesystem::create_directory("/usr/tmp");
+        std::filesystem::create_symlink(folder + "/victim", "/usr/tmp/.zarnUserConfirm");
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(0, answer("No\n", 2));
+        EXPECT_EQ(0, KvuUtil::userError("disk full"));
+        const std::string error =
+            "Internal Error: Could not open temporary file /usr/tmp/.zarnUserConfirm.";
+        EXPECT_EQ(error + error + "\nOooops... Sorry!\ndisk full\n",
+                  testing::internal::GetCapturedStderr());
+    });
+    EXPECT_EQ("precious", contentsOf("victim"));
+}
