@@ -1,0 +1,80 @@
+#include "tests/window.h"
+
+#include <Xm/ToggleB.h>
+
+namespace {
+
+class Catalogue : public InstallerWindow {};
+
+TEST_F(Catalogue, MarksASubsystemByWhatIsInstalledAndWanted) {
+    const struct {
+        int installed, present, on;
+        const char* colour;
+        int added, removed;
+    } cases[] = {
+        {1, 1, 0, "#d00000", 0, 1}, {1, 1, 1, "#000000", 0, 0}, {1, 0, 1, "#008c00", 1, 0},
+        {1, 0, 0, "#000000", 0, 0}, {0, 1, 1, "#000000", 0, 0}, {0, 1, 0, "#000000", 0, 0},
+    };
+    KvmInstallSubsystemRow& row = KvmInstallSubsystem[5];
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.installed << c.present << c.on);
+        KvmInstallInfo& info = KvmInstallMgr::_info;
+        info.installed = c.installed;
+        info.subsystemsAdded = info.subsystemsRemoved = 0;
+        row.installed = c.present;
+        XtSetSensitive(kviInstallButtonInstall, False);
+        XtUnmanageChild(kviInstallSubsystemAddedLabel);
+        XtUnmanageChild(kviInstallSubsystemRemovedLabel);
+        KvmInstallMgr::setSubsystem(kviSubsystemExportXlators, c.on);
+        EXPECT_EQ(row.selected, c.on);
+        EXPECT_EQ(colourOf(kviSubsystemExportXlators), c.colour);
+        EXPECT_EQ(info.subsystemsAdded, c.added);
+        EXPECT_EQ(info.subsystemsRemoved, c.removed);
+        EXPECT_EQ(XtIsManaged(kviInstallSubsystemAddedLabel), c.added);
+        EXPECT_EQ(XtIsManaged(kviInstallSubsystemRemovedLabel), c.removed);
+        EXPECT_EQ(XtIsSensitive(kviInstallButtonInstall), c.added);
+    }
+}
+
+TEST_F(Catalogue, AnEditionBringsItsSubsystems) {
+    const struct {
+        Widget toggle;
+        const char* code;
+        const char* without;
+        const char* required;
+    } cases[] = {
+        {kviInstallLustrel, "LST", "render src ", "18.7 Mbytes"},
+        {kviInstallAmbrel, "AMB", "projects ", "20.8 Mbytes"},
+        {kviInstallCorvan, "CRV", "", "20.9 Mbytes"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.code);
+        XtSetSensitive(kviInstallButtonInstall, False);
+        XmToggleButtonSetState(c.toggle, True, True);
+        std::string without;
+        for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
+            EXPECT_EQ(XmToggleButtonGetState(row.getWidget()), row.selected) << row.label;
+            if (!row.selected) without += std::string(row.directory) + " ";
+        }
+        EXPECT_STREQ(KvmInstallMgr::getProductCode(), c.code);
+        EXPECT_EQ(without, c.without);
+        EXPECT_EQ(textOf(kviInstallDiskReq), c.required);
+        EXPECT_TRUE(XtIsSensitive(kviInstallButtonInstall));
+        EXPECT_FALSE(KvmInstallMgr::_info.productChanged) << "nothing is installed";
+    }
+    EXPECT_STREQ(KvmInstallMgr::getProductName("AMB"), "Zarn-Ambrel");
+    EXPECT_STREQ(KvmInstallMgr::getProductCode("Zarn-Ambrel"), "AMB");
+    EXPECT_STREQ(KvmInstallMgr::getProductName("XYZ"), "Zarn");
+}
+
+TEST_F(Catalogue, AnotherEditionOfAnInstalledSuiteIsRemembered) {
+    KvmInstallMgr::_info.installed = 1;
+    KvmInstallSubsystem[7].installed = KvmInstallSubsystem[7].selected = 0;
+    KvmInstallMgr::setProduct();
+    EXPECT_FALSE(KvmInstallMgr::_info.productChanged) << "it is the edition that was recorded";
+    XmToggleButtonSetState(kviInstallAmbrel, True, True);
+    EXPECT_TRUE(KvmInstallMgr::_info.productChanged);
+    EXPECT_FALSE(KvmInstallMgr::_info.subsystemsAdded) << "the user marked nothing";
+}
+
+}  // namespace

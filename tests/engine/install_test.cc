@@ -1,0 +1,239 @@
+#include "tests/window.h"
+
+#include "support/KvuCommand.h"
+
+namespace {
+
+// A product script that leaves its arguments beside the suite, one a line.
+constexpr const char* productScript =
+    "#!/bin/sh\nprintf '%s\\n' \"$@\" >\"$(dirname \"$0\")/../../script-said\"\n";
+
+class Installing : public InstallerWindow {
+protected:
+    void SetUp() override {
+        InstallerWindow::SetUp();
+        write(here / "make/Zarn_system/bin/Zarn.install", productScript);
+        std::filesystem::permissions(here / "make/Zarn_system/bin/Zarn.install",
+                                     std::filesystem::perms::owner_all);
+        write(here / "make/Zarn_system/resources/splash", "Zarn");
+        for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
+            write(here / "make/subsystems" / row.directory / "content", row.label);
+    }
+
+    void pack(const std::string& archive, const std::string& members) const {
+        ASSERT_EQ(std::system(KvuPrint("tar cf '%s' -C '%s/make' %s", archive.c_str(), here.c_str(),
+                                       members.c_str())
+                                  .c_str()),
+                  0);
+    }
+
+    void packBoth() const { pack(here / "Zarn2.0.tar", "Zarn_system subsystems"); }
+
+    // Goes to a location as the user does, by typing.
+    void locate(const std::string& location) {
+        suite = location;
+        std::filesystem::create_directories(suite);
+        XmTextFieldSetString(kviInstallLocationText, suite.string().data());
+    }
+
+    void keepOnly(const std::string& directory) {
+        for (KvmInstallSubsystemRow& row : KvmInstallSubsystem)
+            row.selected = directory == row.directory;
+    }
+
+    // What lies in a folder, in alphabetical order.
+    static std::string listing(const std::filesystem::path& folder) {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder))
+            names.push_back(entry.path().filename());
+        std::sort(names.begin(), names.end());
+        std::string all;
+        for (const std::string& name : names) all += name + " ";
+        return all;
+    }
+
+    [[nodiscard]] std::string subsystems() const {
+        return listing(suite / "Zarn_system/subsystems");
+    }
+
+    std::filesystem::path suite;
+};
+
+constexpr const char* allSubsystems =
+    "materials models pictures projects render src textures translatorDev translators "
+    "translatorsIn ";
+
+TEST_F(Installing, WorksInLocationsThatTheShellWouldMistake) {
+    packBoth();
+    for (const char* name : {"plain", "it's", "a\"b", "$(touch oops)", "`touch oops`", "a;b&c", "*",
+                             "~", "#x", "\\n", "\xe4\xf6"}) {
+        SCOPED_TRACE(name);
+        KvmInstallMgr::_info.installed = 0;
+        ASSERT_EQ(chdir(here.c_str()), 0);
+        KvmInstallMgr::setReadFrom(2);
+        KvmInstallMgr::init();
+        std::string place = name;
+        // A blank would be refused; the shell takes this for one.
+        for (std::size_t at; (at = place.find(' ')) != std::string::npos;)
+            place.replace(at, 1, "${IFS}");
+        locate(here / "in" / place);
+        answerWith({1});
+        EXPECT_TRUE(KvmInstallMgr::install()) << message();
+        EXPECT_EQ(subsystems(), allSubsystems);
+        EXPECT_EQ(read(suite / "script-said"), suite.string() + "\nPNT\nZarn-Pinnet\n");
+        EXPECT_EQ(read(here / "home/.Zarn_inst"), read(suite / "Zarn_system/resources/.Zarn_inst"));
+        EXPECT_EQ(listing(suite), "Zarn_system script-said ");
+        EXPECT_TRUE(KvmInstallMgr::_info.installedInThisSession);
+    }
+    EXPECT_FALSE(std::filesystem::exists(here / "oops"));
+}
+
+TEST_F(Installing, ReadsEveryMedium) {
+    packBoth();
+    const std::string place = here;
+    std::filesystem::create_directories(here / "cd");
+    ASSERT_EQ(std::system(KvuPrint("cd '%s' && cp -r make/Zarn_system cd && cp -r make/subsystems "
+                                   "cd/Zarn_system && chmod -R a-w cd/Zarn_system",
+                                   here.c_str())
+                              .c_str()),
+              0);
+    const struct {
+        int medium;
+        std::string text;
+    } cases[] = {{0, place + "/Zarn2.0.tar"},
+                 {1, place + "/Zarn2.0.tar"},
+                 {3, place + "/cd/Zarn_system"},
+                 {2, place + "/Zarn2.0.tar"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.medium);
+        KvmInstallMgr::_info.installed = 0;
+        KvmInstallMgr::setReadFrom(c.medium);
+        KvmInstallMgr::init();
+        XmTextFieldSetString(kviInstallReadText, const_cast<char*>(c.text.c_str()));
+        locate(here / ("from" + std::to_string(c.medium)));
+        KvmInstallMgr::setSubsystem(kviSubsystemModels, 0);
+        answerWith({1});
+        EXPECT_TRUE(KvmInstallMgr::install()) << message();
+        EXPECT_EQ(subsystems(),
+                  "materials pictures projects render src textures translatorDev translators "
+                  "translatorsIn ");
+        EXPECT_EQ(access((suite / "Zarn_system/resources/splash").c_str(), W_OK), 0);
+        for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) row.selected = 1;
+    }
+    std::system(KvuPrint("chmod -R u+w '%s/cd'", here.c_str()).c_str());
+}
+
+TEST_F(Installing, TakesTwoArchivesAndPacksThemAgain) {
+    pack(here / "Zarn2.0.1 product.tar", "Zarn_system");
+    pack(here / "zarn2.0.2.TAR", "subsystems");
+    ASSERT_EQ(std::system("gzip 'Zarn2.0.1 product.tar'"), 0);
+    KvmInstallMgr::setReadFrom(2);
+    KvmInstallMgr::init();
+    EXPECT_EQ(fieldText(kviInstallReadText), " \"Zarn2.0.1 product.tar.gz\" zarn2.0.2.TAR");
+    locate(here / "suite");
+    answerWith({1, 0});
+    EXPECT_TRUE(KvmInstallMgr::install()) << message();
+    EXPECT_EQ(subsystems(), allSubsystems);
+    EXPECT_TRUE(std::filesystem::exists("../Zarn2.0.1 product.tar.gz")) << "it was to stay";
+    EXPECT_FALSE(std::filesystem::exists("../zarn2.0.2.TAR")) << "it was to be removed";
+    ASSERT_EQ(asked.size(), 2U);
+    EXPECT_EQ(asked[1],
+              "Installation from tar file \"zarn2.0.2.TAR\" is complete.\nDo you want to remove "
+              "the tar file from your system?");
+}
+
+TEST_F(Installing, PlacesWhatItHasWhenTheLastArchiveFails) {
+    packBoth();
+    write(here / "Zarn2.0z.tar", "this is no archive");
+    KvmInstallMgr::setReadFrom(2);
+    KvmInstallMgr::init();
+    locate(here / "suite");
+    answerWith({1});
+    EXPECT_TRUE(KvmInstallMgr::install());
+    EXPECT_EQ(subsystems(), allSubsystems);
+}
+
+TEST_F(Installing, StopsBeforeItDoesHarm) {
+    packBoth();
+    ASSERT_EQ(std::system("gzip -k Zarn2.0.tar"), 0);
+    write(here / "mine/subsystems/letter", "kept");
+    std::filesystem::create_directories(here / "link");
+    std::filesystem::create_symlink(here / "planted", here / "link/.Zarn_system");
+    const std::string place = here;
+    const struct {
+        std::string location, archives;
+        const char* says;
+    } cases[] = {
+        {"/proc/self", " Zarn2.0.tar", "Not enough disk space for installation."},
+        {place + "/mine", " Zarn2.0.tar", "There is a folder \"subsystems\""},
+        {place + "/link", " Zarn2.0.tar", "Can't write to disk.\nPlease select another path"},
+        {place + "/ok", "", "Please enter the location of the Zarn system\ntar file first!"},
+        {place + "/ok", " Zarn2.0.tar.gz", "this file exists already"},
+        {place + "/ok", " nothing.tar", "Could not open tar file:\n"},
+        {place + "/ok", " readme", "Error while installing from tar file.\n"},
+        {place + "/ok", std::string(1100, 'x'), "is too long"},
+    };
+    write(here / "readme", "this is no archive");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.location + c.archives.substr(0, 40));
+        KvmInstallMgr::_info.readFrom = 2;
+        XmTextFieldSetString(kviInstallReadText, const_cast<char*>(c.archives.c_str()));
+        if (c.location[1] != 'p') std::filesystem::create_directories(c.location);
+        XmTextFieldSetString(kviInstallLocationText, const_cast<char*>(c.location.c_str()));
+        EXPECT_FALSE(KvmInstallMgr::install());
+        EXPECT_NE(message().find(c.says), std::string::npos) << message();
+        EXPECT_FALSE(KvmInstallMgr::_info.installed);
+        EXPECT_FALSE(std::filesystem::exists(here / "home/.Zarn_inst"));
+    }
+    EXPECT_EQ(listing(here / "mine"), "subsystems ");
+    EXPECT_FALSE(std::filesystem::exists(here / "planted"));
+    EXPECT_TRUE(std::filesystem::exists(here / "Zarn2.0.tar"));
+}
+
+TEST_F(Installing, AddsToASuiteThatHasNoSubsystems) {
+    packBoth();
+    KvmInstallMgr::setReadFrom(2);
+    KvmInstallMgr::init();
+    locate(here / "suite");
+    keepOnly("none");
+    answerWith({1});
+    ASSERT_TRUE(KvmInstallMgr::install()) << message();
+    KvmInstallMgr::init();
+    EXPECT_FALSE(std::filesystem::exists(suite / "Zarn_system/subsystems"));
+    EXPECT_FALSE(KvmInstallMgr::install());
+    EXPECT_NE(message().find("No new subsytems have been marked"), std::string::npos);
+
+    KvmInstallMgr::setSubsystem(kviSubsystemModels, 1);
+    KvmInstallMgr::setSubsystem(kviSubsystemTextures, 1);
+    answerWith({1});
+    EXPECT_FALSE(KvmInstallMgr::install()) << "the user said no";
+    EXPECT_EQ(asked.at(0),
+              "Install the following subsystems?\n\nClip art - Textures\nClip art - Models");
+    EXPECT_FALSE(std::filesystem::exists(suite / "Zarn_system/subsystems"));
+    EXPECT_TRUE(KvmInstallMgr::_info.subsystemsAdded);
+
+    answerWith({0});
+    EXPECT_TRUE(KvmInstallMgr::install()) << message();
+    EXPECT_EQ(subsystems(), "models textures ");
+    EXPECT_FALSE(KvmInstallMgr::_info.subsystemsAdded);
+    EXPECT_EQ(colourOf(kviSubsystemModels), "#000000");
+}
+
+TEST_F(Installing, NeverDeletesWhatItCouldNotPlace) {
+    packBoth();
+    KvmInstallMgr::setReadFrom(2);
+    KvmInstallMgr::init();
+    locate(here / "suite");
+    keepOnly("none");
+    answerWith({1});
+    ASSERT_TRUE(KvmInstallMgr::install()) << message();
+    KvmInstallMgr::init();
+    script("mv", "exit 1");
+    KvmInstallMgr::setSubsystem(kviSubsystemModels, 1);
+    answerWith({0});
+    EXPECT_FALSE(KvmInstallMgr::install());
+    EXPECT_NE(message().find("Could not move subsystems folder"), std::string::npos) << message();
+    EXPECT_TRUE(std::filesystem::exists(suite / "subsystems/models/content"));
+}
+
+}  // namespace

@@ -1,0 +1,117 @@
+#include "tests/window.h"
+
+#include "engine/KvmInternal.h"
+
+namespace {
+
+class Record : public InstallerWindow {
+protected:
+    // A record with these lines, in a place that holds a suite.
+    int readBack(const std::string& lines) {
+        write(here / "home/.Zarn_inst", lines);
+        return KvmInstallMgr::getInstallInfo();
+    }
+};
+
+TEST_F(Record, IsReadBackAsItWasWritten) {
+    // Characters that are special in a shell, but no blank.
+    const std::string place = here / "a'b\"c$(d)`e`;f&g";
+    std::filesystem::create_directories(place + "/Zarn_system/subsystems/render");
+    KvmInstallMgr::_info.product = 2;
+    ASSERT_TRUE(KvmWriteRecord(place));
+    const std::string text = read(here / "home/.Zarn_inst");
+    EXPECT_EQ(text.find("# DO NOT MODIFY THIS FILE MANUALLY\n# \n# PROGRAM: Zarn-Lustrel\n# \n"
+                        "# VERSION: 2.0\n# DATE:    "),
+              0U)
+        << text;
+    EXPECT_NE(text.find("\n# PATH:    " + place + "\n# HOST:    "), std::string::npos) << text;
+    KvmInstallMgr::_info = {};
+    ASSERT_TRUE(KvmInstallMgr::getInstallInfo());
+    EXPECT_EQ(KvmInstallMgr::_info.product, 2);
+    EXPECT_EQ(KvmInstallMgr::_info.path, place);
+    EXPECT_STREQ(KvmInstallMgr::_info.version, "2.0");
+    EXPECT_TRUE(KvmInstallMgr::isRunningOnServer());
+    for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
+        EXPECT_EQ(row.installed && row.selected, std::string(row.directory) == "render")
+            << row.label;
+}
+
+TEST_F(Record, TakesTheLinesItKnows) {
+    std::filesystem::create_directories(here / "suite/Zarn_system");
+    const std::string path = "# PATH:    " + (here / "suite").string() + "\n";
+    const struct {
+        const char* lines;
+        const char* version;
+        int product;
+    } cases[] = {
+        {"# VERSION: 1.7\n# PROGRAM: Zarn-Ambrel\n", "1.7", 3},
+        {"#\tVERSION:\t1.7\t2.0\n# PROGRAM: Zarn-Nobody\n", "1.7", 1},
+        {"VERSION: 1.7\n#VERSION: 1.7\n# version: 1.7\n## VERSION: 1.7\n\n# VERSION:\n", "old", 1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.lines);
+        KvmInstallMgr::_info = {};
+        KvmInstallMgr::_info.product = 1;
+        ASSERT_TRUE(KvCopyText(KvmInstallMgr::_info.version, "old"));
+        EXPECT_TRUE(readBack(c.lines + path));
+        EXPECT_STREQ(KvmInstallMgr::_info.version, c.version);
+        EXPECT_EQ(KvmInstallMgr::_info.product, c.product);
+    }
+    KvmInstallMgr::_info.version[0] = '\0';
+    readBack(path + "# VERSION: 2.0");
+    EXPECT_STREQ(KvmInstallMgr::_info.version, "2.") << "the last character counts as the newline";
+}
+
+TEST_F(Record, OfASuiteThatIsGoneIsDeleted) {
+    EXPECT_FALSE(readBack("# PATH:    /nowhere\n"));
+    EXPECT_EQ(message(),
+              "Could not locate Zarn system files in\npreviously installed Zarn system "
+              "location:\n/nowhere");
+    EXPECT_FALSE(std::filesystem::exists(here / "home/.Zarn_inst"));
+}
+
+TEST_F(Record, IsNeverADirectory) {
+    write(here / "home/.Zarn_inst/precious", "kept");
+    EXPECT_FALSE(KvmInstallMgr::getInstallInfo());
+    EXPECT_TRUE(std::filesystem::exists(here / "home/.Zarn_inst/precious"));
+}
+
+TEST_F(Record, WrittenInPartCountsAsNotWritten) {
+    std::filesystem::create_symlink("/dev/full", here / "home/.Zarn_inst");
+    EXPECT_FALSE(KvmWriteRecord(here));
+    EXPECT_FALSE(std::filesystem::is_symlink(here / "home/.Zarn_inst"));
+}
+
+TEST_F(Record, OfAnInstalledTreeTakesOver) {
+    const std::string suite = here / "suite";
+    const std::string tree = suite + "/Zarn_system";
+    write(tree + "/resources/.Zarn_inst",
+          "# PROGRAM: Zarn-Corvan\n# VERSION: 2.0\n# PATH:    " + suite + "\n# HOST:    crane\n");
+    const std::string own = KvmInstallMgr::_infoFile;
+
+    EXPECT_FALSE(KvmInstallMgr::setInstallInfo((here / "home").c_str()));
+    EXPECT_NE(message().find("Could not find an installed Zarn system"), std::string::npos);
+    EXPECT_EQ(KvmInstallMgr::_infoFile, own) << "an installation must not be recorded there";
+
+    EXPECT_TRUE(KvmInstallMgr::setInstallInfo((tree + "/").c_str()));
+    EXPECT_EQ(KvmInstallMgr::_infoFile, tree + "/resources/.Zarn_inst");
+    EXPECT_EQ(KvmInstallMgr::_info.path, suite);
+    EXPECT_EQ(textOf(kviInstallSystemMsg),
+              "Zarn-Corvan Version 2.0 is currently installed on 'crane'");
+    EXPECT_TRUE(XtIsSensitive(kviInstallButtonRemove));
+    EXPECT_FALSE(KvmInstallMgr::isRunningOnServer());
+}
+
+TEST_F(Record, LiesWhereTheUserMayWriteIt) {
+    script("id", "echo 'uid=1000(ann) gid=1000(ann)'");
+    EXPECT_FALSE(KvmInstallMgr::checkIfRoot());
+    EXPECT_EQ(KvmInstallMgr::_infoFile, (here / "home/.Zarn_inst").string());
+    unsetenv("HOME");
+    KvmInstallMgr::checkIfRoot();
+    EXPECT_NE(std::string(KvmInstallMgr::_infoFile).find("/.Zarn_inst"), std::string::npos);
+    script("id", "echo 'uid=0(root) gid=0(root)'");
+    EXPECT_TRUE(KvmInstallMgr::checkIfRoot());
+    EXPECT_STREQ(KvmInstallMgr::_infoFile, "/usr/lib/.Zarn_inst");
+}
+
+}  // namespace
