@@ -73,7 +73,7 @@ KvuShellText terminalCommand(const char* program, const KvuShellText& arguments)
     return KvuCommand(
         "xwsh -bg black -fg cyan -geom 80x20+100+100 -cursorfg cyan -cursorbg cyan -title \"Zarn "
         "Installation %s\" -icontitle \"Zarn install\" -e /bin/csh -c \"echo; echo; %s\"",
-        title, KvuInDoubleQuotes(command));
+        title, KvuInDoubleQuotes(KvuForCsh(command)));
 }
 
 // su lets the super-user see the display, but not the file that permits him to use it.

@@ -16,6 +16,8 @@
 // it.
 
 #include <X11/Intrinsic.h>
+#include <X11/Shell.h>
+#include <X11/StringDefs.h>
 #include <Xm/Protocols.h>
 #include <Xm/RepType.h>
 #include <Xm/ToggleB.h>
@@ -33,8 +35,22 @@
 
 static Widget KviInstallWidget;
 
+// A dialog takes its place from its board: the position of the shell's geometry goes there.
+static void placeWindow() {
+    char* geometry = nullptr;
+    XtVaGetValues(XtParent(KviInstallWidget), XtNgeometry, &geometry, nullptr);
+    int x = 0;
+    int y = 0;
+    unsigned int width = 0;
+    unsigned int height = 0;
+    const int given = geometry ? XParseGeometry(geometry, &x, &y, &width, &height) : NoValue;
+    if ((given & (XValue | XNegative)) == XValue && (given & (YValue | YNegative)) == YValue)
+        XtVaSetValues(KviInstallWidget, XmNx, x, XmNy, y, nullptr);
+}
+
 static void showWindow(Widget topLevelShell, Atom closing) {
     KviInstallWidget = CreatekviInstallWidget(topLevelShell);
+    placeWindow();
     XtManageChild(KviInstallWidget);
     XMapWindow(XtDisplay(KviInstallWidget), XtWindow(KviInstallWidget));
     const Widget dialogShell = XtParent(KviInstallWidget);
