@@ -155,7 +155,10 @@ void KvmInstallMgr::info(Widget label, const char* a, const char* b, const char*
     if (label == nullptr) return;
     XtManageChild(label);
     const std::string text = KvuString::concatStrings(a, b, c, d);
-    KvcLabelSetString(label, text.c_str());
+    // The bell at the end is for the terminal; a font has a box for it.
+    std::string shown = text;
+    std::erase(shown, '\a');
+    KvcLabelSetString(label, shown.c_str());
     // The command that usually follows blocks the window: what it says has to be there before.
     XmUpdateDisplay(label);
     if (text != KvInstallInfoMsg) {
