@@ -1,0 +1,162 @@
+# A desktop of one's own: a private place, a virtual display with a window manager, and a user's
+# hands on it. Sourced by ./run and by the whole runs of the tests.
+
+# Runs this script again in a mount namespace of its own, so that a super-user's installation
+# leaves the machine as it is: /usr/lib, /usr/sbin, /usr/share, /usr/local, /etc and /tmp take
+# changes that vanish with it, and /mnt is an empty disk. False when that is not allowed here.
+enter_private_place() {
+    [ "${ZARN_PRIVATE:-}" != yes ] || return 0
+    [ "$(id -u)" = 0 ] && unshare -m true 2>/dev/null || return 1
+    ZARN_PRIVATE=yes exec unshare -m --propagation private "$@"
+}
+
+make_place_private() {
+    local project=$1 place name
+    mount -t tmpfs -o mode=755 tmpfs /mnt
+    mkdir /mnt/.layers /mnt/.project
+    mount --rbind "$project" /mnt/.project
+    for place in /usr/lib /usr/sbin /usr/share /usr/local /etc /tmp; do
+        name=/mnt/.layers/${place//\//_}
+        mkdir -p "$name/upper" "$name/work"
+        chmod --reference="$place" "$name/upper"
+        mount -t overlay overlay \
+            -o "lowerdir=$place,upperdir=$name/upper,workdir=$name/work" "$place"
+    done
+    # The project may lie below one of them, and what is written there is to stay.
+    mount --rbind /mnt/.project "$project"
+}
+
+# Starts a virtual display with mwm; sets DISPLAY. $1: folder for logs and screenshots.
+desktop_start() {
+    desktop_shots=$1
+    mkdir -p "$desktop_shots"
+    desktop_had_sockets=no
+    [ ! -d /tmp/.X11-unix ] || desktop_had_sockets=yes
+    local number=$desktop_shots/.display
+    rm -f "$number"
+    Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$number" \
+        >"$desktop_shots/xvfb.log" 2>&1 &
+    desktop_server=$!
+    trap desktop_stop EXIT
+    for _ in $(seq 100); do
+        [ ! -s "$number" ] || break
+        sleep 0.1
+    done
+    [ -s "$number" ] || {
+        echo "The virtual display does not start:" >&2
+        cat "$desktop_shots/xvfb.log" >&2
+        return 1
+    }
+    DISPLAY=:$(cat "$number")
+    rm -f "$number"
+    export DISPLAY
+    unset XAUTHORITY
+    mwm >"$desktop_shots/mwm.log" 2>&1 &
+    sleep 1
+}
+
+desktop_stop() {
+    kill "$desktop_server" 2>/dev/null || return 0
+    wait "$desktop_server" 2>/dev/null || true
+    rm -f "$desktop_shots/xvfb.log" "$desktop_shots/mwm.log"
+    [ $desktop_had_sockets = yes ] || rmdir /tmp/.X11-unix 2>/dev/null || true
+}
+
+# Waits, 60 seconds at most, until a command succeeds.
+wait_for() {
+    local i
+    for i in $(seq 300); do
+        ! "$@" >/dev/null 2>&1 || return 0
+        sleep 0.2
+    done
+    echo "waited in vain for: $*" >&2
+    shot in-vain
+    return 1
+}
+
+shot() { import -window root "$desktop_shots/$1.png"; }
+
+# The visible window with exactly that title.
+find_window() { xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | tail -n 1 | grep .; }
+
+has_window() { find_window "$1" >/dev/null; }
+
+has_no_window() { ! has_window "$1"; }
+
+# Moves the pointer to x,y inside the window with that title and clicks.
+click_at() {
+    local window
+    window=$(find_window "$1")
+    xdotool mousemove --window "$window" "$2" "$3"
+    sleep 0.2
+    xdotool click 1
+    sleep 0.3
+}
+
+# The installer's window, by what a user sees there.
+click() {
+    case $1 in
+    "Local Tape") click_at "Zarn 2.0 Installation" 60 95 ;;
+    "Remote Tape") click_at "Zarn 2.0 Installation" 196 95 ;;
+    "Tar File") click_at "Zarn 2.0 Installation" 333 95 ;;
+    "CD-ROM") click_at "Zarn 2.0 Installation" 470 95 ;;
+    device) click_at "Zarn 2.0 Installation" 250 128 ;;
+    "device Ok") click_at "Zarn 2.0 Installation" 556 127 ;;
+    Pinnet) click_at "Zarn 2.0 Installation" 50 213 ;;
+    Corvan) click_at "Zarn 2.0 Installation" 160 213 ;;
+    Lustrel) click_at "Zarn 2.0 Installation" 300 213 ;;
+    Ambrel) click_at "Zarn 2.0 Installation" 445 213 ;;
+    location) click_at "Zarn 2.0 Installation" 250 277 ;;
+    "location Ok") click_at "Zarn 2.0 Installation" 556 276 ;;
+    textures) click_at "Zarn 2.0 Installation" 36 352 ;;
+    materials) click_at "Zarn 2.0 Installation" 36 378 ;;
+    projects) click_at "Zarn 2.0 Installation" 36 404 ;;
+    models) click_at "Zarn 2.0 Installation" 36 430 ;;
+    translatorsIn) click_at "Zarn 2.0 Installation" 236 352 ;;
+    translators) click_at "Zarn 2.0 Installation" 236 378 ;;
+    render) click_at "Zarn 2.0 Installation" 236 404 ;;
+    pictures) click_at "Zarn 2.0 Installation" 236 430 ;;
+    translatorDev) click_at "Zarn 2.0 Installation" 450 352 ;;
+    src) click_at "Zarn 2.0 Installation" 450 400 ;;
+    Install) click_at "Zarn 2.0 Installation" 61 518 ;;
+    Remove) click_at "Zarn 2.0 Installation" 178 518 ;;
+    "Install Icon...") click_at "Zarn 2.0 Installation" 304 517 ;;
+    Exit) click_at "Zarn 2.0 Installation" 553 518 ;;
+    "icon Install") click_at "Install Icon" 68 338 ;;
+    "icon Close") click_at "Install Icon" 185 338 ;;
+    *)
+        echo "nothing to click: $1" >&2
+        return 1
+        ;;
+    esac
+}
+
+# Replaces the text of a field by typing.
+enter_text() {
+    click "$1"
+    xdotool key ctrl+slash
+    xdotool key BackSpace
+    xdotool type --delay 20 "$2"
+    sleep 0.3
+}
+
+# Answers the open question with its first or second button: the pointer gives it the keyboard.
+answer() {
+    wait_for has_window "Please confirm\.\.\."
+    sleep 0.7
+    click_at "Please confirm\.\.\." 150 15
+    case $1 in
+    first) xdotool key Return ;;
+    second) xdotool key Right space ;;
+    esac
+    sleep 0.5
+}
+
+# Closes the information or error that is shown.
+acknowledge() {
+    wait_for has_window "$1"
+    sleep 0.7
+    click_at "$1" 150 15
+    xdotool key Return
+    wait_for has_no_window "$1"
+}

@@ -1,0 +1,32 @@
+# Installs what the project needs from Debian. Sourced.
+
+zarn_build_packages="g++ cmake make libmotif-dev libxt-dev libx11-dev libxpm-dev libgtest-dev libxtst-dev"
+zarn_run_packages="xterm csh mwm ncompress x11-utils xfonts-75dpi xfonts-100dpi xfonts-base openssh-client"
+zarn_test_packages="xvfb xauth xdotool imagemagick procps"
+
+# Installs those of the named packages that are missing; as root, or else through sudo.
+require_packages() {
+    local package missing=() sudo=()
+    for package in "$@"; do
+        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q ' installed$' ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+    echo "Installing: ${missing[*]}"
+    [ "$(id -u)" = 0 ] || sudo=(sudo)
+    "${sudo[@]}" apt-get update -q
+    "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -q --no-install-recommends "${missing[@]}"
+}
+
+# Configures and builds a preset of CMakePresets.json; further arguments are build targets.
+build_preset() {
+    local preset=$1
+    shift
+    cmake --preset "$preset" >"build-$preset.log" 2>&1 || {
+        cat "build-$preset.log"
+        return 1
+    }
+    rm -f "build-$preset.log"
+    cmake --build --preset "$preset" -j"$(nproc)" ${1:+--target "$@"}
+}
