@@ -121,9 +121,12 @@ Size screenSize() {
     return {WidthOfScreen(screen), HeightOfScreen(screen)};
 }
 
+// The box keeps the size that it is given; only to be asked it is let loose.
 Size naturalSize() {
     XtWidgetGeometry natural = {};
+    XtVaSetValues(kvcMessageWidget, XmNresizePolicy, XmRESIZE_ANY, nullptr);
     XtQueryGeometry(kvcMessageWidget, nullptr, &natural);
+    XtVaSetValues(kvcMessageWidget, XmNresizePolicy, XmRESIZE_NONE, nullptr);
     return {natural.width, natural.height};
 }
 
@@ -214,6 +217,8 @@ void placeBox() {
     const Size size = {std::max(natural.width, smallestSize.width),
                        std::max(natural.height, smallestSize.height)};
     const Frame over = whereMessagesGo();
+    // When the box comes up the shell takes the box's size, not the other way round.
+    XtVaSetValues(kvcMessageWidget, XmNwidth, size.width, XmNheight, size.height, nullptr);
     XtVaSetValues(
         messageShell(), XmNwidth, size.width, XmNheight, size.height, XmNx,
         centred(over.x, over.width, size.width + over.extraWidth, screenSize().width), XmNy,
@@ -222,9 +227,15 @@ void placeBox() {
 
 // The box itself
 
+// A box that is up negotiates each change of its size with the window manager; so it goes away
+// first and comes back with its new text.
+void hideBox() {
+    XtUnmanageChild(kvcMessageWidget);
+}
+
 void closeBox(Widget, XtPointer, XtPointer) {
     if (questionOpen) kvcMessageReturnVal = answerOfClosing;
-    XtUnmanageChild(kvcMessageWidget);
+    hideBox();
 }
 
 void makeBox() {
@@ -255,7 +266,6 @@ void showBox(const std::string& message) {
     fitToScreen(message);
     placeBox();
     XtManageChild(kvcMessageWidget);
-    placeBox();
     Display* display = XtDisplay(kvcMessageWidget);
     XMapWindow(display, XtWindow(kvcMessageWidget));
     XMapRaised(display, XtWindow(messageShell()));
@@ -269,6 +279,7 @@ bool showMessage(unsigned char type, const char* title, const std::string& messa
         std::fprintf(stderr, "%s\n", message.c_str());
         return false;
     }
+    hideBox();
     BoxArguments arguments;
     arguments.add(XmNdialogType, type);
     arguments.addText(XmNdialogTitle, title);
@@ -305,7 +316,7 @@ public:
 // A click or key from before the question was on the screen must not answer it.
 void discardInput() {
     const InputHold hold;
-    XtUnmanageChild(kvcMessageWidget);
+    hideBox();
     XSync(XtDisplay(kvcMessageWidget), False);
     while ((XtAppPending(*kvcAppContext) & XtIMXEvent) != 0)
         XtAppProcessEvent(*kvcAppContext, XtIMXEvent);
@@ -385,7 +396,7 @@ int KvcQuestionOpen() {
 void KvcConfirmCB(Widget, XtPointer clientData, XtPointer) {
     kvcMessageReturnVal = static_cast<int>(reinterpret_cast<XtArgVal>(clientData));
     // Motif hides the box for its first two buttons only.
-    if (kvcMessageWidget != nullptr) XtUnmanageChild(kvcMessageWidget);
+    if (kvcMessageWidget != nullptr) hideBox();
 }
 
 void KvcFlushEvents(Widget w, XtAppContext app) {
