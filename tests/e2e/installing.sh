@@ -59,7 +59,7 @@ set_out() {
 }
 
 start_installer() {
-    (cd "$place/distribution" && as "$who" exec ./Zarn_install -noShell "$@") >"$log" 2>&1 </dev/null &
+    (cd "$place/distribution" && as "$who" ./Zarn_install -noShell "$@") >"$log" 2>&1 </dev/null &
     installer=$!
     wait_for has_window "Zarn 2.0 Installation" || fail "no window"
     sleep 0.5

@@ -1,0 +1,72 @@
+#!/bin/bash
+# The way a user starts the installer: from a terminal, in the distribution's folder. It opens a
+# terminal of its own, and an ordinary user types the super-user's password there.
+set -eu
+build=$1
+. "$(dirname "$0")/installing.sh"
+settle
+[ "${ZARN_PRIVATE:-}" = yes ] || {
+    echo "needs a private place, and so the super-user" >&2
+    exit 1
+}
+
+ended() { ! kill -0 "$1" 2>/dev/null; }
+
+# Starts the launcher as $1 with the remaining arguments, in the background.
+launch() {
+    who=$1
+    shift
+    (cd "$place/distribution" && as "$who" ./Zarn_install "$@") >"$log" 2>&1 </dev/null &
+    launcher=$!
+}
+
+
+close_window() {
+    click Exit
+    wait_for ended "$launcher" || fail "the launcher outlives its installer"
+    wait "$launcher" || fail "the launcher ended with status $?"
+}
+
+# As super-user no password is asked for, and the options arrive in the second process.
+set_out root tar
+launch root -ftp
+wait_for has_window "Zarn Installation " || fail "no terminal with the given title"
+wait_for has_window "Zarn 2.0 Installation" || fail "no window"
+shot super-user
+click Install
+answer second
+has_suite_at=/usr/local
+wait_for test -s /usr/lib/.Zarn_inst || fail "-ftp did not choose the archive"
+answer second
+answer second
+acknowledge "For your information\.\.\."
+click "icon Close"
+close_window
+grep -qx "# PATH:    $has_suite_at" /usr/lib/.Zarn_inst || fail "wrong default location"
+
+# As ordinary user through su; the suite that was just installed is found by the super-user.
+echo "root:zarn" | chpasswd
+set_out ann cdrom
+cp -a /usr/local/Zarn_system/resources/.Zarn_inst /usr/lib/.Zarn_inst
+launch ann -cdrom
+wait_for has_window "Zarn Installation .Please enter super-user password." || fail "no terminal"
+sleep 2
+shot password
+click_at "Zarn Installation .Please enter super-user password." 100 60
+xdotool type --delay 50 "zarn"
+xdotool key Return
+wait_for has_window "Zarn 2.0 Installation" || fail "no window after the password"
+sleep 1
+shot ordinary-user
+close_window
+
+# Options that the launcher itself has to refuse.
+for arguments in "-display :0" "-icons" "-subsystems" "-FTP" "readme"; do
+    # shellcheck disable=SC2086
+    output=$(cd "$place/distribution" && ./Zarn_install $arguments 2>&1 >/dev/null) ||
+        fail "'$arguments' ends with status $?"
+    case $output in
+    Usage*) ;;
+    *) fail "'$arguments' says: $output" ;;
+    esac
+done
