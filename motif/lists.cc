@@ -61,6 +61,9 @@ std::string withoutSlashes(std::string directory) {
 
 int KvcListFiles(Widget w, const char* dir, const char* ext, int keepExt, int isList,
                  const char* select) {
+    Widget list = isList != 0 ? w : XmSelectionBoxGetChild(w, XmDIALOG_LIST);
+    // A name chosen in another directory is not chosen in this one.
+    XmListDeselectAllItems(list);
     setItems(w, isList != 0, nullptr, 0);
     useExtension(ext);
     KvuListing files;
@@ -74,7 +77,6 @@ int KvcListFiles(Widget w, const char* dir, const char* ext, int keepExt, int is
     }
     items.push_back(nullptr);
     setItems(w, isList != 0, items.data(), files.count);
-    Widget list = isList != 0 ? w : XmSelectionBoxGetChild(w, XmDIALOG_LIST);
     if (select != nullptr) XmListSelectItem(list, itemOf(select).get(), True);
     return 1;
 }

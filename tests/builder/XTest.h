@@ -4,6 +4,7 @@
 
 #include <X11/IntrinsicP.h>
 #include <X11/Shell.h>
+#include <Xm/ScreenP.h>
 
 #include <stdexcept>
 #include <string>
@@ -16,22 +17,24 @@ inline XtAppContext testApp = nullptr;
 /// The application shell of the tests. Without a display every test that asks for it fails.
 inline Widget testShell() {
     static Widget shell = [] {
+        int count = 0;
         XtToolkitInitialize();
         testApp = XtCreateApplicationContext();
-        int count = 0;
         Display* display =
             XtOpenDisplay(testApp, nullptr, "tests", "Tests", nullptr, 0, &count, nullptr);
         if (display == nullptr) throw std::runtime_error("DISPLAY names no display to test on");
         RegisterBxConverters(testApp);
-        return XtVaAppCreateShell("tests", "Tests", applicationShellWidgetClass, display,
-                                  XmNmappedWhenManaged, False, nullptr);
+        Widget made = XtVaAppCreateShell("tests", "Tests", applicationShellWidgetClass, display,
+                                         XmNmappedWhenManaged, False, nullptr);
+        // Motif leaves modal input to its window manager: what is tested is our own hold on it.
+        reinterpret_cast<XmScreen>(XmGetXmScreen(XtScreen(made)))->screen.mwmPresent = True;
+        return made;
     }();
     return shell;
 }
 
 /// Writes a compound string down: (l) and (r) for directions, #tag: for a tag, | for a line break.
 inline std::string written(XmString string) {
-    if (string == nullptr) return "null";
     std::string text;
     XmStringContext context = nullptr;
     XmStringInitContext(&context, string);
@@ -46,10 +49,8 @@ inline std::string written(XmString string) {
             text += content[0] == XmSTRING_DIRECTION_R_TO_L ? "(r)" : "(l)";
         else if (type == XmSTRING_COMPONENT_TAG)
             text += "#" + content + ":";
-        else if (type == XmSTRING_COMPONENT_SEPARATOR)
-            text += "|";
         else
-            text += content;
+            text += type == XmSTRING_COMPONENT_SEPARATOR ? "|" : content;
     }
     XmStringFreeContext(context);
     return text;
