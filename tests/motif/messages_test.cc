@@ -93,7 +93,7 @@ protected:
         Widget window =
             XtVaCreateWidget("window", xmBulletinBoardWidgetClass, main, XmNwidth, 600, XmNheight,
                              400, XmNautoUnmanage, False, XmNdefaultPosition, False, nullptr);
-        button = XtVaCreateManagedWidget("button", xmPushButtonWidgetClass, window, nullptr);
+        button = XtVaCreateManagedWidget("button", xmArrowButtonWidgetClass, window, nullptr);
         const auto count = [](Widget, XtPointer to, XtPointer) { ++*static_cast<int*>(to); };
         XtAddCallback(button, XmNactivateCallback, count, &presses);
         XtManageChild(window);
@@ -143,8 +143,13 @@ TEST_F(Messages, GoToStandardErrorWithoutABox) {
 
 TEST_F(Messages, AreShownWholeAndLiterally) {
     ask(3, "Sure?", {clickPerhaps});
-    EXPECT_EQ(KvcUserInfo("::\"a\\b\"\n", nullptr, std::string(1500, '\n').c_str(), "c"), 1);
-    EXPECT_EQ(text(XmNmessageString), "(l)::\"a\\b\"" + std::string(1501, '|') + "c");
+    std::string many, lines;
+    for (int i = 0; i < 15; ++i) {
+        many += std::string(90, 'x') + "\n";
+        lines += std::string(90, 'x') + "|";
+    }
+    EXPECT_EQ(KvcUserInfo("::\"a\\b\"\n", nullptr, many.c_str(), "c"), 1);
+    EXPECT_EQ(text(XmNmessageString), "(l)::\"a\\b\"|" + lines + "c");
     EXPECT_EQ(KvcUserError("sorry"), 0);
     EXPECT_EQ(text(XmNdialogTitle) + text(XmNokLabelString), "(l)Oooops... Sorry!(l)Ok");
     EXPECT_FALSE(XtIsManaged(part(XmDIALOG_CANCEL_BUTTON)) ||
