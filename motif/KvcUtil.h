@@ -18,8 +18,9 @@ extern int kvcMessageReturnVal;      ///< answer of the open question; -1: none 
 /// To be called once, before the first message. `appContext` is kept, not copied.
 void KvcInit(Widget topLevel, XtAppContext* appContext);
 
-/// Names the window over which messages come up, centred; null (as at the start): the screen's
-/// centre. The widget is kept: name another one before it is destroyed.
+/// Names the window over which messages come up, centred, and which they stay above. With null (as
+/// at the start) and while it is not on the screen they come up in the screen's centre. The widget
+/// is kept: name another one before it is destroyed.
 void KvcSetMessagesOver(Widget window);
 
 /// Shows an information and returns at once. With `showDialog` 0, and while a question is open,
@@ -75,7 +76,8 @@ void KvcWidgetGetTextString(Widget w, KvText& out);
 /// Sets the scale to the nearest value that it allows.
 void KvcSliderSetValue(Widget scale, int value);
 
-/// Sets the scale (not limited) and the field, each unless it is null.
+/// Sets the scale and the field, each unless it is null. The value is not limited: Motif leaves
+/// the scale alone, with a warning, when it is out of the scale's range.
 void KvcSliderSetValue(Widget scale, Widget text, int value);
 
 /// With `fromScale` copies the scale's value to the field, else the field's to the scale, limited
