@@ -67,6 +67,10 @@ void KvcLabelSetString(Widget label, const char* text);
 void KvcLabelSetStringAndResize(Widget label, Widget ref, const char* text, int shortLength,
                                 int mediumLength);
 
+/// Makes a label that is too narrow for its text wider, up to `room` pixels. Returns 1 when the
+/// text fits, 0 when part of it is out of sight even so.
+int KvcFitLabel(Widget label, int room);
+
 /// Text of a selection box or file selection box, at most 1023 bytes of it.
 void KvcWidgetGetTextString(Widget w, KvText& out);
 

@@ -99,6 +99,21 @@ char* KvcLabelGetString(Widget label) {
     return XtNewString(textOf(stringResource(label, XmNlabelString).get()).c_str());
 }
 
+int KvcFitLabel(Widget label, int room) {
+    const KviXmString text = stringResource(label, XmNlabelString);
+    XmFontList font = nullptr;
+    Dimension width = 0;
+    Dimension margin = 0;
+    Dimension left = 0;
+    Dimension right = 0;
+    XtVaGetValues(label, XmNfontList, &font, XmNwidth, &width, XmNmarginWidth, &margin,
+                  XmNmarginLeft, &left, XmNmarginRight, &right, nullptr);
+    const int needed = XmStringWidth(font, text.get()) + 2 * margin + left + right;
+    if (needed > width && room > width)
+        XtVaSetValues(label, XmNwidth, std::min(needed, room), nullptr);
+    return needed <= std::max<int>(width, room);
+}
+
 void KvcLabelSetStringAndResize(Widget label, Widget ref, const char* text, int shortLength,
                                 int mediumLength) {
     const int length = static_cast<int>(std::strlen(orEmpty(text)));

@@ -18,6 +18,7 @@
 
 #include "builder/KviBxUtil.h"
 #include "builder/KviOwners.h"
+#include "motif/KvcUtil.h"
 #include "ui/KvcInstall.h"
 #include "ui/installIcon.h"
 
@@ -321,6 +322,9 @@ void createMainDialog(Widget parent) {
                                     {XmNresizePolicy, XmRESIZE_GROW},
                                     {XmNdialogTitle, XmRXmString, "Zarn 2.0 Installation"}});
     for (const Row& row : mainRows) createRow(parent, row);
+    // A display without their font shows them in a wider one; there is room beside them.
+    KvcFitLabel(kviInstallSubsystemAddedLabel, 158);
+    KvcFitLabel(kviInstallSubsystemRemovedLabel, 149);
 }
 
 void createIconDialog(Widget parent) {
