@@ -91,7 +91,8 @@ public:
     /// that names a location without the suite is deleted, and the user told.
     static int getInstallInfo();
     /// Goes over to the record inside the installed tree `location` and shows it. When there is
-    /// none the user is told, and the state stays what it was.
+    /// none, or it speaks of a tree elsewhere, the user is told, the record stays and the state is
+    /// what it was.
     static int setInstallInfo(const char* location);
     /// Whether the suite is installed. Any widget will do: the answer is the same.
     static int isInstalled(Widget w);

@@ -46,6 +46,9 @@ std::string KvmHome();
 /// Sets a widget's foreground to a colour by name; a name unknown to the display changes nothing.
 void KvmSetForeground(Widget w, const char* colour);
 
+/// Takes all marks back: what was marked on an installed suite means nothing for another one.
+void KvmForgetMarks();
+
 /// The place that `location` names, as the installation goes there and the record keeps it: "." as
 /// it is, any other relative name made absolute. Empty, after an error that says why, when the
 /// record could not hold it.
@@ -53,6 +56,12 @@ std::string KvmTakeLocation(const char* location);
 
 /// Writes the record for an installation in `place`; false when not all of it is on the disk.
 bool KvmWriteRecord(const std::string& place);
+
+/// Goes back to the user's own record from that of an installed tree.
+void KvmReturnToOwnRecord();
+
+/// Whether the record in use is there and names `place`.
+bool KvmOwnRecordNames(const std::string& place);
 
 /// Extracts all archives of the tar-file medium; true when at least one was installed.
 bool KvmInstallArchives();

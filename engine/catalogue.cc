@@ -126,6 +126,13 @@ void KvmSetForeground(Widget w, const char* colour) {
     if (converted) XtSetValues(w, &pixel, 1);
 }
 
+void KvmForgetMarks() {
+    KvmInstallInfo& info = KvmInstallMgr::_info;
+    info.productChanged = info.subsystemsAdded = info.subsystemsRemoved = 0;
+    for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
+        KvmSetForeground(row.getWidget(), unmarkedColour);
+}
+
 int KvmInstallMgr::setSubsystem(Widget toggle, int on) {
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
         if (row.getWidget() != toggle) continue;

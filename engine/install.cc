@@ -2,8 +2,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -55,14 +57,14 @@ void want(Wanted& wanted, const KvmInstallSubsystemRow& row, std::string_view fr
     wanted.labels = KvuPrint("%s\n%s", wanted.labels.c_str(), row.label);
 }
 
+bool isMarked(const KvmInstallSubsystemRow& row) {
+    return row.selected && !KvuSystem::fileExists(KvmSubsystemFolder().c_str(), row.directory, 0);
+}
+
 Wanted wantedFrom(const char* source) {
     Wanted wanted;
-    const std::string folder = KvmSubsystemFolder();
-    for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
-        const bool present =
-            state().installed && KvuSystem::fileExists(folder.c_str(), row.directory, 0);
-        if (row.selected && !present) want(wanted, row, source);
-    }
+    for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
+        if (state().installed ? isMarked(row) : row.selected != 0) want(wanted, row, source);
     return wanted;
 }
 
@@ -211,11 +213,17 @@ bool mayInstall() {
     return true;
 }
 
+// A mark that was taken back leaves its flag behind.
+bool somethingIsMarked() {
+    return state().subsystemsAdded &&
+           std::any_of(std::begin(KvmInstallSubsystem), std::end(KvmInstallSubsystem), isMarked);
+}
+
 bool fitsAndIsNew() {
     const KvmInstallInfo& info = state();
     if (!KvmInstallMgr::initDiskSpace())
         return KvmFail("Not enough disk space for installation.\nPlease enter another file path.");
-    if (info.installed && !info.subsystemsAdded)
+    if (info.installed && !somethingIsMarked())
         return KvmFail("Zarn system has already been installed in \"", info.path,
                        "\".\nNo new subsytems have been marked for installation.");
     return true;

@@ -8,8 +8,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "engine/KvmInstallMgr.h"
 #include "engine/KvmInternal.h"
@@ -24,6 +26,9 @@ int KvmInstallMgr::_isRoot = 0;
 
 namespace {
 
+// The record that goes with the user, whatever tree's record the session is working on.
+std::string ownRecord;
+
 // A name that does not fit would name another file: better none at all.
 void chooseRecord(const std::string& path) {
     if (KvCopyText(KvmInstallMgr::_infoFile, path)) return;
@@ -31,10 +36,13 @@ void chooseRecord(const std::string& path) {
     KvmInstallMgr::_infoFile[0] = '\0';
 }
 
+constexpr const char* goneText =
+    "Could not locate Zarn system files in\npreviously installed Zarn system location:\n";
+
 // Only a regular file can be a record: a directory at its place must not be read, let alone be
 // deleted as a record that went stale.
-KvuFile openRecord() {
-    const int file = open(KvmInstallMgr::_infoFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+KvuFile openRecord(const char* path) {
+    const int file = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (file < 0) return nullptr;
     struct stat status;
     if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) return KvuFile(fdopen(file, "r"));
@@ -66,6 +74,43 @@ void takeProgram(std::string_view program) {
     KvmInstallMgr::setProductUI();
 }
 
+template <typename Action>
+void forEachLine(std::FILE* record, Action action) {
+    KvText line;
+    while (std::fgets(line, sizeof line, record) != nullptr) {
+        const std::size_t length = std::strlen(line);
+        if (length > 1) action(std::string_view(line, length - 1));
+    }
+}
+
+bool isSameDirectory(const std::string& a, const std::string& b) {
+    std::error_code error;
+    return std::filesystem::equivalent(a, b, error);
+}
+
+std::string pathIn(std::FILE* record) {
+    std::string path;
+    forEachLine(record, [&](std::string_view line) {
+        const auto [mark, key, value] = wordsOf(line);
+        if (mark == "#" && key == "PATH:" && !value.empty()) path = value;
+    });
+    return path;
+}
+
+// Whether the record may speak for the suite in `place`. The record of a tree that was moved or
+// copied names another one, which must not be changed, let alone be removed, in its stead.
+bool speaksFor(const std::string& recordFile, const std::string& place, const char* location) {
+    const KvuFile record = openRecord(recordFile.c_str());
+    if (!record) return KvmFail("Could not find an installed Zarn system in:\n", location);
+    const std::string path = pathIn(record.get());
+    const std::string tree = KvuPrint("%s/%s", path.c_str(), kvmSystem);
+    if (path.empty() || isSameDirectory(tree, KvuPrint("%s/%s", place.c_str(), kvmSystem)))
+        return true;
+    if (!isSameDirectory(tree, tree)) return KvmFail(goneText, path.c_str());
+    return KvmFail("The Zarn system in ", place.c_str(), "\nis a copy. The installed one is in ",
+                   path.c_str());
+}
+
 void takeValue(KvText& field, std::string_view value) {
     // A word of a line of 1023 characters always fits.
     static_cast<void>(KvCopyText(field, value));
@@ -83,11 +128,7 @@ void takeLine(std::string_view line) {
 }
 
 void readLines(std::FILE* record) {
-    KvText line;
-    while (std::fgets(line, sizeof line, record) != nullptr) {
-        const std::size_t length = std::strlen(line);
-        if (length > 1) takeLine({line, length - 1});
-    }
+    forEachLine(record, takeLine);
 }
 
 void readSubsystems() {
@@ -138,18 +179,17 @@ bool KvmWriteRecord(const std::string& place) {
 
 int KvmInstallMgr::checkIfRoot() {
     if (KvmRun("id | grep root >/dev/null")) _isRoot = 1;
-    chooseRecord(_isRoot ? "/usr/lib/.Zarn_inst" : KvuPrint("%s/%s", KvmHome().c_str(), kvmRecord));
+    ownRecord = _isRoot ? "/usr/lib/.Zarn_inst" : KvuPrint("%s/%s", KvmHome().c_str(), kvmRecord);
+    chooseRecord(ownRecord);
     return _isRoot;
 }
 
 int KvmInstallMgr::getInstallInfo() {
-    const KvuFile record = openRecord();
+    const KvuFile record = openRecord(_infoFile);
     if (!record) return 0;
     readLines(record.get());
     if (!KvuSystem::fileExists(_info.path, kvmSystem, 0)) {
-        KvcUserError(
-            "Could not locate Zarn system files in\npreviously installed Zarn system location:\n",
-            _info.path);
+        KvcUserError(goneText, _info.path);
         KvuSystem::rm(_infoFile, 1);
         return 0;
     }
@@ -158,26 +198,36 @@ int KvmInstallMgr::getInstallInfo() {
     return 1;
 }
 
+void KvmReturnToOwnRecord() {
+    if (!ownRecord.empty()) chooseRecord(ownRecord);
+}
+
+bool KvmOwnRecordNames(const std::string& place) {
+    const KvuFile record = openRecord(KvmInstallMgr::_infoFile);
+    return record && pathIn(record.get()) == place;
+}
+
 int KvmInstallMgr::setInstallInfo(const char* location) {
-    const KvmInstallInfo before = _info;
-    const std::string recordBefore = _infoFile;
     const std::string place = KvuSystem::dirname(location);
     const std::string record = KvuPrint("%s/%s/resources/%s", place.c_str(), kvmSystem, kvmRecord);
-    const bool fits = KvCopyText(_info.path, place) && KvCopyText(_infoFile, record);
-    const bool found = fits && openRecord() != nullptr;
-    if (found && getInstallInfo()) {
+    if (record.size() >= KvTextSize) return KvmFail("This location is too long:\n", location);
+    if (!speaksFor(record, place, location)) return 0;
+    const KvmInstallInfo before = _info;
+    const std::string recordBefore = _infoFile;
+    chooseRecord(record);
+    if (!KvCopyText(_info.path, place) || !getInstallInfo()) {
+        // The session goes on with what it knew, or an installation would be recorded there.
+        _info = before;
+        chooseRecord(recordBefore);
+        setProductUI();
         init();
-        info(kviInstallSystemMsg, KvuPrint("%s Version %s is currently installed on '%s'",
-                                           getProductName(), _info.version, _info.installHostname)
-                                      .c_str());
-        return 1;
+        return 0;
     }
-    if (!found) KvcUserError("Could not find an installed Zarn system in:\n", location);
-    // The session goes on with what it knew, or an installation would be recorded in that place.
-    _info = before;
-    chooseRecord(recordBefore);
     init();
-    return 0;
+    info(kviInstallSystemMsg, KvuPrint("%s Version %s is currently installed on '%s'",
+                                       getProductName(), _info.version, _info.installHostname)
+                                  .c_str());
+    return 1;
 }
 
 int KvmInstallMgr::isInstalled(Widget) {

@@ -64,7 +64,11 @@ int KvmInstallMgr::removeAll() {
     if (!KvmRun("%s/Zarn_system/bin/Zarn.install -r %s/%s", _info.path, _info.path, kvmSystem))
         return KvmFail("Can't remove ", tree.c_str());
     KvmRun("rm -f %s/%s %s/%s", home, getProductName(), "/usr/sbin", getProductName());
+    // The session may have worked on the record inside the tree.
+    KvmReturnToOwnRecord();
+    if (KvmOwnRecordNames(_info.path)) KvmRun("rm -f %s", _infoFile);
     _info.installed = 0;
+    KvmForgetMarks();
     info(kviInstallSystemMsg, "Removed ", _info.path, "/Zarn_system\a");
     return 1;
 }

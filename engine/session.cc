@@ -1,3 +1,4 @@
+#include <Xm/Label.h>
 #include <Xm/TextF.h>
 #include <Xm/ToggleB.h>
 #include <Xm/Xm.h>
@@ -20,6 +21,9 @@ KvText KvInstallInfoMsg;
 namespace {
 
 constexpr float baseMB = 17.0F;
+
+// Pixels from the value's left edge to the window's right one.
+constexpr int spaceRoom = 150;
 
 // Every file that the installer names below the location must fit its buffer, and the record's
 // line for it the reader's.
@@ -124,7 +128,7 @@ int KvmInstallMgr::initInfo() {
     setReadFrom(_info.readFrom);
     if (!KvCopyText(_info.path, _isRoot ? "/usr/local" : KvmHome())) _info.path[0] = '\0';
     _info.product = _info.installed = _info.installedInThisSession = 0;
-    _info.productChanged = _info.subsystemsAdded = _info.subsystemsRemoved = 0;
+    KvmForgetMarks();
     getHostName(_info.installHostname);
     resetSubsystems();
     return 1;
@@ -141,6 +145,7 @@ void KvmInstallMgr::init() {
 int KvmInstallMgr::initDiskSpace() {
     const float available = KvuSystem::getFreeSpace(_info.path);
     KvcLabelSetString(kviInstallDiskAvail, KvuPrint("%.1f Mbytes", available).c_str());
+    KvcFitLabel(kviInstallDiskAvail, spaceRoom);
     const float required = requiredMB();
     KvcLabelSetString(kviInstallDiskReq, KvuPrint("%.1f Mbytes", required).c_str());
     const bool enough = _info.installed || available > required;
@@ -159,6 +164,9 @@ void KvmInstallMgr::info(Widget label, const char* a, const char* b, const char*
     std::string shown = text;
     std::erase(shown, '\a');
     KvcLabelSetString(label, shown.c_str());
+    // Of a text that is too long the beginning matters most, and the terminal has all of it.
+    XtVaSetValues(label, XmNalignment,
+                  KvcFitLabel(label, 0) ? XmALIGNMENT_CENTER : XmALIGNMENT_BEGINNING, nullptr);
     // The command that usually follows blocks the window: what it says has to be there before.
     XmUpdateDisplay(label);
     if (text != KvInstallInfoMsg) {
@@ -180,6 +188,8 @@ int KvmInstallMgr::setLocation(const char* location) {
     if (place.empty() || !isValidInstallPath(place.c_str())) return 0;
     if (!KvCopyText(_info.path, place)) return 0;
     _info.installed = 0;
+    KvmForgetMarks();
+    KvmReturnToOwnRecord();
     init();
     XtSetSensitive(kviInstallLocationTextOk, False);
     return 1;

@@ -204,6 +204,11 @@ TEST_F(Installing, AddsToASuiteThatHasNoSubsystems) {
     EXPECT_NE(message().find("No new subsytems have been marked"), std::string::npos);
 
     KvmInstallMgr::setSubsystem(kviSubsystemModels, 1);
+    KvmInstallMgr::setSubsystem(kviSubsystemModels, 0);
+    EXPECT_FALSE(KvmInstallMgr::install()) << "the mark was taken back";
+    EXPECT_NE(message().find("No new subsytems have been marked"), std::string::npos);
+
+    KvmInstallMgr::setSubsystem(kviSubsystemModels, 1);
     KvmInstallMgr::setSubsystem(kviSubsystemTextures, 1);
     answerWith({1});
     EXPECT_FALSE(KvmInstallMgr::install()) << "the user said no";

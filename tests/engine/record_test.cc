@@ -1,5 +1,7 @@
 #include "tests/window.h"
 
+#include <Xm/ToggleB.h>
+
 #include "engine/KvmInternal.h"
 
 namespace {
@@ -82,24 +84,68 @@ TEST_F(Record, WrittenInPartCountsAsNotWritten) {
     EXPECT_FALSE(std::filesystem::is_symlink(here / "home/.Zarn_inst"));
 }
 
-TEST_F(Record, OfAnInstalledTreeTakesOver) {
-    const std::string suite = here / "suite";
-    const std::string tree = suite + "/Zarn_system";
-    write(tree + "/resources/.Zarn_inst",
-          "# PROGRAM: Zarn-Corvan\n# VERSION: 2.0\n# PATH:    " + suite + "\n# HOST:    crane\n");
+class TreeRecord : public Record {
+protected:
+    // A suite in a folder of that name; its record names the suite in `path`.
+    std::string tree(const std::string& name, const std::filesystem::path& path) const {
+        const std::string folder = here / name / "Zarn_system";
+        write(folder + "/resources/.Zarn_inst",
+              "# PROGRAM: Zarn-Corvan\n# VERSION: 2.0\n# PATH:    " + path.string() +
+                  "\n# HOST:    crane\n");
+        return folder;
+    }
+};
+
+TEST_F(TreeRecord, TakesOver) {
+    const std::string folder = tree("suite", here / "suite");
+    for (const char* slash : {"", "/"}) {
+        EXPECT_TRUE(KvmInstallMgr::setInstallInfo((folder + slash).c_str()));
+        EXPECT_EQ(KvmInstallMgr::_infoFile, folder + "/resources/.Zarn_inst");
+        EXPECT_EQ(KvmInstallMgr::_info.path, (here / "suite").string());
+        EXPECT_EQ(textOf(kviInstallSystemMsg),
+                  "Zarn-Corvan Version 2.0 is currently installed on 'crane'");
+        EXPECT_TRUE(XtIsSensitive(kviInstallButtonRemove));
+        EXPECT_FALSE(KvmInstallMgr::isRunningOnServer());
+    }
+}
+
+TEST_F(TreeRecord, ThatDoesNotSpeakForItsTreeChangesNothing) {
     const std::string own = KvmInstallMgr::_infoFile;
+    tree("original", here / "original");
+    const struct {
+        std::string location;
+        const char* says;
+    } cases[] = {
+        {here / "home", "Could not find an installed Zarn system"},
+        {tree("moved", here / "gone"), "Could not locate Zarn system files in\n"},
+        {tree("copy", here / "original"), "is a copy. The installed one is in "},
+        {"/" + std::string(1015, 'x') + "/Zarn_system", "is too long"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.says);
+        EXPECT_FALSE(KvmInstallMgr::setInstallInfo(c.location.c_str()));
+        EXPECT_NE(message().find(c.says), std::string::npos) << message();
+        EXPECT_EQ(KvmInstallMgr::_infoFile, own) << "an installation must not be recorded there";
+        EXPECT_STREQ(KvmInstallMgr::getProductCode(), "PNT");
+        EXPECT_TRUE(XmToggleButtonGetState(kviInstallPinnet));
+        EXPECT_FALSE(KvmInstallMgr::isInstalled(nullptr));
+    }
+    EXPECT_TRUE(std::filesystem::exists(here / "moved/Zarn_system/resources/.Zarn_inst"));
+}
 
-    EXPECT_FALSE(KvmInstallMgr::setInstallInfo((here / "home").c_str()));
-    EXPECT_NE(message().find("Could not find an installed Zarn system"), std::string::npos);
-    EXPECT_EQ(KvmInstallMgr::_infoFile, own) << "an installation must not be recorded there";
-
-    EXPECT_TRUE(KvmInstallMgr::setInstallInfo((tree + "/").c_str()));
-    EXPECT_EQ(KvmInstallMgr::_infoFile, tree + "/resources/.Zarn_inst");
-    EXPECT_EQ(KvmInstallMgr::_info.path, suite);
-    EXPECT_EQ(textOf(kviInstallSystemMsg),
-              "Zarn-Corvan Version 2.0 is currently installed on 'crane'");
-    EXPECT_TRUE(XtIsSensitive(kviInstallButtonRemove));
-    EXPECT_FALSE(KvmInstallMgr::isRunningOnServer());
+TEST_F(TreeRecord, IsLeftBehindWithItsTree) {
+    script("id", "echo 'uid=1000(ann) gid=1000(ann)'");
+    KvmInstallMgr::checkIfRoot();
+    const std::string own = KvmInstallMgr::_infoFile;
+    const std::string folder = tree("suite", here / "suite");
+    write(folder + "/bin/Zarn.install", "#!/bin/sh\nexec rm -r \"$2\"\n");
+    std::filesystem::permissions(folder + "/bin/Zarn.install", std::filesystem::perms::owner_all);
+    write(own, "# PATH:    " + (here / "suite").string() + "\n");
+    ASSERT_TRUE(KvmInstallMgr::setInstallInfo(folder.c_str()));
+    EXPECT_TRUE(KvmInstallMgr::removeAll());
+    EXPECT_FALSE(std::filesystem::exists(folder));
+    EXPECT_EQ(KvmInstallMgr::_infoFile, own) << "the next installation is recorded there";
+    EXPECT_FALSE(std::filesystem::exists(own)) << "it named the suite that is gone";
 }
 
 TEST_F(Record, LiesWhereTheUserMayWriteIt) {
