@@ -18,11 +18,9 @@ int KvInvokeIconInstall = 0;
 
 namespace {
 
-int shellFlag = 1;
-
 struct Option {
     const char* name;
-    int* target;
+    int* target;  // null: the option makes this process the installer
     int value;
     bool takesLocation;
     const char* help;
@@ -34,7 +32,7 @@ const Option options[] = {
     {"-subsystems", &KvInvokeSubsystems, 1, true,
      "add to or remove from the suite installed there"},
     {"-icons", &KvInvokeIconInstall, 1, true, "install icons for the suite installed there"},
-    {"-noShell", &shellFlag, 0, false, "run in this terminal, as this user"},
+    {"-noShell", nullptr, 0, false, "run in this terminal, as this user"},
 };
 
 const Option* findOption(std::string_view argument) {
@@ -85,11 +83,13 @@ void handOnDisplayAuthority() {
 }
 
 [[noreturn]] void launch(int argc, char** argv) {
-    const std::string program = KvuPrint("./%s", argv[0]);
-    if (access(program.c_str(), X_OK) != 0)
+    // Nobody should be asked for a password for what is known to fail.
+    if (access(KvuPrint("./%s", argv[0]).c_str(), X_OK) != 0) {
         std::fprintf(stderr,
                      "%s: please change to the directory that holds it, and start it there\n",
                      argv[0]);
+        std::exit(0);
+    }
     handOnDisplayAuthority();
     const KvuShellText command = terminalCommand(argv[0], argumentList(argc, argv));
     KvuSystem::system(command.text.c_str(), 1);
@@ -107,13 +107,18 @@ void usage(const char* program) {
 }
 
 int parseArgs(int argc, char** argv) {
+    bool shell = true;
     for (int i = 1; i < argc; ++i) {
         const Option* option = findOption(argv[i]);
         if (option == nullptr) usage(argv[0]);
-        *option->target = option->value;
+        if (option->target == nullptr) {
+            shell = false;
+        } else {
+            *option->target = option->value;
+        }
         if (option->takesLocation) takeLocation(argv[0], argv[++i]);
     }
-    if (shellFlag) launch(argc, argv);
+    if (shell) launch(argc, argv);
     std::printf("\nOk. Running Zarn installation...\n");
     std::fflush(stdout);
     return 1;
