@@ -11,7 +11,6 @@
 #include "platform/Platform.h"
 #include "startup/logo.h"
 #include "support/KvuCommand.h"
-#include "support/KvuOwners.h"
 #include "support/KvuSystem.h"
 
 KvText appDefaultsFile;
@@ -99,16 +98,25 @@ static const char* const appDefaults = R"(
 *install.geometry:                           +80+50
 )";
 
+namespace {
+
+// Half a text would end in the middle of a resource.
+bool writeDefaults() {
+    std::FILE* file = platform::openTemporary(appDefaultsFile);
+    if (file == nullptr) return false;
+    const bool written = std::fprintf(file, "%s", appDefaults) > 0;
+    if (std::fclose(file) == 0 && written) return true;
+    ZarnAppClose();
+    return false;
+}
+
+}  // namespace
+
 void ZarnAppInit(const char* name) {
-    appDefaultsFile[0] = '\0';
-    if (!KvCopyText(appDefaultsFile, KvuPrint("/tmp/%s", name))) appDefaultsFile[0] = '\0';
-    KvuFile file(platform::openTemporary(appDefaultsFile));
-    if (!file) {
+    if (!KvCopyText(appDefaultsFile, KvuPrint("/tmp/%s", name)) || !writeDefaults()) {
         appDefaultsFile[0] = '\0';
         return;
     }
-    std::fprintf(file.get(), "%s", appDefaults);
-    file.reset();
     // The toolkit keeps looking there for as long as the process lives: putenv keeps the pointer.
     static char searchPath[] = "XFILESEARCHPATH=/usr/lib/X11/app-defaults/%N:/tmp/%N";
     putenv(searchPath);
