@@ -2,8 +2,8 @@
 # hands on it. Sourced by ./run and by the whole runs of the tests.
 
 # Runs this script again in a mount namespace of its own, so that a super-user's installation
-# leaves the machine as it is: /usr/lib, /usr/sbin, /usr/share, /usr/local, /etc and /tmp take
-# changes that vanish with it, and /mnt is an empty disk. False when that is not allowed here.
+# leaves the machine as it is: /usr/lib, /usr/sbin, /usr/share, /usr/local and /etc take
+# changes that vanish with it, and /mnt and /tmp are empty. False when that is not allowed here.
 enter_private_place() {
     [ "${ZARN_PRIVATE:-}" != yes ] || return 0
     [ "$(id -u)" = 0 ] && unshare -m true 2>/dev/null || return 1
@@ -15,14 +15,16 @@ make_place_private() {
     mount -t tmpfs -o mode=755 tmpfs /mnt
     mkdir /mnt/.layers /mnt/.project
     mount --rbind "$project" /mnt/.project
-    for place in /usr/lib /usr/sbin /usr/share /usr/local /etc /tmp; do
+    for place in /usr/lib /usr/sbin /usr/share /usr/local /etc; do
         name=/mnt/.layers/${place//\//_}
         mkdir -p "$name/upper" "$name/work"
         chmod --reference="$place" "$name/upper"
         mount -t overlay overlay \
             -o "lowerdir=$place,upperdir=$name/upper,workdir=$name/work" "$place"
     done
+    mount -t tmpfs -o mode=1777 tmpfs /tmp
     # The project may lie below one of them, and what is written there is to stay.
+    mkdir -p "$project"
     mount --rbind /mnt/.project "$project"
 }
 
@@ -93,42 +95,66 @@ click_at() {
     sleep 0.3
 }
 
-# The installer's window, by what a user sees there.
-click() {
+# Where things are in the installer's window, by what a user sees there.
+place_of() {
     case $1 in
-    "Local Tape") click_at "Zarn 2.0 Installation" 60 95 ;;
-    "Remote Tape") click_at "Zarn 2.0 Installation" 196 95 ;;
-    "Tar File") click_at "Zarn 2.0 Installation" 333 95 ;;
-    "CD-ROM") click_at "Zarn 2.0 Installation" 470 95 ;;
-    device) click_at "Zarn 2.0 Installation" 250 128 ;;
-    "device Ok") click_at "Zarn 2.0 Installation" 556 127 ;;
-    Pinnet) click_at "Zarn 2.0 Installation" 50 213 ;;
-    Corvan) click_at "Zarn 2.0 Installation" 160 213 ;;
-    Lustrel) click_at "Zarn 2.0 Installation" 300 213 ;;
-    Ambrel) click_at "Zarn 2.0 Installation" 445 213 ;;
-    location) click_at "Zarn 2.0 Installation" 250 277 ;;
-    "location Ok") click_at "Zarn 2.0 Installation" 556 276 ;;
-    textures) click_at "Zarn 2.0 Installation" 36 352 ;;
-    materials) click_at "Zarn 2.0 Installation" 36 378 ;;
-    projects) click_at "Zarn 2.0 Installation" 36 404 ;;
-    models) click_at "Zarn 2.0 Installation" 36 430 ;;
-    translatorsIn) click_at "Zarn 2.0 Installation" 236 352 ;;
-    translators) click_at "Zarn 2.0 Installation" 236 378 ;;
-    render) click_at "Zarn 2.0 Installation" 236 404 ;;
-    pictures) click_at "Zarn 2.0 Installation" 236 430 ;;
-    translatorDev) click_at "Zarn 2.0 Installation" 450 352 ;;
-    src) click_at "Zarn 2.0 Installation" 450 400 ;;
-    Install) click_at "Zarn 2.0 Installation" 61 518 ;;
-    Remove) click_at "Zarn 2.0 Installation" 178 518 ;;
-    "Install Icon...") click_at "Zarn 2.0 Installation" 304 517 ;;
-    Exit) click_at "Zarn 2.0 Installation" 553 518 ;;
-    "icon Install") click_at "Install Icon" 68 338 ;;
-    "icon Close") click_at "Install Icon" 185 338 ;;
+    "Local Tape") echo 42 95 ;;
+    "Remote Tape") echo 179 95 ;;
+    "Tar File") echo 316 95 ;;
+    "CD-ROM") echo 453 95 ;;
+    device) echo 250 128 ;;
+    "device Ok") echo 556 127 ;;
+    Pinnet) echo 50 213 ;;
+    Corvan) echo 160 213 ;;
+    Lustrel) echo 300 213 ;;
+    Ambrel) echo 445 213 ;;
+    location) echo 250 277 ;;
+    "location Ok") echo 556 276 ;;
+    textures) echo 34 352 ;;
+    materials) echo 34 378 ;;
+    projects) echo 34 404 ;;
+    models) echo 34 430 ;;
+    translatorsIn) echo 234 352 ;;
+    translators) echo 234 378 ;;
+    render) echo 234 404 ;;
+    pictures) echo 234 430 ;;
+    translatorDev) echo 448 352 ;;
+    src) echo 448 400 ;;
+    Install) echo 61 518 ;;
+    Remove) echo 178 518 ;;
+    "Install Icon...") echo 304 517 ;;
+    Exit) echo 553 518 ;;
+    "icon Install") echo 68 338 ;;
+    "icon Close") echo 185 338 ;;
     *)
-        echo "nothing to click: $1" >&2
+        echo "there is no: $1" >&2
         return 1
         ;;
     esac
+}
+
+click() {
+    local window="Zarn 2.0 Installation"
+    case $1 in
+    "icon "*) window="Install Icon" ;;
+    esac
+    # shellcheck disable=SC2046
+    click_at "$window" $(place_of "$1")
+}
+
+# Whether the toggle of a medium or a subsystem is on: it is filled with red.
+is_on() {
+    local X Y x y
+    eval "$(xdotool getwindowgeometry --shell "$(find_window "Zarn 2.0 Installation")" | grep '^[XY]=')"
+    read -r x y <<<"$(place_of "$1")"
+    import -window root -depth 8 -crop "1x1+$((X + x))+$((Y + y))" txt:- | grep -qi '#FF0000'
+}
+
+# The information window comes up over the installer's.
+move_brochure_aside() {
+    wait_for has_window "Installation will take a few minutes.*"
+    xdotool windowmove "$(find_window "Installation will take a few minutes.*")" 800 600
+    sleep 0.5
 }
 
 # Replaces the text of a field by typing.

@@ -58,6 +58,7 @@ xdotool key Return
 wait_for has_window "Zarn 2.0 Installation" || fail "no window after the password"
 sleep 1
 shot ordinary-user
+is_on "CD-ROM" || fail "the option got lost on the way through su"
 close_window
 
 # Options that the launcher itself has to refuse.

@@ -41,8 +41,7 @@ click Install
 # leaves it whole though the installer is busy.
 wait_for test -e "$(home_of "$who")/tar-runs" || fail "the extraction does not start"
 says "Installing Zarn system. This will take a few minutes..."
-wait_for has_window "Installation will take a few minutes.*" || fail "no information window"
-xdotool windowmove "$(find_window "Installation will take a few minutes.*")" 800 600
+move_brochure_aside || fail "no information window"
 eval "$(xdotool getwindowgeometry --shell "$(find_window "Zarn 2.0 Installation")")"
 window_at=${WIDTH}x$HEIGHT+$X+$Y
 sleep 1

@@ -1,0 +1,126 @@
+#!/bin/bash
+# The life of an installation in one run of the installer: install, add, remove, think better of
+# it, remove all, install elsewhere. After each step window, record and tree have to agree, and in
+# the end the disk is as it was.
+set -eu
+build=$1
+. "$(dirname "$0")/installing.sh"
+settle
+
+# All that an installation could leave behind, the brochure of a running installer apart.
+disk() {
+    find "$suite" "$elsewhere" /usr/lib /usr/sbin /usr/share/applications "$(home_of "$who")" /tmp \
+        -not -path '/tmp/.X*' -not -name .kvcInstallMsg \
+        \( -type d -printf '%p %m\n' -o -printf '%p %y %s %m %l\n' \) | sort -T "$place"
+}
+
+agree() {
+    has_subsystems "$@"
+    grep -qx "# PATH:    $suite" "$(record_of "$who")" || fail "the record is gone"
+    local name
+    for name in $all_subsystems; do
+        if [[ " $* " = *" $name "* ]]; then
+            is_on "$name" || fail "$who $medium: $name is there, its toggle is off"
+        else
+            ! is_on "$name" || fail "$who $medium: $name is not there, its toggle is on"
+        fi
+    done
+}
+
+toggle() {
+    local name
+    for name in "$@"; do click "$name"; done
+}
+
+first_installation() {
+    enter_text location "$suite"
+    click "location Ok"
+    click Install
+    [ "$medium" != tar ] || answer second
+    if [ "$who" = root ]; then
+        answer first
+        answer second
+        acknowledge "For your information\.\.\."
+        click "icon Close"
+    fi
+    wait_for grep -q "^# PATH:    $suite\$" "$(record_of "$who")"
+    wait_for test -x "$suite/Zarn_system/bin/Zarn_install"
+    sleep 1
+}
+
+live() {
+    set_out "$1" "$2"
+    elsewhere=$place/elsewhere-$who-$medium
+    mkdir -p "$elsewhere"
+    [ "$who" != ann ] || chown ann "$elsewhere"
+    disk >"$place/before"
+    start_installer
+    case $medium in
+    tape)
+        enter_text device "$place/distribution/tape.img"
+        click "device Ok"
+        ;;
+    cdrom) click "CD-ROM" ;;
+    tar) click "Tar File" ;;
+    esac
+
+    toggle models translatorsIn translators render translatorDev src
+    first_installation
+    move_brochure_aside
+    agree textures materials projects pictures
+
+    toggle models render src
+    click Install
+    answer first
+    acknowledge "For your information\.\.\."
+    agree textures materials projects pictures models render src
+
+    toggle textures src
+    click Remove
+    answer first
+    answer first
+    answer first
+    acknowledge "For your information\.\.\."
+    agree materials projects pictures models render
+
+    toggle pictures
+    click Remove
+    answer second
+    answer second
+    [ -d "$suite/Zarn_system/subsystems/pictures" ] || fail "removed though the answer was no"
+    toggle pictures
+    agree materials projects pictures models render
+    shot "$who-$medium-declined"
+
+    touch "$(home_of "$who")/.zarnRunning"
+    click Remove
+    answer second
+    answer first
+    acknowledge "Oooops\.\.\. Sorry!"
+    rm "$(home_of "$who")/.zarnRunning"
+    agree materials projects pictures models render
+    click Remove
+    answer second
+    answer first
+    says "Removed $suite/Zarn_system"
+    sleep 1
+    disk >"$place/after"
+    diff "$place/before" "$place/after" || fail "$who $medium: the disk is not as it was"
+
+    suite=$elsewhere
+    first_installation
+    agree materials projects pictures models render
+    click Remove
+    answer first
+    says "Removed $suite/Zarn_system"
+    leave_installer
+    suite=$place/suite-$who-$medium
+    disk >"$place/after"
+    diff "$place/before" "$place/after" || fail "$who $medium: the disk is not as it was"
+    rm -r "$elsewhere"
+    echo "lived as $who from $medium"
+}
+
+for somebody in $people; do
+    for medium in tar cdrom tape; do live "$somebody" "$medium"; done
+done
