@@ -45,17 +45,19 @@ Label labelOf(const std::string& text) {
     return Label(XmStringCreateLocalized(const_cast<char*>(text.c_str())));
 }
 
-bool setIcon(Request& request, const std::string& name) {
+// A message without a picture is better than none.
+unsigned char iconOf(const std::string& name) {
     static const std::map<std::string, unsigned char> icons{
         {"info", XmDIALOG_INFORMATION}, {"error", XmDIALOG_ERROR}, {"question", XmDIALOG_QUESTION}};
     const auto icon = icons.find(name);
-    if (icon != icons.end()) request.icon = icon->second;
-    return icon != icons.end();
+    if (icon != icons.end()) return icon->second;
+    return XmDIALOG_MESSAGE;
 }
 
 bool takeOption(Request& request, std::string_view option, const std::string& value) {
-    if (option == "-icon") return setIcon(request, value);
-    if (option == "-header") {
+    if (option == "-icon") {
+        request.icon = iconOf(value);
+    } else if (option == "-header") {
         request.header = value;
     } else if (option == "-t") {
         request.lines.push_back(value);
@@ -188,9 +190,15 @@ int main(int argc, char** argv) {
             stderr);
         return usageStatus;
     }
+    // The installer lets its own window read defaults from /tmp, where anybody may put files.
+    unsetenv("XFILESEARCHPATH");
     XtSetLanguageProc(nullptr, nullptr, nullptr);
     XtToolkitInitialize();
     XtAppContext context = XtCreateApplicationContext();
+    // Fonts for all characters of the locale; a single font has those of one character set.
+    std::string fonts = "*fontList: -*-helvetica-bold-r-normal--12-*-*-*-*-*-*-*;-*-*-*-r-*--*:";
+    std::array<char*, 2> defaults{fonts.data(), nullptr};
+    XtAppSetFallbackResources(context, defaults.data());
     int none = 0;
     Display* display =
         XtOpenDisplay(context, nullptr, "xconfirm", "Xconfirm", nullptr, 0, &none, argv);
