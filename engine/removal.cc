@@ -1,3 +1,4 @@
+#include <Xm/ToggleB.h>
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -24,16 +25,26 @@ bool removeDirectory(const std::string& folder, const char* directory) {
            KvmRun("rm -rf %s/%s", folder, directory);
 }
 
+// What could not be removed is there, at least in part: its row says so again, as it would at the
+// next start, and can be switched off again.
+void showWhatStayed() {
+    const std::string folder = KvmSubsystemFolder();
+    for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
+        if (row.installed || !KvuSystem::fileExists(folder.c_str(), row.directory, 0)) continue;
+        row.installed = row.selected = 1;
+        XmToggleButtonSetState(row.getWidget(), True, False);
+    }
+}
+
 // Removes the row's subsystem if the user agrees; true when it is gone.
 bool removeSubsystem(KvmInstallSubsystemRow& row, const std::string& folder) {
     if (KvcUserConfirm(2, yesNo, "Remove subsystem '", row.label, "'?") != 0) return false;
     const bool removed = removeDirectory(folder, row.directory);
-    if (removed) {
-        std::printf("Removed subsystem [%s]\n", row.label);
-        std::fflush(stdout);
-    } else {
-        KvcUserError("Error: could not remove subsystem \"", row.label, "\"");
-    }
+    if (!removed) KvcUserError("Error: could not remove subsystem \"", row.label, "\"");
+    // The next question takes the error's place in the box; the terminal keeps both.
+    std::printf(removed ? "Removed subsystem [%s]\n" : "Could not remove subsystem [%s]\n",
+                row.label);
+    std::fflush(stdout);
     row.installed = 0;
     KvmSetForeground(row.getWidget(), "Black");
     return removed;
@@ -78,8 +89,11 @@ int KvmInstallMgr::remove() {
     if (_info.subsystemsRemoved &&
         KvcUserConfirm(2, removeSub,
                        "Some subsystems have been marked for removal. Do you want to\nremove just "
-                       "those subsystems, or do you want the entire\nZarn system removed?") == 0)
-        return removeSubsystems();
+                       "those subsystems, or do you want the entire\nZarn system removed?") == 0) {
+        const int done = removeSubsystems();
+        showWhatStayed();
+        return done;
+    }
     if (KvcUserConfirm(2, yesNo,
                        "Are you sure you want to remove the currently\ninstalled Zarn system in ",
                        _info.path, "?") != 0)
