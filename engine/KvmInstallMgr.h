@@ -155,7 +155,7 @@ public:
     /// Removes the subsystems that are switched off, each after a question; always 1.
     static int removeSubsystems();
     /// Removes the record, the product tree and the start commands. Refused while the product
-    /// runs; 0 also when one of them could not be removed.
+    /// runs; 0 also when record or tree could not be removed.
     static int removeAll();
 
     // After the installation

@@ -3,6 +3,7 @@
 #include <X11/Intrinsic.h>
 
 #include <string>
+#include <vector>
 
 #include "engine/KvmInstallMgr.h"
 #include "motif/KvcUtil.h"
@@ -15,6 +16,9 @@
 inline constexpr const char* kvmSystem = "Zarn_system";
 inline constexpr const char* kvmSubsystems = "subsystems";
 inline constexpr const char* kvmRecord = ".Zarn_inst";
+/// Media that need a way of their own.
+inline constexpr int kvmTarFile = 2;
+inline constexpr int kvmCdRom = 3;
 /// The version that this installer installs.
 inline constexpr const char* kvmVersion = "2.0";
 
@@ -62,6 +66,22 @@ void KvmReturnToOwnRecord();
 
 /// Whether the record in use is there and names `place`.
 bool KvmOwnRecordNames(const std::string& place);
+
+/// The subsystems that are marked for installation and not there.
+using KvmRows = std::vector<KvmInstallSubsystemRow*>;
+KvmRows KvmMarkedSubsystems();
+
+/// Takes the rows' `installed` from the disk, and shows the marks that remain.
+void KvmShowInstalled();
+
+/// Moves the extracted folder "subsystems" into the product tree; false after an error.
+bool KvmPlaceExtracted();
+
+/// Tells the user which of `wanted` are there now; false when none is.
+bool KvmReportAdded(const KvmRows& wanted);
+
+/// Set when the user answered the question of the last copyInstall with "No".
+extern bool kvmDeclined;
 
 /// Extracts all archives of the tar-file medium; true when at least one was installed.
 bool KvmInstallArchives();

@@ -126,6 +126,17 @@ void KvmSetForeground(Widget w, const char* colour) {
     if (converted) XtSetValues(w, &pixel, 1);
 }
 
+void KvmShowInstalled() {
+    const std::string folder = KvmSubsystemFolder();
+    for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
+        row.installed = KvuSystem::fileExists(folder.c_str(), row.directory, 0);
+        const char* colour = row.selected == row.installed ? unmarkedColour
+                             : row.selected                ? addedColour
+                                                           : removedColour;
+        KvmSetForeground(row.getWidget(), colour);
+    }
+}
+
 void KvmForgetMarks() {
     KvmInstallInfo& info = KvmInstallMgr::_info;
     info.productChanged = info.subsystemsAdded = info.subsystemsRemoved = 0;

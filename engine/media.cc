@@ -16,9 +16,6 @@ const char* const KvmInstallReadFrom[2] = {"/dev/tape", "guest@<REMOTE-MACHINE-N
 
 namespace {
 
-constexpr int tarFile = 2;
-constexpr int cdRom = 3;
-
 bool isArchiveName(const char* name) {
     return KvuString::containsString(name, "Zarn2.0", 0) &&
            KvuString::containsString(name, "tar", 0);
@@ -78,6 +75,13 @@ std::string withoutExtension(const std::string& path) {
     return name.c_str();
 }
 
+// gunzip would ask on the terminal whether to overwrite a file, or fail: neither is wanted.
+bool canUnpack(const Archive& archive) {
+    return !archive.compressed() || !KvuSystem::fileExists(nullptr, archive.unpacked.c_str(), 0) ||
+           KvmFail("Could not uncompress \"", archive.word.c_str(),
+                   "\",\nsince this file exists already:\n", archive.unpacked.c_str());
+}
+
 bool locate(const std::string& word, bool asWritten, Archive& archive) {
     const char* startDir = KvmInstallMgr::_info.startDir;
     archive.word = word;
@@ -87,13 +91,7 @@ bool locate(const std::string& word, bool asWritten, Archive& archive) {
         KvcUserError("Could not open tar file:\n", archive.path.c_str());
         return false;
     }
-    // gunzip would ask on the terminal whether to overwrite it, or fail: neither is wanted.
-    if (archive.compressed() && KvuSystem::fileExists(nullptr, archive.unpacked.c_str(), 0)) {
-        KvcUserError("Could not uncompress \"", word.c_str(),
-                     "\",\nsince this file exists already:\n", archive.unpacked.c_str());
-        return false;
-    }
-    return true;
+    return canUnpack(archive);
 }
 
 // The archives that can be read. What can't is reported and left out here, so that the last of
@@ -152,11 +150,11 @@ void fetchGunzip() {
 }  // namespace
 
 void KvmInstallMgr::setReadFrom(int index) {
-    if (index < 0 || index > cdRom) return;
+    if (index < 0 || index > kvmCdRom) return;
     _info.readFrom = index;
-    if (index == cdRom) {
+    if (index == kvmCdRom) {
         setMediumText(KvuPrint("%s/%s", _info.startDir, kvmSystem));
-    } else if (index == tarFile) {
+    } else if (index == kvmTarFile) {
         listArchives();
     } else {
         setMediumText(KvmInstallReadFrom[index]);
@@ -182,17 +180,16 @@ bool KvmInstallArchives() {
         return KvmFail("Please enter the location of the Zarn system\ntar file first!");
     const std::vector<Archive> archives = locateAll(words);
     bool any = false;
-    bool last = false;
     for (const Archive& archive : archives) {
+        // An archive before it may have left a file of that name.
+        if (!canUnpack(archive)) continue;
         if (!unpack(archive)) return false;
         const int finalPass = &archive == &archives.back();
-        last = KvmInstallMgr::copyInstall(archive.unpacked.c_str(), finalPass) != 0;
-        if (!last) continue;
+        if (!KvmInstallMgr::copyInstall(archive.unpacked.c_str(), finalPass)) continue;
         any = true;
         if (!removedByUser(archive)) packAgain(archive);
     }
-    // Only the last pass puts added subsystems into their place.
-    return KvmInstallMgr::_info.installed ? last : any;
+    return any;
 }
 
 int KvmInstallMgr::uncompress(const char* archive, KvText& out) {

@@ -1,5 +1,7 @@
 #include "tests/window.h"
 
+#include <Xm/ToggleB.h>
+
 #include "support/KvuCommand.h"
 
 namespace {
@@ -36,6 +38,20 @@ protected:
         XmTextFieldSetString(kviInstallLocationText, suite.string().data());
     }
 
+    // Chooses the archives beside the installer and a location; `buttons` will be pressed.
+    void start(const std::string& location, std::vector<int> buttons) {
+        KvmInstallMgr::_info.installed = 0;
+        ASSERT_EQ(chdir(here.c_str()), 0);
+        KvmInstallMgr::setReadFrom(2);
+        KvmInstallMgr::init();
+        locate(here / location);
+        answerWith(std::move(buttons));
+    }
+
+    static void mark(Widget toggle, int on) {
+        XmToggleButtonSetState(toggle, on ? True : False, True);
+    }
+
     void keepOnly(const std::string& directory) {
         for (KvmInstallSubsystemRow& row : KvmInstallSubsystem)
             row.selected = directory == row.directory;
@@ -68,16 +84,11 @@ TEST_F(Installing, WorksInLocationsThatTheShellWouldMistake) {
     for (const char* name : {"plain", "it's", "a\"b", "$(touch oops)", "`touch oops`", "a;b&c", "*",
                              "~", "#x", "\\n", "\xe4\xf6"}) {
         SCOPED_TRACE(name);
-        KvmInstallMgr::_info.installed = 0;
-        ASSERT_EQ(chdir(here.c_str()), 0);
-        KvmInstallMgr::setReadFrom(2);
-        KvmInstallMgr::init();
         std::string place = name;
         // A blank would be refused; the shell takes this for one.
         for (std::size_t at; (at = place.find(' ')) != std::string::npos;)
             place.replace(at, 1, "${IFS}");
-        locate(here / "in" / place);
-        answerWith({1});
+        start("in/" + place, {1});
         EXPECT_TRUE(KvmInstallMgr::install()) << message();
         EXPECT_EQ(subsystems(), allSubsystems);
         EXPECT_EQ(read(suite / "script-said"), suite.string() + "\nPNT\nZarn-Pinnet\n");
@@ -88,50 +99,12 @@ TEST_F(Installing, WorksInLocationsThatTheShellWouldMistake) {
     EXPECT_FALSE(std::filesystem::exists(here / "oops"));
 }
 
-TEST_F(Installing, ReadsEveryMedium) {
-    packBoth();
-    const std::string place = here;
-    std::filesystem::create_directories(here / "cd");
-    ASSERT_EQ(std::system(KvuPrint("cd '%s' && cp -r make/Zarn_system cd && cp -r make/subsystems "
-                                   "cd/Zarn_system && chmod -R a-w cd/Zarn_system",
-                                   here.c_str())
-                              .c_str()),
-              0);
-    const struct {
-        int medium;
-        std::string text;
-    } cases[] = {{0, place + "/Zarn2.0.tar"},
-                 {1, place + "/Zarn2.0.tar"},
-                 {3, place + "/cd/Zarn_system"},
-                 {2, place + "/Zarn2.0.tar"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.medium);
-        KvmInstallMgr::_info.installed = 0;
-        KvmInstallMgr::setReadFrom(c.medium);
-        KvmInstallMgr::init();
-        XmTextFieldSetString(kviInstallReadText, const_cast<char*>(c.text.c_str()));
-        locate(here / ("from" + std::to_string(c.medium)));
-        KvmInstallMgr::setSubsystem(kviSubsystemModels, 0);
-        answerWith({1});
-        EXPECT_TRUE(KvmInstallMgr::install()) << message();
-        EXPECT_EQ(subsystems(),
-                  "materials pictures projects render src textures translatorDev translators "
-                  "translatorsIn ");
-        EXPECT_EQ(access((suite / "Zarn_system/resources/splash").c_str(), W_OK), 0);
-        for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) row.selected = 1;
-    }
-    std::system(KvuPrint("chmod -R u+w '%s/cd'", here.c_str()).c_str());
-}
-
 TEST_F(Installing, TakesTwoArchivesAndPacksThemAgain) {
     pack(here / "Zarn2.0.1 product.tar", "Zarn_system");
     pack(here / "zarn2.0.2.TAR", "subsystems");
     ASSERT_EQ(std::system("gzip 'Zarn2.0.1 product.tar'"), 0);
-    KvmInstallMgr::setReadFrom(2);
-    KvmInstallMgr::init();
+    start("suite", {1, 0});
     EXPECT_EQ(fieldText(kviInstallReadText), " \"Zarn2.0.1 product.tar.gz\" zarn2.0.2.TAR");
-    locate(here / "suite");
-    answerWith({1, 0});
     EXPECT_TRUE(KvmInstallMgr::install()) << message();
     EXPECT_EQ(subsystems(), allSubsystems);
     EXPECT_TRUE(std::filesystem::exists("../Zarn2.0.1 product.tar.gz")) << "it was to stay";
@@ -142,15 +115,76 @@ TEST_F(Installing, TakesTwoArchivesAndPacksThemAgain) {
               "the tar file from your system?");
 }
 
-TEST_F(Installing, PlacesWhatItHasWhenTheLastArchiveFails) {
-    packBoth();
-    write(here / "Zarn2.0z.tar", "this is no archive");
-    KvmInstallMgr::setReadFrom(2);
-    KvmInstallMgr::init();
-    locate(here / "suite");
-    answerWith({1});
+TEST_F(Installing, PlacesWhatItHasWhateverTheLastArchiveHolds) {
+    pack(here / "Zarn2.0.a.tar", "Zarn_system");
+    pack(here / "Zarn2.0.b.tar", "subsystems/models subsystems/render subsystems/src");
+    write(here / "Zarn2.0.c.tar", "this is no archive");
+    keepOnly("models");
+    start("suite", {1, 1});
     EXPECT_TRUE(KvmInstallMgr::install());
+    EXPECT_EQ(subsystems(), "models ");
+
+    // The textures are in no archive, and the models are to go.
+    for (const Widget w : {kviSubsystemPhotorealRenderer, kviSubsystemTextures}) mark(w, 1);
+    mark(kviSubsystemModels, 0);
+    answerWith({0});
+    EXPECT_TRUE(KvmInstallMgr::install());
+    EXPECT_EQ(message(),
+              "The following subsystems were successfully installed:\n\nPhotoreal renderer");
+    EXPECT_EQ(subsystems(), "models render ");
+    EXPECT_EQ(colourOf(kviSubsystemPhotorealRenderer), "#000000");
+    EXPECT_EQ(colourOf(kviSubsystemTextures), "#008c00") << "it is still to be installed";
+    EXPECT_EQ(colourOf(kviSubsystemModels), "#d00000") << "it is still to be removed";
+}
+
+TEST_F(Installing, AsksNobodyOnTheTerminal) {
+    packBoth();
+    ASSERT_EQ(std::system("gzip -k Zarn2.0.tar && compress Zarn2.0.tar"), 0);
+    start("suite", {1});
+    EXPECT_TRUE(KvmInstallMgr::install()) << message();
+    EXPECT_TRUE(std::filesystem::exists("../Zarn2.0.tar")) << "its compressed name is taken";
+    EXPECT_TRUE(std::filesystem::exists("../Zarn2.0.tar.gz"));
+}
+
+TEST_F(Installing, StartsAgainOnlyWithWhatIsItsOwn) {
+    packBoth();
+    script("tar", "/usr/bin/tar \"$@\"; exit 1");
+    start("suite", {});
+    EXPECT_FALSE(KvmInstallMgr::install()) << "the archive is torn";
+    std::filesystem::remove(here / "tools/tar");
+    std::filesystem::create_directory(here / "home/.Zarn_inst");
+    answerWith({1});
+    EXPECT_FALSE(KvmInstallMgr::install()) << "the user does not want the leftovers removed";
+    answerWith({0, 1});
+    EXPECT_FALSE(KvmInstallMgr::install()) << "the record can't be written";
+    EXPECT_EQ(asked.at(0), "The last installation in " + suite.string() +
+                               " was not finished.\nRemove what it left there, and start again?");
+    std::filesystem::remove(here / "home/.Zarn_inst");
+    answerWith({0, 1});
+    EXPECT_TRUE(KvmInstallMgr::install()) << message();
     EXPECT_EQ(subsystems(), allSubsystems);
+
+    // After that the names are the user's again.
+    write(suite / "subsystems/.letter", "kept");
+    std::filesystem::remove_all(suite / "Zarn_system/subsystems/models");
+    KvmInstallMgr::getInstallInfo();
+    mark(kviSubsystemModels, 1);
+    EXPECT_FALSE(KvmInstallMgr::install());
+    EXPECT_NE(message().find("There is a folder \"subsystems\""), std::string::npos) << message();
+    EXPECT_TRUE(std::filesystem::exists(suite / "subsystems/.letter"));
+}
+
+TEST_F(Installing, NeverWritesThroughALink) {
+    std::filesystem::create_directories(here / "other");
+    std::filesystem::create_directories(here / "suite");
+    std::filesystem::create_symlink(here / "other", here / "suite/Zarn_system");
+    ASSERT_TRUE(KvCopyText(KvmInstallMgr::_info.path, (here / "suite").string()));
+    ASSERT_TRUE(KvCopyText(KvmInstallMgr::_info.readText, (here / "make/Zarn_system").string()));
+    KvmInstallMgr::_info.readFrom = 3;
+    KvmInstallMgr::init();
+    EXPECT_FALSE(KvmInstallMgr::install());
+    EXPECT_EQ(message().find("Zarn_system already exists in "), 0U) << message();
+    EXPECT_TRUE(std::filesystem::is_empty(here / "other"));
 }
 
 TEST_F(Installing, StopsBeforeItDoesHarm) {
@@ -192,11 +226,8 @@ TEST_F(Installing, StopsBeforeItDoesHarm) {
 
 TEST_F(Installing, AddsToASuiteThatHasNoSubsystems) {
     packBoth();
-    KvmInstallMgr::setReadFrom(2);
-    KvmInstallMgr::init();
-    locate(here / "suite");
     keepOnly("none");
-    answerWith({1});
+    start("suite", {1});
     ASSERT_TRUE(KvmInstallMgr::install()) << message();
     KvmInstallMgr::init();
     EXPECT_FALSE(std::filesystem::exists(suite / "Zarn_system/subsystems"));
@@ -226,11 +257,8 @@ TEST_F(Installing, AddsToASuiteThatHasNoSubsystems) {
 
 TEST_F(Installing, NeverDeletesWhatItCouldNotPlace) {
     packBoth();
-    KvmInstallMgr::setReadFrom(2);
-    KvmInstallMgr::init();
-    locate(here / "suite");
     keepOnly("none");
-    answerWith({1});
+    start("suite", {1});
     ASSERT_TRUE(KvmInstallMgr::install()) << message();
     KvmInstallMgr::init();
     script("mv", "exit 1");
