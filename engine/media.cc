@@ -82,15 +82,23 @@ bool canUnpack(const Archive& archive) {
                    "\",\nsince this file exists already:\n", archive.unpacked.c_str());
 }
 
+// The name that a compressed archive has now: an installation before this one may have left it
+// uncompressed, or compressed with gzip.
+std::string presentName(const std::string& word, const char* directory) {
+    const std::string plain = withoutExtension(word);
+    if (plain == word) return word;
+    for (const std::string& name : {word, plain, plain + ".gz"})
+        if (KvuSystem::fileExists(directory, name.c_str(), 0)) return name;
+    return word;
+}
+
 bool locate(const std::string& word, bool asWritten, Archive& archive) {
-    const char* startDir = KvmInstallMgr::_info.startDir;
-    archive.word = word;
-    archive.path = asWritten ? word : KvuPrint("%s/%s", startDir, word.c_str());
+    const char* directory = asWritten ? nullptr : KvmInstallMgr::_info.startDir;
+    archive.word = presentName(word, directory);
+    archive.path = asWritten ? archive.word : KvuPrint("%s/%s", directory, archive.word.c_str());
     archive.unpacked = withoutExtension(archive.path);
-    if (!KvuSystem::fileExists(asWritten ? nullptr : startDir, word.c_str(), 0)) {
-        KvcUserError("Could not open tar file:\n", archive.path.c_str());
-        return false;
-    }
+    if (!KvuSystem::fileExists(directory, archive.word.c_str(), 0))
+        return KvmFail("Could not open tar file:\n", archive.path.c_str());
     return canUnpack(archive);
 }
 

@@ -137,6 +137,19 @@ TEST_F(Installing, PlacesWhatItHasWhateverTheLastArchiveHolds) {
     EXPECT_EQ(colourOf(kviSubsystemModels), "#d00000") << "it is still to be removed";
 }
 
+TEST_F(Installing, FindsACompressedArchiveUnderTheNameThatItHasNow) {
+    packBoth();
+    ASSERT_EQ(std::system("compress Zarn2.0.tar"), 0);
+    keepOnly("src");
+    start("suite", {1});
+    EXPECT_TRUE(KvmInstallMgr::install()) << message();
+    EXPECT_TRUE(std::filesystem::exists("../Zarn2.0.tar.gz")) << "it was to stay";
+    mark(kviSubsystemModels, 1);
+    answerWith({0});
+    EXPECT_TRUE(KvmInstallMgr::install()) << message();
+    EXPECT_EQ(subsystems(), "models src ");
+}
+
 TEST_F(Installing, AsksNobodyOnTheTerminal) {
     packBoth();
     ASSERT_EQ(std::system("gzip -k Zarn2.0.tar && compress Zarn2.0.tar"), 0);
