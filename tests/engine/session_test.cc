@@ -6,21 +6,6 @@ namespace {
 
 class Session : public InstallerWindow {};
 
-TEST_F(Session, ShowsAMachineWithoutTheSuite) {
-    EXPECT_EQ(fieldText(kviInstallLocationText), (here / "home").string());
-    EXPECT_EQ(fieldText(kviInstallReadText), "/dev/tape");
-    EXPECT_EQ(textOf(kviInstallSystemMsg),
-              "Zarn is currently not installed on this system. Click on \"Install\" when you are "
-              "ready.");
-    EXPECT_EQ(textOf(kviSubsystemPhotorealRenderer), "Photoreal renderer (2.2 Mb)");
-    EXPECT_EQ(textOf(kviInstallDiskReq), "20.9 Mbytes");
-    EXPECT_TRUE(XmToggleButtonGetState(kviInstallToggleTape));
-    EXPECT_TRUE(XtIsSensitive(kviInstallButtonInstall));
-    for (const Widget w : {kviInstallButtonRemove, kviInstallButtonUsers, kviInstallReadTextOk,
-                           kviInstallLocationTextOk})
-        EXPECT_FALSE(XtIsSensitive(w)) << XtName(w);
-}
-
 TEST_F(Session, RefusesLocationsBeforeAnythingIsTouched) {
     std::filesystem::create_directories(here / "taken/Zarn_system");
     const std::string taken = here / "taken";

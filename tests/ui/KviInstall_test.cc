@@ -8,77 +8,58 @@
 
 namespace {
 
-class Window : public InstallerWindow {
-protected:
-    static Widget named(const char* name) {
-        const Widget w = XtNameToWidget(kviInstallWidget, name);
-        EXPECT_NE(w, nullptr) << name;
-        return w;
-    }
-};
+class Window : public InstallerWindow {};
 
-struct Placed {
-    const char* name;
-    int x, y, width, height;
-};
-
-void expectPlaced(Widget w, const Placed& at) {
-    Position x = 0;
-    Position y = 0;
-    Dimension width = 0;
-    Dimension height = 0;
-    XtVaGetValues(w, XmNx, &x, XmNy, &y, XmNwidth, &width, XmNheight, &height, nullptr);
-    EXPECT_EQ(x, at.x) << at.name;
-    EXPECT_EQ(y, at.y) << at.name;
-    if (at.width == 0) return;
-    EXPECT_EQ(width, at.width) << at.name;
-    EXPECT_EQ(height, at.height) << at.name;
-}
-
+// A width of 0: as wide as the label, which the engine sets.
 TEST_F(Window, HasItsWidgetsInTheirPlaces) {
-    for (const Placed& at : {Placed{"kviInstallSystemMsg", 7, 8, 588, 31},
-                             {"label15", 26, 50, 349, 29},
-                             {"kviInstallReadText", 27, 110, 502, 37},
-                             {"kviInstallReadTextOk", 536, 112, 40, 30},
-                             {"separator", 10, 152, 590, 21},
-                             {"label19", 26, 171, 490, 23},
-                             {"frame", 28, 198, 550, 30},
-                             {"label13", 26, 234, 490, 23},
-                             {"kviInstallLocationText", 27, 259, 502, 36},
-                             {"kviInstallLocationTextOk", 536, 260, 42, 32},
-                             {"separator10", 8, 295, 590, 20},
-                             {"kviInstallLocationLabel2", 187, 315, 206, 20},
-                             {"kviInstallSubsystemAddedLabel", 27, 316, 130, 20},
-                             {"kviInstallSubsystemRemovedLabel", 456, 316, 117, 20},
-                             {"separator7", 6, 440, 590, 20},
-                             {"label17", 40, 461, 158, 20},
-                             {"kviInstallDiskReq", 196, 461, 100, 23},
-                             {"label16", 300, 461, 161, 20},
-                             {"kviInstallDiskAvail", 455, 461, 126, 21},
-                             {"separator2", 7, 481, 590, 20},
-                             {"kviInstallButtonInstall", 11, 503, 100, 30},
-                             {"kviInstallButtonRemove", 128, 503, 100, 30},
-                             {"kviInstallButtonUsers", 247, 503, 114, 29},
-                             {"pushButton", 513, 503, 80, 30}})
-        expectPlaced(named(at.name), at);
-    // A subsystem's toggle is as wide as its label.
-    for (const Placed& at : {Placed{"kviSubsystemTextures", 25, 340, 0, 0},
-                             {"kviSubsystemMaterials", 25, 366, 0, 0},
-                             {"kviSubsystemProjects", 25, 392, 0, 0},
-                             {"kviSubsystemModels", 25, 418, 0, 0},
-                             {"kviSubsystemImportXlators", 225, 340, 0, 0},
-                             {"kviSubsystemExportXlators", 225, 366, 0, 0},
-                             {"kviSubsystemPhotorealRenderer", 225, 392, 0, 0},
-                             {"kviSubsystemPictureGallery", 225, 418, 0, 0},
-                             {"kviSubsystemTranslatorsDev", 439, 340, 0, 0},
-                             {"kviSubsystemMiscSource", 439, 388, 0, 0}})
-        expectPlaced(named(at.name), at);
-    for (const Placed& at : {Placed{"label2", 10, 12, 231, 71},
-                             {"scrolledWindow", 60, 121, 131, 112},
-                             {"kviInstallIconPath", 28, 266, 202, 36},
-                             {"kviInstallIconInstall", 23, 322, 90, 33},
-                             {"dismiss", 140, 322, 90, 33}})
-        expectPlaced(XtNameToWidget(kviIInstallIcon, at.name), at);
+    const struct {
+        Widget board;
+        const char* name;
+        int x, y, width, height;
+    } cases[] = {
+        {kviInstallWidget, "kviInstallSystemMsg", 7, 8, 588, 31},
+        {kviInstallWidget, "kviInstallReadText", 27, 110, 502, 37},
+        {kviInstallWidget, "kviInstallReadTextOk", 536, 112, 40, 30},
+        {kviInstallWidget, "frame", 28, 198, 550, 30},
+        {kviInstallWidget, "kviInstallLocationText", 27, 259, 502, 36},
+        {kviInstallWidget, "kviInstallLocationTextOk", 536, 260, 42, 32},
+        {kviInstallWidget, "kviInstallSubsystemAddedLabel", 27, 316, 130, 20},
+        {kviInstallWidget, "kviInstallSubsystemRemovedLabel", 456, 316, 117, 20},
+        {kviInstallWidget, "kviSubsystemTextures", 25, 340, 0, 0},
+        {kviInstallWidget, "kviSubsystemMaterials", 25, 366, 0, 0},
+        {kviInstallWidget, "kviSubsystemProjects", 25, 392, 0, 0},
+        {kviInstallWidget, "kviSubsystemModels", 25, 418, 0, 0},
+        {kviInstallWidget, "kviSubsystemImportXlators", 225, 340, 0, 0},
+        {kviInstallWidget, "kviSubsystemExportXlators", 225, 366, 0, 0},
+        {kviInstallWidget, "kviSubsystemPhotorealRenderer", 225, 392, 0, 0},
+        {kviInstallWidget, "kviSubsystemPictureGallery", 225, 418, 0, 0},
+        {kviInstallWidget, "kviSubsystemTranslatorsDev", 439, 340, 0, 0},
+        {kviInstallWidget, "kviSubsystemMiscSource", 439, 388, 0, 0},
+        {kviInstallWidget, "kviInstallDiskReq", 196, 461, 100, 23},
+        {kviInstallWidget, "kviInstallDiskAvail", 455, 461, 126, 21},
+        {kviInstallWidget, "kviInstallButtonInstall", 11, 503, 100, 30},
+        {kviInstallWidget, "kviInstallButtonRemove", 128, 503, 100, 30},
+        {kviInstallWidget, "kviInstallButtonUsers", 247, 503, 114, 29},
+        {kviInstallWidget, "pushButton", 513, 503, 80, 30},
+        {kviIInstallIcon, "label2", 10, 12, 231, 71},
+        {kviIInstallIcon, "scrolledWindow", 60, 121, 131, 112},
+        {kviIInstallIcon, "kviInstallIconPath", 28, 266, 202, 36},
+        {kviIInstallIcon, "kviInstallIconInstall", 23, 322, 90, 33},
+        {kviIInstallIcon, "dismiss", 140, 322, 90, 33},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const Widget w = XtNameToWidget(c.board, c.name);
+        ASSERT_NE(w, nullptr);
+        Position x = 0;
+        Position y = 0;
+        Dimension width = 0;
+        Dimension height = 0;
+        XtVaGetValues(w, XmNx, &x, XmNy, &y, XmNwidth, &width, XmNheight, &height, nullptr);
+        EXPECT_TRUE(x == c.x && y == c.y) << x << "," << y;
+        EXPECT_TRUE(c.width == 0 || (width == c.width && height == c.height))
+            << width << "x" << height;
+    }
 }
 
 // No text may run into the widget at its right or out of the window, whatever the subsystems' sizes
@@ -103,26 +84,6 @@ TEST_F(Window, GivesEveryTextItsRoom) {
         const int nextColumn = x < 225 ? 225 : x < 439 ? 439 : 607;
         EXPECT_LE(x + width, decoration != 0 ? nextColumn : 607) << XtName(children[i]);
     }
-}
-
-TEST_F(Window, SaysWhatItSays) {
-    const struct {
-        const char* name;
-        const char* text;
-    } cases[] = {
-        {"label15", "Device to read from:"},
-        {"*kviInstallToggleRemoteTape", "Remote Tape      "},
-        {"label13", "System install location (Make sure there's enough disk space!)"},
-        {"kviInstallSubsystemRemovedLabel", "- Marked for removal"},
-        {"*kviInstallAmbrel", "Ambrel"},
-        {"kviInstallButtonUsers", "Install Icon..."},
-        {"pushButton", "Exit"},
-    };
-    for (const auto& c : cases) EXPECT_EQ(textOf(named(c.name)), c.text);
-    EXPECT_EQ(textOf(XtNameToWidget(kviIInstallIcon, "label2")),
-              "Enter a location on your system\nwhere you want the Zarn icon\nlinked (Example "
-              "\"/usr/local/bin\"), \nand click on \"Install\".");
-    EXPECT_EQ(fieldText(kviInstallIconPath), "/usr/local/bin");
 }
 
 TEST_F(Window, StaysWithTheMediumThatWasSwitchedOn) {
@@ -165,6 +126,9 @@ TEST_F(Window, OpensAndClosesTheIconDialogAnyNumberOfTimes) {
         press(kviInstallButtonUsers);
         EXPECT_TRUE(XtIsManaged(kviIInstallIcon));
         EXPECT_EQ(textOf(kviInstallIconProductLabel), "Zarn-Pinnet icon location");
+        EXPECT_EQ(textOf(XtNameToWidget(kviIInstallIcon, "label2")),
+                  "Enter a location on your system\nwhere you want the Zarn icon\nlinked (Example "
+                  "\"/usr/local/bin\"), \nand click on \"Install\".");
         EXPECT_EQ(asked.at(0), "Do you want to install Indigo Magic desktop icons?");
         if (i % 2 == 0) {
             press(XtNameToWidget(kviIInstallIcon, "dismiss"));
