@@ -15,7 +15,10 @@ fail() {
 
 # Goes on in a private place where that is allowed, and says who can install there.
 settle() {
-    enter_private_place "$0" "$build" || true
+    enter_private_place "$0" "$build" || [ "$(id -u)" != 0 ] || {
+        echo "The super-user installs only in a mount namespace, which is not allowed here." >&2
+        exit 1
+    }
     if [ "${ZARN_PRIVATE:-}" = yes ]; then
         make_place_private "$project"
         place=/mnt
@@ -27,6 +30,12 @@ settle() {
         people=$(id -un)
     fi
     desktop_start "$build/e2e-screenshots/$(basename "$0" .sh)"
+    trap unsettle EXIT
+}
+
+unsettle() {
+    desktop_stop
+    [ "$place" = /mnt ] || { chmod -R u+w "$place" && rm -rf "$place"; }
 }
 
 home_of() { echo "$place/home-$1"; }
