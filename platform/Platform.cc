@@ -20,8 +20,17 @@ namespace fs = std::filesystem;
 
 std::string toolsFolder() {
     std::error_code error;
-    const fs::path beside = fs::read_symlink("/proc/self/exe", error).parent_path() / "Zarn_tools";
-    return fs::is_directory(beside, error) ? beside.string() : ZARN_TOOLS_DIR;
+    const fs::path self = fs::read_symlink("/proc/self/exe", error);
+    // Without its own place the program must not take a relative folder for it.
+    if (error) return ZARN_TOOLS_DIR;
+    const std::string beside = self.parent_path() / "Zarn_tools";
+    if (!fs::is_directory(beside, error)) return ZARN_TOOLS_DIR;
+    if (beside.find(':') == std::string::npos) return beside;
+    std::fprintf(stderr,
+                 "The programs in %s can't be used: the name of a folder in PATH must not hold a "
+                 "\":\". Those in %s are used if they are there.\n",
+                 beside.c_str(), ZARN_TOOLS_DIR);
+    return ZARN_TOOLS_DIR;
 }
 
 void putToolsIntoPath() {
@@ -45,10 +54,18 @@ public:
         sigemptyset(&child);
         sigaddset(&child, SIGCHLD);
         sigprocmask(SIG_BLOCK, &child, &mask_);
+        // Where SIGCHLD is ignored, no child leaves a status behind. A handler stays: replacing it
+        // would drop what is waiting for it.
+        sigaction(SIGCHLD, nullptr, &child_);
+        if (child_.sa_handler != SIG_IGN && (child_.sa_flags & SA_NOCLDWAIT) == 0) return;
+        struct sigaction standard = {};
+        standard.sa_handler = SIG_DFL;
+        sigaction(SIGCHLD, &standard, nullptr);
     }
     CommandSignals(const CommandSignals&) = delete;
     CommandSignals& operator=(const CommandSignals&) = delete;
     ~CommandSignals() {
+        sigaction(SIGCHLD, &child_, nullptr);
         sigprocmask(SIG_SETMASK, &mask_, nullptr);
         sigaction(SIGQUIT, &quit_, nullptr);
         sigaction(SIGINT, &interrupt_, nullptr);
@@ -67,6 +84,7 @@ public:
 private:
     struct sigaction interrupt_ = {};
     struct sigaction quit_ = {};
+    struct sigaction child_ = {};
     sigset_t mask_ = {};
 };
 
@@ -99,6 +117,28 @@ int runShell(const char* command) {
     return ended == shell ? status : -1;
 }
 
+// What lies below a folder that may not be searched is known by its text alone.
+fs::path resolved(const fs::path& path, std::error_code& error) {
+    const fs::path canonical = fs::weakly_canonical(path, error);
+    if (error != std::errc::permission_denied || !path.has_relative_path()) return canonical;
+    const fs::path above = resolved(path.parent_path(), error);
+    if (error) return {};
+    const fs::path text = (above / path.filename()).lexically_normal();
+    // A ".." may have led out of that folder again.
+    fs::path again = fs::weakly_canonical(text, error);
+    if (error != std::errc::permission_denied) return again;
+    error.clear();
+    return text;
+}
+
+bool isSafeFolder(const std::string& folder) {
+    struct stat status;
+    if (stat(folder.c_str(), &status) != 0) return false;
+    const bool trusted = status.st_uid == 0 || status.st_uid == geteuid();
+    const bool open = (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
+    return trusted && (!open || (status.st_mode & S_ISVTX) != 0);
+}
+
 }  // namespace
 
 int system(const char* command) {
@@ -124,7 +164,7 @@ std::string absolutePath(const std::string& path) {
     if (path.empty()) return {};
     const fs::path absolute = fs::absolute(path, error);
     if (error) return {};
-    fs::path canonical = fs::weakly_canonical(absolute, error);
+    fs::path canonical = resolved(absolute, error);
     if (error) return {};
     // A trailing slash leaves an empty last component behind.
     if (!canonical.has_filename() && canonical.has_relative_path())
@@ -137,7 +177,8 @@ std::FILE* openTemporary(const char* path) {
     if (file < 0) return nullptr;
     struct stat status;
     const bool own = fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
-                     status.st_uid == geteuid() && status.st_nlink == 1;
+                     status.st_uid == geteuid() && status.st_nlink == 1 &&
+                     (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) == 0;
     if (!own || ftruncate(file, 0) != 0) {
         close(file);
         return nullptr;
@@ -149,6 +190,7 @@ bool prepareTemporary(const char* path) {
     const std::string folder = fs::path(path).parent_path().string();
     // Whatever the umask says, a folder for everybody is for everybody.
     if (mkdir(folder.c_str(), 01777) == 0 && chmod(folder.c_str(), 01777) != 0) return false;
+    if (!isSafeFolder(folder)) return false;
     std::FILE* const file = openTemporary(path);
     return file != nullptr && std::fclose(file) == 0;
 }

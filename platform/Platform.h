@@ -10,8 +10,10 @@ namespace platform {
 /// Runs `command` in the shell and waits for it; the status is that of waitpid: 0 for success,
 /// -1 with errno set (EAGAIN: no process to be had) when the shell could not be started. The
 /// stand-in programs are found without the user's doing: the folder Zarn_tools beside the running
-/// program, or else where it was installed, comes first in PATH from the first call on. What this
+/// program, or else where it was installed, comes first in PATH from the first call on. (PATH has
+/// no way to name a folder with a ":" in its name; standard error tells of that once.) What this
 /// process has printed so far is flushed first, so that its output and the command's stay in order.
+/// The status is right whatever this process has inherited or arranged for SIGCHLD.
 int system(const char* command);
 
 /// Space that this process may still use on the file system of `directory`: blocks that its user
@@ -19,18 +21,22 @@ int system(const char* command);
 bool freeSpace(const char* directory, double& blocks, double& blockSize);
 
 /// The canonical absolute form of `path`: ".", "..", and symbolic links are resolved as far as
-/// the path exists; what does not exist yet is resolved by its text alone. Empty on failure
-/// (an empty path, a loop of links, no working directory).
+/// the path exists; what does not exist yet, or lies below a folder that this process may not
+/// search, is resolved by its text alone. Empty on failure: an empty path, a loop of links, a path
+/// or name longer than the system allows, a relative path without a working directory, an error
+/// of the file system.
 std::string absolutePath(const std::string& path);
 
 /// Opens the file at a fixed name in a directory that everybody may write ("/tmp", "/usr/tmp")
-/// for writing, empty and with mode 0644. Null when anything but an own regular file with no
-/// second name stands there: a link that somebody planted is never followed.
+/// for writing, empty; a new one has mode 0644 less the umask. Null when anything but an own
+/// regular file with no second name stands there: a link that somebody planted is never followed.
+/// A program is no such file either: the installer itself may lie at that name.
 std::FILE* openTemporary(const char* path);
 
 /// Makes sure that a command may write to the fixed name `path` safely: the file is there, empty
-/// and as `openTemporary` demands, and in a sticky folder nobody else can change that. A missing
-/// folder ("/usr/tmp" on most systems) is made with mode 1777 if this process may. False when it
+/// and as `openTemporary` demands, and nobody else can change that: its folder belongs to the
+/// super-user or to this one, and is sticky or nobody else may write it. A missing folder
+/// ("/usr/tmp" on most systems) is made with mode 1777 if this process may. False when all this
 /// can't be had: the name must not be used then.
 bool prepareTemporary(const char* path);
 

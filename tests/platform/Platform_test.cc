@@ -1,55 +1,68 @@
 #include "platform/Platform.h"
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <string>
+#include <csignal>
+#include <vector>
 
-#include "tests/platform/platform_test.h"
+#include "tests/platform/scratch.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-TEST(PlatformTest, TemporaryFilesAreNeverSomebodyElses) {
-    const ScratchFolder folder;
-    const std::string victim = folder.write("victim", "precious");
-    fs::create_symlink(victim, folder / "link");
-    fs::create_symlink(folder / "new", folder / "dangling");
-    fs::create_hard_link(victim, folder / "second");
-    fs::create_directory(folder / "directory");
-    ASSERT_EQ(0, mkfifo((folder / "fifo").c_str(), 0666));
-    const std::string foreign = folder.write("foreign", "theirs");
-    ASSERT_EQ(0, chown(foreign.c_str(), 65534, 65534)) << "this test needs the super-user";
-    for (const char* name : {"link", "dangling", "second", "directory", "fifo", "foreign"}) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(nullptr, platform::openTemporary((folder / name).c_str()));
-        EXPECT_FALSE(platform::prepareTemporary((folder / name).c_str()));
+using PlatformTest = ScratchTest;
+
+TEST_F(PlatformTest, TemporaryFilesAreNeverSomebodyElses) {
+    writeFile("victim", "precious");
+    fs::create_symlink("victim", "link");
+    fs::create_symlink("new", "dangling");
+    fs::create_hard_link("victim", "second");
+    fs::create_directory("directory");
+    ASSERT_EQ(0, mkfifo("fifo", 0666));
+    writeFile("program", "precious", 0744);
+    std::vector<std::string> names{"link", "dangling", "second", "directory", "fifo", "program"};
+    if (geteuid() == 0) {
+        names.push_back(writeFile("foreign", "precious"));
+        ASSERT_EQ(0, chown("foreign", nobody, nobody));
     }
-    EXPECT_EQ("precious", contentsOf(victim));
-    EXPECT_EQ("theirs", contentsOf(foreign));
-    EXPECT_FALSE(fs::exists(folder / "new"));
+    for (const auto& name : names) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(nullptr, platform::openTemporary(name.c_str()));
+        EXPECT_FALSE(platform::prepareTemporary((folder / name).c_str()));
+        EXPECT_TRUE(!fs::is_regular_file(name) || contentsOf(name) == "precious");
+    }
+    EXPECT_FALSE(fs::exists("new"));
 }
 
-TEST(PlatformTest, TemporaryFilesBeginEmpty) {
-    const ScratchFolder folder;
-    folder.write("own", "the text of an earlier run");
+TEST_F(PlatformTest, TemporaryFilesBeginEmptyInASafeFolder) {
+    writeFile("own", "the text of an earlier run");
     for (const char* name : {"own", "fresh"}) {
-        std::FILE* file = platform::openTemporary((folder / name).c_str());
+        std::FILE* file = platform::openTemporary(name);
         ASSERT_NE(nullptr, file) << name;
         std::fputs("now", file);
         std::fclose(file);
-        EXPECT_EQ("now", contentsOf(folder / name)) << name;
+        EXPECT_EQ("now", contentsOf(name)) << name;
     }
+    const std::string file = folder / "common/file";
+    EXPECT_TRUE(platform::prepareTemporary(file.c_str())) << "a folder for everybody is made";
+    EXPECT_EQ(fs::perms(01777), fs::status("common").permissions());
+    for (const auto& [mode, safe] :
+         {std::pair(0777, 0), {0775, 0}, {0757, 0}, {01775, 1}, {0755, 1}}) {
+        fs::permissions("common", fs::perms(mode));
+        EXPECT_EQ(safe, platform::prepareTemporary(file.c_str())) << mode;
+    }
+    if (geteuid() != 0) return;
+    ASSERT_EQ(0, chown("common", nobody, nobody));
+    EXPECT_FALSE(platform::prepareTemporary(file.c_str())) << "its owner could change the file";
 }
 
-TEST(PlatformTest, AbsolutePaths) {
-    const ScratchFolder folder;
-    const std::string base = fs::canonical(folder / ".").string();
-    fs::create_directories(folder / "real/inner");
-    fs::create_symlink("real/inner", folder / "link");
-    fs::create_symlink("loop", folder / "loop");
-    fs::current_path(base);
+TEST_F(PlatformTest, AbsolutePaths) {
+    const std::string base = fs::canonical(".").string();
+    fs::create_directories("real/inner");
+    fs::create_directory("shut");
+    fs::create_symlink("real/inner", "link");
+    fs::create_symlink("loop", "loop");
     const struct {
         std::string path;
         std::string expected;
@@ -61,22 +74,45 @@ TEST(PlatformTest, AbsolutePaths) {
                  {"link/new/../file", base + "/real/inner/file"},
                  {"none/deep/", base + "/none/deep"},
                  {"/none/..//x", "/x"},
+                 {"shut/a/../b/", base + "/shut/b"},
+                 {"shut/a/../../link/x", base + "/real/inner/x"},
                  {"loop/x", ""}};
-    for (const auto& c : cases) EXPECT_EQ(c.expected, platform::absolutePath(c.path)) << c.path;
-    fs::current_path(ZARN_BINARY_DIR);
+    fs::permissions("shut", fs::perms::none);
+    fs::permissions(".", fs::perms(0755));
+    runInChild([&] {
+        ASSERT_TRUE(becomeOrdinary());
+        for (const auto& c : cases) EXPECT_EQ(c.expected, platform::absolutePath(c.path)) << c.path;
+    });
+    fs::permissions("shut", fs::perms::owner_all);
 }
 
-TEST(PlatformTest, CommandsFindTheToolsBesideTheProgram) {
-    const ScratchFolder folder;
+TEST_F(PlatformTest, CommandsFindTheToolsBesideTheProgram) {
     const std::string beside =
         (fs::read_symlink("/proc/self/exe").parent_path() / "Zarn_tools").string();
     fs::remove(beside);
     fs::create_directory_symlink(toolsDir, beside);
-    EXPECT_EQ(
-        0, platform::system(("(command -v tar; command -v xwsh) >" + (folder / "found")).c_str()));
-    EXPECT_EQ(3 << 8, platform::system("exit 3"));
+    EXPECT_EQ(0, platform::system("(command -v tar; command -v xwsh) >found"));
     fs::remove(beside);
-    EXPECT_EQ(beside + "/tar\n" + beside + "/xwsh\n", contentsOf(folder / "found"));
+    fs::create_directory(beside);
+    EXPECT_EQ(beside + "/tar\n" + beside + "/xwsh\n", contentsOf("found"));
+}
+
+TEST_F(PlatformTest, StatusesSurviveIgnoredChildren) {
+    std::signal(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(3 << 8, platform::system("sh -c 'exit 3'; exit $?"));
+    EXPECT_EQ(0, platform::system("grep SigIgn /proc/self/status | cut -c 8- >ignored"));
+    EXPECT_EQ(SIG_IGN, std::signal(SIGCHLD, SIG_DFL));
+    EXPECT_EQ(0U, std::stoull(contentsOf("ignored"), nullptr, 16) >> (SIGCHLD - 1) & 1);
+}
+
+TEST_F(PlatformTest, AFolderThatPathCannotNameIsReportedOnce) {
+    fs::create_directories("a:b/Zarn_tools");
+    fs::create_hard_link(fs::read_symlink("/proc/self/exe"), "a:b/test");
+    const Outcome outcome = outcomeOf("a:b/test --gtest_filter=*IgnoredChildren");
+    EXPECT_EQ(0, outcome.status) << outcome.output;
+    const std::size_t told = outcome.output.find("a:b/Zarn_tools can't be used");
+    EXPECT_NE(told, std::string::npos) << outcome.output;
+    EXPECT_EQ(told, outcome.output.rfind("a:b/Zarn_tools can't be used"));
 }
 
 }  // namespace

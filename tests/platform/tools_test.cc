@@ -1,25 +1,20 @@
 #include <gtest/gtest.h>
 
-#include <string>
-
-#include "tests/platform/platform_test.h"
+#include "tests/platform/scratch.h"
 
 namespace {
 
-class ToolsTest : public testing::Test {
+class ToolsTest : public ScratchTest {
 protected:
     ToolsTest() {
-        folder.write("xterm", "#!/bin/sh\nprintf '[%s]' \"$@\"\nexit 5\n");
-        std::filesystem::permissions(folder / "xterm", std::filesystem::perms::owner_all);
+        writeFile("xterm", "#!/bin/sh\nprintf '[%s]' ${XFILESEARCHPATH-} \"$@\"\nexit 5\n", 0755);
     }
 
     // `program` of this build, with nothing but the false xterm behind it.
     Outcome run(const std::string& program, const std::string& words) const {
-        return outcomeOf("export PATH=" + toolsDir + ":" + (folder / "") + "; " + program + " " +
-                         words);
+        return outcomeOf("export XFILESEARCHPATH=/tmp/%N PATH=" + toolsDir + ":" + (folder / "") +
+                         "; " + program + " " + words);
     }
-
-    ScratchFolder folder;
 };
 
 TEST_F(ToolsTest, XwshHandsItsOptionsToXterm) {
@@ -37,7 +32,6 @@ TEST_F(ToolsTest, XwshHandsItsOptionsToXterm) {
         {"-e -title x", 5, "[-e][-title][x]"},
         {"-title", 2, "usage: xwsh"},
         {"-e", 2, "usage: xwsh"},
-        {"-hold", 2, "usage: xwsh"},
         {"program", 2, "usage: xwsh"},
     };
     for (const auto& c : cases) {
@@ -46,7 +40,7 @@ TEST_F(ToolsTest, XwshHandsItsOptionsToXterm) {
         EXPECT_EQ(c.status, outcome.status);
         EXPECT_EQ(0U, outcome.output.find(c.output)) << outcome.output;
     }
-    std::filesystem::remove(folder / "xterm");
+    std::filesystem::remove("xterm");
     EXPECT_EQ(127, run("xwsh", "-fg red").status);
 }
 
@@ -57,10 +51,13 @@ TEST_F(ToolsTest, JotOpensTheUsersEditorInAWindow) {
     EXPECT_EQ(2, run("jot", "").status);
 }
 
-TEST_F(ToolsTest, XconfirmRefusesWhatItCannotShow) {
-    for (const char* words : {"", "-t text", "-B", "-icon wrong -B OK", "-B OK -unknown x"})
+TEST_F(ToolsTest, XconfirmRefusesOnlyWhatItCannotShow) {
+    for (const char* words : {"", "-t text", "-B", "-B OK -unknown x"})
         EXPECT_EQ(2, run("xconfirm", words).status) << words;
-    EXPECT_EQ(1, run("unset DISPLAY; xconfirm", "-useslider -icon error -t text -B OK").status);
+    for (const char* icon : {"error", "''", "new"})
+        EXPECT_TRUE(holds(run("unset DISPLAY; xconfirm -t text -B OK -icon", icon).output,
+                          "can't open the display"))
+            << icon;
 }
 
 }  // namespace
