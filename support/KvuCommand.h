@@ -18,7 +18,8 @@ struct KvuShellText {
 };
 
 /// Returns `text` as one word for the shell. Text made of letters, digits and _@%+=:,./- only
-/// comes back unchanged, any other text (the empty one too) in single quotes. A leading "-" gets
+/// comes back unchanged unless it begins with "="; any other text (the empty one too) comes in
+/// single quotes. A leading "-" gets
 /// "./" in front, so that no program takes a file's name for an option.
 [[nodiscard]] KvuShellText KvuShellWord(std::string_view text);
 

@@ -1,7 +1,7 @@
 #include "support/KvuCommand.h"
 
 #include "platform/Platform.h"
-#include "tests/support/support_test.h"
+#include "tests/platform/scratch.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ const char* const words[] = {
     "#none",  "\t tab ",   "a;b|c&d>e<f\n", "'' \"\" ' \"", "-n",      "100%s",    "\\n\n!'\"$`\\",
 };
 
-using KvuCommandTest = TestFolder;
+using KvuCommandTest = ScratchTest;
 
 }  // namespace
 
@@ -47,4 +47,5 @@ TEST(KvuCommand, OrdinaryTextGivesTheTemplateItself) {
     const std::string path = "/usr/local/Zarn_2.0@a%b+c=d:e,f-g" + std::string(5000, 'x');
     EXPECT_EQ("rm -rf " + path + "/b", KvuCommand("rm -rf %s/%s", path, "b").text);
     EXPECT_EQ("ls './-r f'", KvuCommand("ls %s", "-r f").text) << "a file is no option";
+    EXPECT_EQ("ls '=1'", KvuCommand("ls %s", "=1").text) << "tcsh has names for folders";
 }
