@@ -28,8 +28,9 @@ public:
     /// alone: 1, and `outPath` is empty.
     static KvBool uncompress(const char* path, const char* outDir, KvText& outPath);
 
-    /// Opens `file` in an editor in the background: the program `editorName`, or `editor()` when
-    /// it is null or could not be run.
+    /// Opens `file` in an editor in the background: `editorName`, the name of one program without
+    /// arguments, or `editor()` when it is null. The result tells only whether the shell could
+    /// start it there (if not, `editor()` is tried), not whether there is such a program.
     static KvBool editFile(const char* file, const char* editorName);
 
     /// The default editor, "jot", whatever the environment says.
@@ -108,7 +109,7 @@ public:
     static KvBool getwd(KvText& dir);
 
     /// The directory part of `path`, without one trailing "/": "a" for "a/b/", "." for "a" and for
-    /// null, "" for "/a". Of any length.
+    /// null, "" for "/a" and for "/". Of any length.
     static const char* dirname(const char* path);
 
     /// Stores the canonical absolute form of `path`, taken from `base` (null: the working

@@ -45,7 +45,7 @@ KvBool KvuSystem::getwd(KvText& out) {
 
 const char* KvuSystem::dirname(const char* path) {
     std::string_view rest = path != nullptr ? path : "";
-    if (rest.ends_with('/')) rest.remove_suffix(1);
+    if (rest.size() > 1 && rest.ends_with('/')) rest.remove_suffix(1);
     const std::size_t slash = rest.rfind('/');
     dir = slash != std::string_view::npos ? rest.substr(0, slash) : ".";
     return dir.c_str();

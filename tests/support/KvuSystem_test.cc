@@ -2,23 +2,22 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 
 #include <ctime>
+#include <regex>
 #include <vector>
 
-#include "support/KvuCommand.h"
 #include "support/KvuOwners.h"
 #include "support/KvuUtil.h"
-#include "tests/support/support_test.h"
+#include "tests/platform/scratch.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
 using Names = std::vector<std::string>;
-using KvuSystemTest = TestFolder;
-
-constexpr uid_t KvNobody = 65534;
+using KvuSystemTest = ScratchTest;
 
 Names listed(const char* dir, const char* ext) {
     KvuListing list;
@@ -36,7 +35,7 @@ std::string absolute(const std::string& path, const char* base) {
 // Only a user other than root has a limit of processes.
 void runOutOfProcesses() {
     KvuUtil::initClass("Zarn", nullptr, nullptr, nullptr, nullptr, nullptr);
-    if (setresuid(KvNobody, KvNobody, KvNobody) != 0) _exit(9);
+    if (!becomeOrdinary()) _exit(9);
     struct rlimit standard;
     getrlimit(RLIMIT_NPROC, &standard);
     const struct rlimit none = {0, standard.rlim_max};
@@ -51,13 +50,9 @@ void runOutOfProcesses() {
 }  // namespace
 
 TEST(KvuSystemDeathTest, LackOfProcessesIsReportedAndRemembered) {
-    const std::string message =
-        "You are running out of swap space on your system. Some Zarn operations may fail. Please "
-        "save your project and restart the program.\n\nRefer to the cuecard on \"SwapSpace\" for "
-        "your operating system (using \"Cue Cards - On Topic\") to find out how to increase the "
-        "size of swap space on your system drive.";
     EXPECT_EXIT(runOutOfProcesses(), testing::ExitedWithCode(0),
-                testing::Eq(message + "{0}" + message + "{-1}{0}{-1}"));
+                "^You are running out.* Some Zarn operations.*drive\\.[{]0[}]You are.*[{]-1[}]"
+                "[{]0[}][{]-1[}]$");
 }
 
 TEST_F(KvuSystemTest, FileExistsReadsTheDirectory) {
@@ -92,12 +87,15 @@ TEST_F(KvuSystemTest, RmRemovesTreesButFollowsNoLink) {
 TEST_F(KvuSystemTest, RmStopsAtWhatCannotBeRemoved) {
     fs::create_directories("tree/b");
     for (const char* file : {"tree/a", "tree/b/stays", "tree/c"}) writeFile(file, "");
-    ASSERT_EQ(0, chmod(".", 0755) + chown("tree", KvNobody, KvNobody));
+    fs::permissions(".", fs::perms(0755));
+    fs::permissions("tree", fs::perms(0777));
+    fs::permissions("tree/b", fs::perms(0555));
     runInChild([] {
-        ASSERT_EQ(0, setresuid(KvNobody, KvNobody, KvNobody));
+        ASSERT_TRUE(becomeOrdinary());
         EXPECT_EQ(0, KvuSystem::rm("tree", 1));
     });
     EXPECT_EQ((Names{"b", "c"}), listed("tree", nullptr));
+    fs::permissions("tree/b", fs::perms(0755));
 }
 
 TEST_F(KvuSystemTest, MkdirMakesEveryParent) {
@@ -108,31 +106,16 @@ TEST_F(KvuSystemTest, MkdirMakesEveryParent) {
     for (const char* path : {"file", "file/x"}) EXPECT_EQ(0, KvuSystem::mkdir(path)) << path;
 }
 
-TEST_F(KvuSystemTest, Listings) {
-    for (const char* file : {"x.gz", "a.gz", ".gz", "gz"}) writeFile(file, "");
-    EXPECT_EQ((Names{"a.gz", "x.gz"}), listed(".", ".gz"));
-    EXPECT_EQ(4U, listed(".", nullptr).size());
-    EXPECT_EQ(4, KvuSystem::numFiles("."));
-}
-
 TEST_F(KvuSystemTest, Paths) {
-    const char* const parents[][2] = {
-        {"a/b/", "a"}, {"/a/b", "/a"}, {"/a", ""}, {"a", "."}, {nullptr, "."}};
+    const char* const parents[][2] = {{"a/b/", "a"}, {"/a/b", "/a"}, {"/a", ""},
+                                      {"/", ""},     {"a", "."},     {nullptr, "."}};
     for (const auto& [path, parent] : parents) EXPECT_STREQ(parent, KvuSystem::dirname(path));
-    const char* const ways[][3] = {
-        {"/a/b/c", "/a/b/d/e", "../d/e"}, {"/a/b/c/", "/a/b/d", "../d"}, {"/x/y", "/a", "../../a"},
-        {"/a/bc", "/a/bd", "../bd"},      {"/", "/a", "../a"},           {"/a", "b", ""}};
-    for (const auto& [from, to, way] : ways) {
-        KvText out = "old";
-        KvuSystem::getRelativePath(from, to, out);
-        EXPECT_STREQ(way, out) << from << to;
-    }
     fs::create_directory("real");
     fs::create_directory_symlink("real", "link");
-    EXPECT_EQ("1 " + folder + "/real/no/such", absolute("link/./x/../no/such/", nullptr));
+    EXPECT_EQ("1 " + (folder / "real/no/such"), absolute("link/./x/../no/such/", nullptr));
     EXPECT_EQ("1 /etc/x", absolute("x", "/etc"));
     EXPECT_EQ("0 ", absolute(std::string(1024, 'x'), nullptr));
-    EXPECT_EQ(folder, KvuSystem::getwd());
+    EXPECT_EQ(folder / "", KvuSystem::getwd() + std::string("/"));
 }
 
 TEST_F(KvuSystemTest, WritableProbeHarmsNothing) {
@@ -161,28 +144,23 @@ TEST_F(KvuSystemTest, CopyMoveLinkAppend) {
     EXPECT_EQ(binary + binary, contentsOf("moved/-f;x"));
     EXPECT_EQ(0, KvuSystem::cat("copy/-f;x", "copy/-f;x")) << "it would never end";
     EXPECT_EQ(0, KvuSystem::cat("copy/-f;x", "/dev/full"));
-}
-
-TEST_F(KvuSystemTest, CompressionRoundTrip) {
+    EXPECT_EQ(1, KvuSystem::compress("copy/-f;x", 1));
     KvText out;
-    writeFile("it's.tar", "text");
-    EXPECT_EQ(1, KvuSystem::compress("it's.tar", 1));
-    EXPECT_EQ(1, KvuSystem::uncompress("it's.tar.gz", nullptr, out));
-    EXPECT_STREQ("./it's.tar", out);
-    EXPECT_EQ("text", contentsOf(out));
+    EXPECT_EQ(1, KvuSystem::uncompress("copy/-f;x.gz", nullptr, out));
+    EXPECT_EQ(binary, contentsOf(out));
+    EXPECT_EQ((Names{"-f;x.gz"}), listed("copy", ".gz"));
 }
 
 TEST_F(KvuSystemTest, MachineAndDate) {
-    EXPECT_NEAR(static_cast<double>(fs::space(".").free) * 1e-6, KvuSystem::getFreeSpace("."), 500);
+    struct statvfs status;
+    ASSERT_EQ(0, statvfs(".", &status));
+    const auto blocks = geteuid() == 0 ? status.f_bfree : status.f_bavail;
+    const double free = static_cast<double>(blocks) * static_cast<double>(status.f_frsize) * 1e-6;
+    EXPECT_NEAR(1, KvuSystem::getFreeSpace(".") / free, 0.1);
     const std::time_t now = std::time(nullptr);
-    const std::tm today = *std::localtime(&now);
-    const int year = today.tm_year + 1900;
-    char name[8];
-    std::strftime(name, sizeof name, "%b", &today);
+    char text[32];
+    std::strftime(text, sizeof text, "%b-%e-%Y", std::localtime(&now));
     KvText date;
     KvuSystem::getDate(date);
-    EXPECT_EQ(KvuPrint("%s-%d-%d", name, today.tm_mday, year), date);
-    EXPECT_EQ(0, KvuSystem::compareDate(year, today.tm_mon + 1, today.tm_mday));
-    EXPECT_EQ(-1, KvuSystem::compareDate(year, today.tm_mon + 2, 1));
-    EXPECT_EQ(1, KvuSystem::compareDate(year - 1, 12, 31));
+    EXPECT_EQ(std::regex_replace(std::string(text), std::regex(" "), ""), date);
 }
