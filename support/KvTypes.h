@@ -4,7 +4,7 @@
 #include <string_view>
 
 /// The suite's names for the simple types that cross its boundaries.
-using KvBool = int;    ///< truth value: 1 true, 0 false
+using KvBool = int;  ///< truth value: 1 true, 0 false
 using KvInt = int;
 using KvChar = char;
 using KvFloat = float;

@@ -25,7 +25,7 @@ constexpr char KvAnswerFile[] = "/usr/tmp/.zarnUserConfirm";
 constexpr char KvConfirmProgram[] = "KvConfirm";
 constexpr int KvConfirmButtons = 3;
 
-KvText KvMesgIcon;
+KvText KvMesgIcon = "question";
 const char* const KvConfirmMesg[] = {"Continue"};
 
 // What one userConfirm call asks.

@@ -36,7 +36,8 @@ public:
     static int userError(const char* message);
 
     /// Shows `message` (lines separated by newlines) with one button per label, `n` of them, under
-    /// `title`; null: "Please confirm..." and the icon of a question. `KvConfirm` labels a single
+    /// `title`; null: "Please confirm..." and the icon of a question. A title leaves the icon that
+    /// the message before it had (at first that of a question). `KvConfirm` labels a single
     /// button "Continue" whatever its label. `xconfirm` gets no more of the message than 1023
     /// characters of its arguments hold; a cut message ends with "...".
     ///

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 
 using testing::Eq;
 using testing::ExitedWithCode;
@@ -42,30 +41,16 @@ void fail(void (*callback)(void*, int, int)) {
 
 }  // namespace
 
-TEST(KvuExitDeathTest, WithoutInitClassTheProcessJustEnds) {
-    EXPECT_EXIT(KvuExit::exit(3), ExitedWithCode(3), Eq(""));
-    EXPECT_EXIT(KvuExit::fatalError("a", "", "b\n", "c"), ExitedWithCode(255), Eq("ab\nc"));
-}
-
 TEST(KvuExitDeathTest, HandlerServesOneSignal) {
     for (const int signal : {SIGSEGV, SIGBUS, SIGILL, SIGTRAP, SIGFPE, SIGQUIT})
         EXPECT_EXIT(raiseTwice(signal), KilledBySignal(signal), Eq("[own 2 -1]errno 0"));
     for (const int signal : {SIGABRT, SIGHUP, SIGPWR})
         EXPECT_EXIT(raiseTwice(signal), KilledBySignal(signal), Eq("[own 3 -1]errno 0"));
-    EXPECT_EXIT(raiseTwice(SIGTERM), KilledBySignal(SIGTERM), Eq(""));
 }
 
-TEST(KvuExitDeathTest, WithoutCallbackASignalEndsTheProcessAtOnce) {
-    // What an exit function does is not safe in a signal handler.
-    const auto raiseWithExitFunction = [] {
-        std::atexit([] { _exit(5); });
-        KvuExit::signalSetup();
-        raise(SIGHUP);
-    };
-    EXPECT_EXIT(raiseWithExitFunction(), ExitedWithCode(255), Eq(""));
-}
-
-TEST(KvuExitDeathTest, FatalErrorReportsAndCallsBack) {
+TEST(KvuExitDeathTest, EndsWithAndWithoutCallback) {
+    EXPECT_EXIT(KvuExit::exit(3), ExitedWithCode(3), Eq(""));
+    EXPECT_EXIT(fail(nullptr), ExitedWithCode(255), Eq("ab"));
     EXPECT_EXIT(fail(report), ExitedWithCode(9), Eq("ab[own 2 -1]"));
     EXPECT_EXIT(fail(failAgain), ExitedWithCode(255), Eq("ab"));
 }
