@@ -175,9 +175,8 @@ TEST_F(Messages, HoldBackEverythingElseWhileAsking) {
 }
 
 TEST_F(Messages, HaveTheSizeOfTheirTextAndStayOnTheScreen) {
-    EXPECT_EQ(shown("short").width, 400);
     EXPECT_GT(shown(std::string(100, 'w')).width, 500);
-    EXPECT_EQ(shown("short again").width, 400);
+    EXPECT_EQ(shown("short").width, 400);
     EXPECT_LE(shown(std::string(1000, 'w')).width, WidthOfScreen(XtScreen(main)));
     ask(2, "1\n2\n3\n4\n5\n", {});
     EXPECT_EQ(placeOf(shell()).width, 500);

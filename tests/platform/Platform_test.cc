@@ -100,9 +100,8 @@ TEST_F(PlatformTest, CommandsFindTheToolsBesideTheProgram) {
 TEST_F(PlatformTest, StatusesSurviveIgnoredChildren) {
     std::signal(SIGCHLD, SIG_IGN);
     EXPECT_EQ(3 << 8, platform::system("sh -c 'exit 3'; exit $?"));
-    EXPECT_EQ(0, platform::system("grep SigIgn /proc/self/status | cut -c 8- >ignored"));
+    EXPECT_EQ(0, platform::system("! grep 'SigIgn:.*[13579bdf]....$' /proc/self/status"));
     EXPECT_EQ(SIG_IGN, std::signal(SIGCHLD, SIG_DFL));
-    EXPECT_EQ(0U, std::stoull(contentsOf("ignored"), nullptr, 16) >> (SIGCHLD - 1) & 1);
 }
 
 TEST_F(PlatformTest, AFolderThatPathCannotNameIsReportedOnce) {

@@ -31,7 +31,6 @@ TEST_F(ToolsTest, XwshHandsItsOptionsToXterm) {
         {"-cursorfg '$(id)'", 5, "[-cr][$(id)]"},
         {"-e -title x", 5, "[-e][-title][x]"},
         {"-title", 2, "usage: xwsh"},
-        {"-e", 2, "usage: xwsh"},
         {"program", 2, "usage: xwsh"},
     };
     for (const auto& c : cases) {

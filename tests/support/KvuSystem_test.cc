@@ -27,11 +27,6 @@ Names listed(const char* dir, const char* ext) {
     return names;
 }
 
-std::string absolute(const std::string& path, const char* base) {
-    KvText out = "old";
-    return std::to_string(KvuSystem::getAbsolutePath(path.c_str(), out, base)) + " " + out;
-}
-
 // Only a user other than root has a limit of processes.
 void runOutOfProcesses() {
     KvuUtil::initClass("Zarn", nullptr, nullptr, nullptr, nullptr, nullptr);
@@ -112,9 +107,11 @@ TEST_F(KvuSystemTest, Paths) {
     for (const auto& [path, parent] : parents) EXPECT_STREQ(parent, KvuSystem::dirname(path));
     fs::create_directory("real");
     fs::create_directory_symlink("real", "link");
-    EXPECT_EQ("1 " + (folder / "real/no/such"), absolute("link/./x/../no/such/", nullptr));
-    EXPECT_EQ("1 /etc/x", absolute("x", "/etc"));
-    EXPECT_EQ("0 ", absolute(std::string(1024, 'x'), nullptr));
+    KvText out = "old";
+    EXPECT_EQ(1, KvuSystem::getAbsolutePath("link/./x/../no/such/", out, nullptr));
+    EXPECT_EQ(folder / "real/no/such", out);
+    EXPECT_EQ(0, KvuSystem::getAbsolutePath(std::string(1024, 'x').c_str(), out, nullptr));
+    EXPECT_STREQ("", out) << "no path is ever cut";
     EXPECT_EQ(folder / "", KvuSystem::getwd() + std::string("/"));
 }
 
@@ -130,25 +127,19 @@ TEST_F(KvuSystemTest, WritableProbeHarmsNothing) {
     EXPECT_EQ(0, KvuSystem::isADirectoryRW("/proc"));
 }
 
-TEST_F(KvuSystemTest, CopyMoveLinkAppend) {
+TEST_F(KvuSystemTest, CopiesArchivesAndAppends) {
     fs::create_directories("from dir/sub");
     const std::string binary("a\0b\nend", 7);
     writeFile("-f;x", binary);
     EXPECT_EQ(1, KvuSystem::cp("-f;x", "from dir", 0));
     EXPECT_EQ(1, KvuSystem::cp("from dir", "copy", 1));
     EXPECT_EQ(1, KvuSystem::mv("-f;x", "copy/sub"));
-    EXPECT_EQ(1, KvuSystem::mv("copy/sub", "moved"));
-    EXPECT_EQ(1, KvuSystem::ln("/etc/target", "moved"));
-    EXPECT_EQ((Names{"-f;x", "target"}), listed("moved", nullptr));
-    EXPECT_EQ(1, KvuSystem::cat("copy/-f;x", "moved/-f;x"));
-    EXPECT_EQ(binary + binary, contentsOf("moved/-f;x"));
     EXPECT_EQ(0, KvuSystem::cat("copy/-f;x", "copy/-f;x")) << "it would never end";
     EXPECT_EQ(0, KvuSystem::cat("copy/-f;x", "/dev/full"));
-    EXPECT_EQ(1, KvuSystem::compress("copy/-f;x", 1));
+    EXPECT_EQ(1, KvuSystem::compress("copy/sub/-f;x", 1));
     KvText out;
-    EXPECT_EQ(1, KvuSystem::uncompress("copy/-f;x.gz", nullptr, out));
+    EXPECT_EQ(1, KvuSystem::uncompress("copy/sub/-f;x.gz", ".", out));
     EXPECT_EQ(binary, contentsOf(out));
-    EXPECT_EQ((Names{"-f;x.gz"}), listed("copy", ".gz"));
 }
 
 TEST_F(KvuSystemTest, MachineAndDate) {

@@ -63,6 +63,10 @@ TEST_F(KvuUtilTest, FallbackProgramGetsTextAndButtons) {
             "[-useslider][-icon][error][-header][Oooops... Sorry!][-t][disk full][-B][Continue]",
             contentsOf("notes"));
         EXPECT_EQ("[it's][-t][][-t][\"$x\" `id`]", shown("it's\n\n\"$x\" `id`"));
+        // Of 1023 characters, the quotes and the option take 5, and no letter is halved.
+        const std::string fitting(1018, 'x');
+        EXPECT_EQ("[" + fitting + "]", shown(fitting));
+        EXPECT_EQ("[" + fitting.substr(4) + "...]", shown(fitting.substr(4) + "\xc3\xbc ..."));
         EXPECT_EQ(1, answer("No, thanks\n", 3));
         EXPECT_EQ(
             "[-useslider][-icon][question][-header][Please confirm...]"
@@ -70,17 +74,6 @@ TEST_F(KvuUtilTest, FallbackProgramGetsTextAndButtons) {
             contentsOf("notes"));
         EXPECT_EQ(std::filesystem::perms(01777), std::filesystem::status("/usr/tmp").permissions());
         EXPECT_TRUE(std::filesystem::is_empty("/usr/tmp")) << "the answer file stayed";
-    });
-}
-
-TEST_F(KvuUtilTest, LongMessageIsCutWhereOneSeesIt) {
-    const auto marked = [](int n) { return "[" + std::string(n, 'x') + "...]"; };
-    runInPrivateUsr([&] {
-        // Of 1023 characters, the quotes and the option take 5.
-        const std::string fitting(1018, 'x');
-        EXPECT_EQ("[" + fitting + "]", shown(fitting));
-        EXPECT_EQ(marked(1012), shown(std::string(1012, 'x') + "'''")) << "a quote takes four";
-        EXPECT_EQ(marked(1014), shown(std::string(1014, 'x') + "\xc3\xbc ...")) << "half a letter";
     });
 }
 
