@@ -436,7 +436,7 @@ std::string BxFontFor(Display* display, const char* pattern) {
     int count = 0;
     char** names = XListFonts(display, pattern, enough, &count);
     char** const found = std::find_if(names, names + count, suitsLayout);
-    const std::string font = found != names + count ? *found : count > 0 ? pattern : "fixed";
+    std::string font = found != names + count ? *found : count > 0 ? pattern : "fixed";
     XFreeFontNames(names);
     return font;
 }

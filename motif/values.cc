@@ -147,7 +147,8 @@ void KvcSliderSetValue(Widget scale, Widget text, int value) {
 
 int KvcSliderGetValue(Widget scale, Widget text, int fromScale) {
     if (fromScale == 0) {
-        const int typed = nearestInt(std::strtol(fieldText(text).c_str(), nullptr, 10));
+        const int typed =
+            nearestInt(static_cast<double>(std::strtol(fieldText(text).c_str(), nullptr, 10)));
         if (scale == nullptr) return typed;
         KvcSliderSetValue(scale, typed);
     }
@@ -170,7 +171,7 @@ void KvcSetRadio(int which, Widget t0, Widget t1, Widget t2, Widget t3, Widget t
                  Widget t6, Widget t7, Widget t8, Widget t9) {
     int index = 0;
     for (Widget toggle : {t0, t1, t2, t3, t4, t5, t6, t7, t8, t9}) {
-        if (toggle != nullptr) XmToggleButtonSetState(toggle, index == which, False);
+        if (toggle != nullptr) XmToggleButtonSetState(toggle, index == which ? True : False, False);
         ++index;
     }
 }
@@ -185,5 +186,5 @@ void KvcSetOption(int which, Widget optionMenu, Widget b0, Widget b1, Widget b2,
 
 void KvcSetSensitive(Widget w, int sensitive) {
     const bool wanted = sensitive != 0;
-    if (static_cast<bool>(XtIsSensitive(w)) != wanted) XtSetSensitive(w, wanted);
+    if (static_cast<bool>(XtIsSensitive(w)) != wanted) XtSetSensitive(w, wanted ? True : False);
 }

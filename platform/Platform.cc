@@ -23,7 +23,7 @@ std::string toolsFolder() {
     const fs::path self = fs::read_symlink("/proc/self/exe", error);
     // Without its own place the program must not take a relative folder for it.
     if (error) return ZARN_TOOLS_DIR;
-    const std::string beside = self.parent_path() / "Zarn_tools";
+    std::string beside = self.parent_path() / "Zarn_tools";
     if (!fs::is_directory(beside, error)) return ZARN_TOOLS_DIR;
     if (beside.find(':') == std::string::npos) return beside;
     std::fprintf(stderr,
@@ -119,11 +119,11 @@ int runShell(const char* command) {
 
 // What lies below a folder that may not be searched is known by its text alone.
 fs::path resolved(const fs::path& path, std::error_code& error) {
-    const fs::path canonical = fs::weakly_canonical(path, error);
+    fs::path canonical = fs::weakly_canonical(path, error);
     if (error != std::errc::permission_denied || !path.has_relative_path()) return canonical;
     const fs::path above = resolved(path.parent_path(), error);
     if (error) return {};
-    const fs::path text = (above / path.filename()).lexically_normal();
+    fs::path text = (above / path.filename()).lexically_normal();
     // A ".." may have led out of that folder again.
     fs::path again = fs::weakly_canonical(text, error);
     if (error != std::errc::permission_denied) return again;

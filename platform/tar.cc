@@ -80,7 +80,7 @@ std::string systemTar() {
     std::error_code error;
     const fs::path self = fs::read_symlink("/proc/self/exe", error);
     for (const std::string& folder : searchFolders(self.parent_path())) {
-        const std::string tar = folder + "/tar";
+        std::string tar = folder + "/tar";
         const bool usable = fs::is_regular_file(tar, error) && access(tar.c_str(), X_OK) == 0;
         if (usable && !fs::equivalent(tar, self, error)) return tar;
     }
