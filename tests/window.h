@@ -32,7 +32,6 @@ protected:
         here = folder;
         std::filesystem::current_path(here);
         std::filesystem::create_directories(here / "home");
-        std::filesystem::create_directories(here / "tools");
         setenv("HOME", (here / "home").c_str(), 1);
         // A terminal would stay open for somebody to read it.
         script("xwsh", "exit 0");
@@ -60,10 +59,15 @@ protected:
         std::filesystem::remove("/tmp/.kvcInstallMsg");
     }
 
+    /// Writes a shell script that can be run.
+    static void program(const std::filesystem::path& file, const std::string& lines) {
+        write(file, "#!/bin/sh\n" + lines + "\n");
+        std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+    }
+
     /// Puts a program of that name in front of the machine's own.
     void script(const std::string& name, const std::string& lines) const {
-        write(here / "tools" / name, "#!/bin/sh\n" + lines + "\n");
-        std::filesystem::permissions(here / "tools" / name, std::filesystem::perms::owner_all);
+        program(here / "tools" / name, lines);
     }
 
     static void write(const std::filesystem::path& file, const std::string& text) {

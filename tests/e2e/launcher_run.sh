@@ -80,14 +80,3 @@ if [ "${ZARN_PRIVATE:-}" = yes ]; then
 else
     without_super_user
 fi
-
-# Options that the launcher itself has to refuse.
-for arguments in "-display :0" "-icons" "-subsystems" "-FTP" "readme"; do
-    # shellcheck disable=SC2086
-    output=$(cd "$place/distribution" && ./Zarn_install $arguments 2>&1 >/dev/null) ||
-        fail "'$arguments' ends with status $?"
-    case $output in
-    Usage*) ;;
-    *) fail "'$arguments' says: $output" ;;
-    esac
-done

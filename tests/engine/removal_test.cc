@@ -12,8 +12,7 @@ protected:
         tree = here / "suite/Zarn_system";
         for (const char* name : {"textures", "models", "render"})
             write(tree / "subsystems" / name / "content", name);
-        write(tree / "bin/Zarn.install", "#!/bin/sh\n[ \"$1\" = -r ] && rm -rf \"$2\"\n");
-        std::filesystem::permissions(tree / "bin/Zarn.install", std::filesystem::perms::owner_all);
+        program(tree / "bin/Zarn.install", "[ \"$1\" = -r ] && rm -rf \"$2\"");
         write(here / "home/.Zarn_inst", "# PROGRAM: Zarn-Ambrel\n# VERSION: 2.0\n# PATH:    " +
                                             (here / "suite").string() + "\n");
         ASSERT_TRUE(KvmInstallMgr::getInstallInfo());
@@ -60,7 +59,7 @@ TEST_F(Removing, ThatFailsLeavesWindowAndDiskAgreed) {
     EXPECT_EQ(colourOf(kviSubsystemModels), "#000000");
 
     std::filesystem::remove(here / "tools/rm");
-    write(tree / "bin/Zarn.install", "#!/bin/sh\nexit 1\n");
+    program(tree / "bin/Zarn.install", "exit 1");
     answerWith({0});
     EXPECT_FALSE(KvmInstallMgr::remove());
     EXPECT_EQ(message(), "Can't remove " + tree.string());
