@@ -1,7 +1,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sched.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,30 +12,19 @@
 #include <iterator>
 #include <string>
 
-/// A folder of the test's own below the build folder, removed with all it holds. The test works in
-/// it.
-class ScratchFolder {
-public:
-    ScratchFolder() {
-        if (mkdtemp(path_.data()) == nullptr) std::abort();
-        std::filesystem::current_path(path_);
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    ~ScratchFolder() {
-        std::filesystem::current_path("/");
-        std::filesystem::remove_all(path_);
-    }
-
-    std::string operator/(const std::string& name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_ = ZARN_BINARY_DIR "/scratch.XXXXXX";
-};
-
+/// A case that works in a folder of its own below the build folder, removed with all it holds.
 class ScratchTest : public testing::Test {
 protected:
-    ScratchFolder folder;
+    ScratchTest() {
+        if (mkdtemp(folder.data()) == nullptr) std::abort();
+        std::filesystem::current_path(folder);
+    }
+    ~ScratchTest() override {
+        std::filesystem::current_path("/");
+        std::filesystem::remove_all(folder);
+    }
+
+    std::string folder = ZARN_BINARY_DIR "/scratch.XXXXXX";
 };
 
 inline std::string writeFile(const std::string& path, const std::string& text, int mode = 0644) {
@@ -92,19 +80,7 @@ inline bool becomeOrdinary() {
     return geteuid() != 0 || setresuid(nobody, nobody, nobody) == 0;
 }
 
-/// Gives this process mounts of its own, as the super-user of them.
-inline bool becomePrivate() {
-    const uid_t user = geteuid();
-    const gid_t group = getegid();
-    if (unshare(CLONE_NEWNS | (user != 0 ? CLONE_NEWUSER : 0)) != 0) return false;
-    if (user == 0) return true;
-    std::ofstream("/proc/self/setgroups") << "deny";
-    std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
-    std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
-    return geteuid() == 0;
-}
-
-/// Whether that is allowed here: to the super-user, and to others where they have user namespaces.
+/// Whether this user may have mounts of its own, as it may where there are user namespaces.
 inline bool mayBecomePrivate() {
     return outcomeOf("unshare -mr true").status == 0;
 }

@@ -7,19 +7,13 @@ namespace {
 
 using Shell = KvuShellText;
 
-// The ways in which a command is nested in another.
-const std::function<Shell(const Shell&)> ways[] = {
-    [](const Shell& inner) { return inner; },
-    [](const Shell& inner) { return KvuCommand("sh -c '%s'", KvuInSingleQuotes(inner)); },
-    [](const Shell& inner) { return KvuCommand("sh -c \"%s\"", KvuInDoubleQuotes(inner)); },
-    [](const Shell& inner) {
-        return KvuCommand("/bin/csh -c \"%s\"", KvuInDoubleQuotes(KvuForCsh(inner)));
-    },
-    [](const Shell& inner) {
-        const Shell su = KvuCommand("sh -c '%s'", KvuInSingleQuotes(inner));
-        return KvuCommand("/bin/csh -c \"%s\"", KvuInDoubleQuotes(KvuForCsh(su)));
-    },
-};
+Shell inSh(const Shell& inner) {
+    return KvuCommand("sh -c '%s'", KvuInSingleQuotes(inner));
+}
+
+Shell inCsh(const Shell& inner) {
+    return KvuCommand("/bin/csh -c \"%s\"", KvuInDoubleQuotes(KvuForCsh(inner)));
+}
 
 const char* const words[] = {
     "plain",  "two words", "it's",          "say \"so\"",   "`id -u`", "$(id -u)", "$HOME ${x}",
@@ -33,9 +27,11 @@ using KvuCommandTest = ScratchTest;
 
 TEST_F(KvuCommandTest, ShellSeesTheTextItself) {
     writeFile("script", "printf %s \"$1\" >out\n");
-    for (const auto& way : ways) {
-        for (const char* word : words) {
-            const Shell command = way(KvuCommand("sh script %s", KvuShellArgument(word)));
+    for (const char* word : words) {
+        const Shell plain = KvuCommand("sh script %s", KvuShellArgument(word));
+        const Shell doubled = KvuCommand("sh -c \"%s\"", KvuInDoubleQuotes(plain));
+        for (const Shell& command :
+             {plain, inSh(plain), doubled, inCsh(plain), inCsh(inSh(plain))}) {
             writeFile("out", "nothing came");
             EXPECT_EQ(0, platform::system(command.text.c_str())) << command.text;
             EXPECT_EQ(word, contentsOf("out")) << command.text;

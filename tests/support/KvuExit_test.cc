@@ -49,7 +49,6 @@ TEST(KvuExitDeathTest, HandlerServesOneSignal) {
 }
 
 TEST(KvuExitDeathTest, EndsWithAndWithoutCallback) {
-    EXPECT_EXIT(KvuExit::exit(3), ExitedWithCode(3), Eq(""));
     EXPECT_EXIT(fail(nullptr), ExitedWithCode(255), Eq("ab"));
     EXPECT_EXIT(fail(report), ExitedWithCode(9), Eq("ab[own 2 -1]"));
     EXPECT_EXIT(fail(failAgain), ExitedWithCode(255), Eq("ab"));
