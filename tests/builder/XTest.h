@@ -33,6 +33,12 @@ inline Widget testShell() {
     return shell;
 }
 
+/// Handles what has happened in the windows of the tests.
+inline void pump() {
+    XSync(XtDisplay(testShell()), False);
+    while (XtAppPending(testApp) != 0) XtAppProcessEvent(testApp, XtIMAll);
+}
+
 /// Writes a compound string down: (l) and (r) for directions, #tag: for a tag, | for a line break.
 inline std::string written(XmString string) {
     std::string text;

@@ -1,23 +1,20 @@
 #include <gtest/gtest.h>
 
 #include <X11/StringDefs.h>
-#include <X11/Xutil.h>
 
 #include <clocale>
 #include <string>
 #include <utility>
 
+#include "builder/KviOwners.h"
 #include "tests/builder/XTest.h"
 
 namespace {
 
 std::string converted(const char* text) {
     Boolean ok = False;
-    auto* string = reinterpret_cast<XmString>(CONVERT(testShell(), text, XmRXmString, 0, &ok));
-    if (!ok) return "failed";
-    const std::string result = written(string);
-    XmStringFree(string);
-    return result;
+    const XtArgVal value = CONVERT(testShell(), text, XmRXmString, 0, &ok);
+    return ok ? written(KviXmString(reinterpret_cast<XmString>(value)).get()) : "failed";
 }
 
 // The entries, each between blanks.
@@ -25,11 +22,10 @@ std::string convertedTable(const char* text) {
     Boolean ok = False;
     const XtArgVal value = CONVERT(testShell(), text, XmRXmStringTable, 0, &ok);
     if (!ok) return "failed";
-    auto* table = reinterpret_cast<XmStringTable>(value);
+    const KviText owner(reinterpret_cast<char*>(value));
     std::string entries = " ";
-    for (XmString* entry = table; *entry != nullptr; XmStringFree(*entry++))
-        entries += written(*entry) + " ";
-    XtFree(reinterpret_cast<char*>(table));
+    for (auto* entry = reinterpret_cast<XmStringTable>(value); *entry != nullptr; ++entry)
+        entries += written(KviXmString(*entry).get()) + " ";
     return entries;
 }
 
@@ -60,29 +56,6 @@ TEST(CompoundStrings, AreMadeFromTextInAnyLocale) {
             EXPECT_EQ(convertedTable(one.first), one.second) << one.first;
     }
     std::setlocale(LC_ALL, "C");
-}
-
-TEST(Convert, ReadsImages) {
-    const char* image[] = {"3 2 2 1", "  c None", "x c #ff0000", "xx ", " xx"};
-    const Pixmap pixmap = XPM_PIXMAP(testShell(), image);
-    XImage* pixels = XGetImage(XtDisplay(testShell()), pixmap, 0, 0, 3, 2, AllPlanes, ZPixmap);
-    EXPECT_EQ(XGetPixel(pixels, 1, 1), 0xff0000U);
-    XDestroyImage(pixels);
-    XFreePixmap(XtDisplay(testShell()), pixmap);
-    const char* broken[] = {"not an image"};
-    EXPECT_EQ(XPM_PIXMAP(testShell(), broken), static_cast<Pixmap>(XmUNSPECIFIED_PIXMAP));
-}
-
-TEST(Convert, ReadsValuesAndFonts) {
-    Boolean ok = False;
-    EXPECT_EQ(CONVERT(testShell(), "vertical", XmROrientation, 0, &ok), XmVERTICAL);
-    EXPECT_EQ(CONVERT(testShell(), "white", XtRPixel, 0, &ok), 0xffffff);
-    EXPECT_EQ(CONVERT(testShell(), "no such colour", XtRPixel, 0, &ok), 0);
-    EXPECT_FALSE(ok);
-    const std::string font =
-        BxFontFor(XtDisplay(testShell()), "-*-helvetica-medium-r-*-*-*-120-*-*-*-*-iso8859-1");
-    EXPECT_NE(font.find("-normal--12-120-75-75-"), font.npos) << font;
-    EXPECT_NE(CONVERT(testShell(), "-*-no such font-*", XmRFontList, 0, &ok), 0);
 }
 
 }  // namespace

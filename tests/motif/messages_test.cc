@@ -2,133 +2,93 @@
 
 #include <Xm/XmAll.h>
 
+#include <unistd.h>
+
 #include <functional>
 #include <string>
 #include <tuple>
-#include <vector>
 
+#include "builder/KviOwners.h"
 #include "motif/KvcUtil.h"
 #include "tests/builder/XTest.h"
 
 namespace {
 
-const char* const Labels[] = {"Yes", "No", "Perhaps"};
+using Step = std::function<void()>;
 
-Widget part(unsigned char child) {
-    return XmMessageBoxGetChild(kvcMessageWidget, child);
-}
-Widget shell() {
-    return XtParent(kvcMessageWidget);
-}
+const char* const Labels[] = {"Yes", "No", "Perhaps"};
 
 void send(Widget w, XEvent event) {
     event.xany.window = XtWindow(w);
     XSendEvent(XtDisplay(w), XtWindow(w), False, NoEventMask, &event);
 }
 
-// Presses and releases the mouse button on a widget or gadget.
-void click(Widget w) {
-    Widget owner = XtIsWidget(w) ? w : XtParent(w);
-    Position left = 0, top = 0, x = 0, y = 0;
-    XtTranslateCoords(owner, 0, 0, &left, &top);
-    XtTranslateCoords(w, 5, 5, &x, &y);
+// Presses and releases the mouse button on a gadget.
+void click(Widget gadget) {
+    Position x = 0, y = 0;
+    XtTranslateCoords(gadget, 5, 5, &x, &y);
     XEvent event = {};
-    event.xbutton = {ButtonPress, 0,       True, nullptr, 0, 0,       0,   0,
-                     x - left,    y - top, x,    y,       0, Button1, True};
-    send(owner, event);
+    event.xbutton = {ButtonPress,     0, True, nullptr, 0,       0,   0, 0, XtX(gadget) + 5,
+                     XtY(gadget) + 5, x, y,    0,       Button1, True};
+    send(XtParent(gadget), event);
     event.type = ButtonRelease;
     event.xbutton.state = Button1Mask;
-    send(owner, event);
+    send(XtParent(gadget), event);
 }
 
-template <unsigned char Child>
-void press() {
-    click(part(Child));
+Widget part(unsigned char child) {
+    return XmMessageBoxGetChild(kvcMessageWidget, child);
 }
-constexpr auto clickYes = press<XmDIALOG_OK_BUTTON>;
-constexpr auto clickNo = press<XmDIALOG_CANCEL_BUTTON>;
-constexpr auto clickPerhaps = press<XmDIALOG_HELP_BUTTON>;
-
-void closeBox() {
-    const auto atom = [](const char* name) { return XInternAtom(XtDisplay(shell()), name, False); };
+const auto clickYes = [] { click(part(XmDIALOG_OK_BUTTON)); };
+const auto clickNo = [] { click(part(XmDIALOG_CANCEL_BUTTON)); };
+const auto clickPerhaps = [] { click(part(XmDIALOG_HELP_BUTTON)); };
+const auto closeBox = [] {
+    Widget shell = XtParent(kvcMessageWidget);
+    const auto atom = [=](const char* name) { return XInternAtom(XtDisplay(shell), name, False); };
     XEvent event = {};
     event.xclient = {ClientMessage, 0, True, nullptr, 0, atom("WM_PROTOCOLS"), 32, {}};
     event.xclient.data.l[0] = static_cast<long>(atom("WM_DELETE_WINDOW"));
-    send(shell(), event);
-}
+    send(shell, event);
+};
 
 std::string text(const char* resource) {
     XmString string = nullptr;
     XtVaGetValues(kvcMessageWidget, resource, &string, nullptr);
-    const std::string result = written(string);
-    XmStringFree(string);
-    return result;
+    return written(KviXmString(string).get());
 }
 
-void pump() {
-    XSync(XtDisplay(testShell()), False);
-    KvcFlushEvents(testShell(), testApp);
+// Asks, and does `meanwhile` while the question is open.
+int ask(int n, const char* question, Step meanwhile) {
+    const auto run = [](XtPointer todo, XtIntervalId*) { (*static_cast<Step*>(todo))(); };
+    XtAppAddTimeOut(testApp, 50, run, &meanwhile);
+    return KvcUserConfirm(n, Labels, question);
 }
 
-XWindowAttributes placeOf(Widget w) {
-    XWindowAttributes place;
-    Window child = None;
-    XGetWindowAttributes(XtDisplay(w), XtWindow(w), &place);
-    XTranslateCoordinates(XtDisplay(w), XtWindow(w), place.root, 0, 0, &place.x, &place.y, &child);
-    return place;
-}
-
-XWindowAttributes shown(const std::string& message) {
+Widget shown(const std::string& message) {
     KvcUserInfo(message.c_str());
     pump();
-    return placeOf(shell());
+    return XtParent(kvcMessageWidget);
 }
 
 // A window with one button that counts how often it is pressed.
 class Messages : public testing::Test {
 protected:
     void SetUp() override {
-        main = XtVaCreatePopupShell("main", xmDialogShellWidgetClass, testShell(), XmNx, 300, XmNy,
-                                    200, nullptr);
-        Widget window =
-            XtVaCreateWidget("window", xmBulletinBoardWidgetClass, main, XmNwidth, 600, XmNheight,
-                             400, XmNautoUnmanage, False, XmNdefaultPosition, False, nullptr);
-        button = XtVaCreateManagedWidget("button", xmArrowButtonWidgetClass, window, nullptr);
+        alarm(60);  // a question that nothing answers would stay open for ever
+        XtVaSetValues(window, XmNx, 300, XmNy, 200, XmNwidth, 600, XmNheight, 400, XmNautoUnmanage,
+                      False, XmNdefaultPosition, False, nullptr);
         const auto count = [](Widget, XtPointer to, XtPointer) { ++*static_cast<int*>(to); };
         XtAddCallback(button, XmNactivateCallback, count, &presses);
+        XtManageChild(button);
         XtManageChild(window);
         KvcInit(testShell(), &testApp);
         KvcSetMessagesOver(window);
         shown("ready");
     }
-    void TearDown() override {
-        XtUnmanageChild(kvcMessageWidget);
-        KvcSetMessagesOver(nullptr);
-        XtDestroyWidget(main);
-        pump();
-    }
 
-    // Asks, and takes `todo` step by step while the question is open.
-    int ask(int n, const char* question, std::vector<std::function<void()>> todo) {
-        steps = std::move(todo);
-        steps.push_back([] { KvcConfirmCB(nullptr, XtPointer(99), nullptr); });
-        timer = XtAppAddTimeOut(testApp, 50, step, this);
-        const int answer = KvcUserConfirm(n, Labels, question);
-        XtRemoveTimeOut(timer);
-        return answer;
-    }
-    static void step(XtPointer closure, XtIntervalId*) {
-        auto* self = static_cast<Messages*>(closure);
-        const auto todo = self->steps.front();
-        self->steps.erase(self->steps.begin());
-        self->timer = XtAppAddTimeOut(testApp, 50, step, closure);
-        todo();
-    }
-
-    Widget main = nullptr, button = nullptr;
+    Widget window = XmCreateBulletinBoardDialog(testShell(), const_cast<char*>("window"), {}, 0);
+    Widget button = XmCreateArrowButtonGadget(window, const_cast<char*>("button"), {}, 0);
     int presses = 0;
-    std::vector<std::function<void()>> steps;
-    XtIntervalId timer = 0;
 };
 
 TEST_F(Messages, AreShownWholeAndLiterally) {
@@ -146,45 +106,42 @@ TEST_F(Messages, AreAnsweredByButtonsAndByClosing) {
     const std::tuple<int, void (*)(), int> cases[] = {
         {2, clickYes, 0}, {2, clickNo, 1}, {3, clickPerhaps, 2}, {3, closeBox, 2}};
     for (const auto& [buttons, act, answer] : cases) {
-        EXPECT_EQ(ask(buttons, "Sure?", {act}), answer);
+        EXPECT_EQ(ask(buttons, "Sure?", act), answer);
         EXPECT_EQ(XtIsManaged(part(XmDIALOG_HELP_BUTTON)), buttons == 3) << answer;
         EXPECT_FALSE(XtIsManaged(kvcMessageWidget) || KvcQuestionOpen()) << answer;
     }
 }
 
 TEST_F(Messages, HoldBackEverythingElseWhileAsking) {
-    const auto behind = [&] { click(button); };
-    EXPECT_EQ(ask(2, "Sure?", {behind, behind, clickYes}), 0);
+    EXPECT_EQ(ask(2, "Sure?", [&] { click(button), clickYes(); }), 0);
     EXPECT_EQ(presses, 0);
-    behind();
+    click(button);
     pump();
     EXPECT_EQ(presses, 1) << "the window is usable again";
 
     shown("Done.");
     clickYes();  // waits in the queue, meant for the information
-    EXPECT_EQ(ask(3, "Sure?", {clickPerhaps}), 2);
+    EXPECT_EQ(ask(3, "Sure?", clickPerhaps), 2);
 
     testing::internal::CaptureStderr();
     const auto interrupt = [] {
         EXPECT_EQ(KvcUserConfirm(2, Labels, "Second?"), 1);
         EXPECT_EQ(KvcUserError("failed"), 1);
+        clickYes();
     };
-    EXPECT_EQ(ask(2, "First?", {interrupt, clickYes}), 0);
+    EXPECT_EQ(ask(2, "First?", interrupt), 0);
     EXPECT_EQ(text(XmNmessageString), "(l)First?");
     EXPECT_NE(testing::internal::GetCapturedStderr().find("failed\n"), std::string::npos);
 }
 
-TEST_F(Messages, HaveTheSizeOfTheirTextAndStayOnTheScreen) {
-    EXPECT_GT(shown(std::string(100, 'w')).width, 500);
-    EXPECT_EQ(shown("short").width, 400);
-    EXPECT_LE(shown(std::string(1000, 'w')).width, WidthOfScreen(XtScreen(main)));
-    ask(2, "1\n2\n3\n4\n5\n", {});
-    EXPECT_EQ(placeOf(shell()).width, 500);
-    for (const int corner : {300, 900}) {
-        XtVaSetValues(main, XmNx, corner, XmNy, corner, nullptr);
-        const XWindowAttributes box = shown("Where am I?");
-        EXPECT_LE(box.x + box.width, WidthOfScreen(box.screen)) << corner;
-        EXPECT_TRUE(corner == 900 || box.x > corner) << "over the window";
+TEST_F(Messages, AreOverTheWindowAndOnTheScreen) {
+    Widget box = shown("short");
+    EXPECT_TRUE(XtWidth(box) == 400 && XtX(box) == 400 && XtY(box) == 300) << "in the middle";
+    XtVaSetValues(window, XmNx, 900, nullptr);
+    for (const std::size_t length : {10, 100, 1000}) {
+        shown(std::string(length, 'w'));
+        EXPECT_LE(XtX(box) + XtWidth(box), WidthOfScreen(XtScreen(box))) << length;
+        EXPECT_EQ(XtWidth(box) > 500, length >= 100) << length;
     }
 }
 

@@ -2,54 +2,58 @@
 
 #include <Xm/XmAll.h>
 
-#include <tuple>
+#include <string>
 
 #include "builder/KviOwners.h"
 #include "motif/KvcUtil.h"
 #include "tests/builder/XTest.h"
+#include "tests/platform/scratch.h"
 
 namespace {
 
-Widget make(WidgetClass type) {
-    static Widget board =
-        XtVaCreateWidget("board", xmBulletinBoardWidgetClass, testShell(), nullptr);
-    return XtVaCreateWidget("made", type, board, nullptr);
-}
-
 TEST(Values, LabelsKeepTheirText) {
-    Widget label = make(xmLabelWidgetClass);
+    Widget label = XmCreateLabel(testShell(), const_cast<char*>("label"), nullptr, 0);
     for (const char* text : {"", "one\n\ntwo\n", "caf\xe9", "::t\"x\""}) {
         KvcLabelSetString(label, text);
         EXPECT_STREQ(KviText(KvcLabelGetString(label)).get(), text);
     }
 }
 
-TEST(Values, ScalesKeepStepWithFields) {
-    Widget scale = make(xmScaleWidgetClass), field = make(xmTextFieldWidgetClass);
-    XtVaSetValues(scale, XmNmaximum, 5000, nullptr);
-    // What is typed, and what it gives for a whole number and for thousandths.
-    const std::tuple<const char*, int, int> cases[] = {
-        {"1.2345", 1, 1234}, {"-7", 0, 0}, {"99999999999", 5000, 5000}, {"nan", 0, 0}, {"", 0, 0}};
-    for (const auto& [text, whole, thousandths] : cases) {
-        int value = 0;
-        XmTextFieldSetString(field, const_cast<char*>(text));
-        KvcSliderGetFloatValue(scale, field, 1000, 0);
-        XmScaleGetValue(scale, &value);
-        EXPECT_EQ(value, thousandths) << text;
-        EXPECT_EQ(KvcSliderGetValue(scale, field, 0), whole) << text;
+// The names of the entries, with a blank after each.
+std::string items(Widget list, const char* resource, const char* countResource) {
+    XmStringTable table = nullptr;
+    int count = 0;
+    XtVaGetValues(list, resource, &table, countResource, &count, nullptr);
+    std::string names;
+    for (int i = 0; i < count; ++i) {
+        const std::string item = written(table[i]);
+        names += item.substr(item.find_last_of(")/") + 1) + " ";
     }
+    return names;
 }
 
-TEST(Values, ListsSelectNames) {
-    Widget list = make(xmListWidgetClass);
-    XtVaSetValues(list, XmNselectionPolicy, XmMULTIPLE_SELECT, nullptr);
-    const char* const names[] = {"z", "a", "z"};
-    KvcListItems(list, names, 3, "z");
-    int* positions = nullptr;
-    int count = 0;
-    ASSERT_TRUE(XmListGetSelectedPos(list, &positions, &count));
-    EXPECT_TRUE(count == 2 && positions[0] == 1 && positions[1] == 3);
-    XtFree(reinterpret_cast<char*>(positions));
+using Files = ScratchTest;
+
+TEST_F(Files, AreListedAndSelected) {
+    for (const char* file : {"b.iv", "#c.iv", ".iv", "d.txt", "a.iv"}) writeFile(file, "x");
+    Widget box = KvcCreateSimpleFileSelector(
+        XmCreateDialogShell(testShell(), const_cast<char*>("files"), nullptr, 0), "box", nullptr,
+        nullptr);
+    XtManageChild(box);
+    KvcFileSelectorSetDirectory(box, folder.c_str());
+    pump();
+    std::filesystem::remove("d.txt");
+    KvcFileSelectorUpdate(box);
+    EXPECT_EQ(items(box, XmNlistItems, XmNlistItemCount), "#c.iv .iv a.iv b.iv ");
+    Widget list = XmSelectionBoxGetChild(box, XmDIALOG_LIST);
+    EXPECT_TRUE(KvcListFiles(box, ".", ".iv", 0, 0, "b"));
+    EXPECT_EQ(items(list, XmNitems, XmNitemCount), "a b ");
+    EXPECT_EQ(items(list, XmNselectedItems, XmNselectedItemCount), "b ");
+    EXPECT_FALSE(KvcListFiles(list, "missing", nullptr, 0, 1, nullptr));
+    EXPECT_EQ(items(list, XmNitems, XmNitemCount), "");
+    const char* const names[] = {"z", "a"};
+    KvcListItems(list, names, 2, "a");
+    EXPECT_EQ(items(list, XmNselectedItems, XmNselectedItemCount), "a ");
 }
 
 }  // namespace
