@@ -84,30 +84,21 @@ TEST_F(Installing, WorksInLocationsThatTheShellWouldMistake) {
     EXPECT_FALSE(std::filesystem::exists(here / "oops"));
 }
 
-TEST_F(Installing, TakesTwoArchivesAndPacksThemAgain) {
-    pack("Zarn2.0.1 product.tar", "Zarn_system");
-    pack("zarn2.0.2.TAR", "subsystems");
-    ASSERT_EQ(std::system("gzip 'Zarn2.0.1 product.tar'"), 0);
-    start("suite", {1, 0});
-    EXPECT_EQ(fieldText(kviInstallReadText), " \"Zarn2.0.1 product.tar.gz\" zarn2.0.2.TAR");
-    EXPECT_TRUE(KvmInstallMgr::install()) << message();
-    EXPECT_EQ(subsystems(), allSubsystems);
-    EXPECT_TRUE(std::filesystem::exists("../Zarn2.0.1 product.tar.gz")) << "it was to stay";
-    EXPECT_FALSE(std::filesystem::exists("../zarn2.0.2.TAR")) << "it was to be removed";
-    ASSERT_EQ(asked.size(), 2U);
-    EXPECT_EQ(asked[1],
-              "Installation from tar file \"zarn2.0.2.TAR\" is complete.\nDo you want to remove "
-              "the tar file from your system?");
-}
-
 TEST_F(Installing, PlacesWhatItHasWhateverTheLastArchiveHolds) {
-    pack("Zarn2.0.a.tar", "Zarn_system");
-    pack("Zarn2.0.b.tar", "subsystems/models subsystems/render subsystems/src");
-    write(here / "Zarn2.0.c.tar", "this is no archive");
+    pack("Zarn2.0 a.tar", "Zarn_system");
+    pack("zarn2.0b.TAR", "subsystems/models subsystems/render subsystems/src");
+    write(here / "zarn2.0c.tar", "this is no archive");
     keepOnly("models");
-    start("suite", {1, 1});
+    start("suite", {0, 1});
+    EXPECT_EQ(fieldText(kviInstallReadText), " \"Zarn2.0 a.tar\" zarn2.0b.TAR zarn2.0c.tar");
     EXPECT_TRUE(KvmInstallMgr::install());
     EXPECT_EQ(subsystems(), "models ");
+    EXPECT_EQ(
+        asked.at(0),
+        "Installation from tar file \"Zarn2.0 a.tar\" is complete.\nDo you want to remove the "
+        "tar file from your system?");
+    EXPECT_FALSE(std::filesystem::exists(here / "Zarn2.0 a.tar")) << "it was to be removed";
+    EXPECT_TRUE(std::filesystem::exists(here / "zarn2.0b.TAR")) << "it was to stay";
 
     // The textures are in no archive, and the models are to go.
     for (const Widget w : {kviSubsystemPhotorealRenderer, kviSubsystemTextures}) mark(w, 1);

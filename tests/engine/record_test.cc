@@ -138,16 +138,4 @@ TEST_F(TreeRecord, IsLeftBehindWithItsTree) {
     EXPECT_FALSE(std::filesystem::exists(own)) << "it named the suite that is gone";
 }
 
-TEST_F(Record, LiesWhereTheUserMayWriteIt) {
-    script("id", "echo 'uid=1000(ann) gid=1000(ann)'");
-    EXPECT_FALSE(KvmInstallMgr::checkIfRoot());
-    EXPECT_EQ(KvmInstallMgr::_infoFile, (here / "home/.Zarn_inst").string());
-    unsetenv("HOME");
-    KvmInstallMgr::checkIfRoot();
-    EXPECT_NE(std::string(KvmInstallMgr::_infoFile).find("/.Zarn_inst"), std::string::npos);
-    script("id", "echo 'uid=0(root) gid=0(root)'");
-    EXPECT_TRUE(KvmInstallMgr::checkIfRoot());
-    EXPECT_STREQ(KvmInstallMgr::_infoFile, "/usr/lib/.Zarn_inst");
-}
-
 }  // namespace

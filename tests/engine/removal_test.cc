@@ -66,23 +66,4 @@ TEST_F(Removing, ThatFailsLeavesWindowAndDiskAgreed) {
     EXPECT_TRUE(KvmInstallMgr::_info.installed);
 }
 
-TEST_F(Removing, OfEverythingTakesOnlyWhatIsItsOwn) {
-    for (const char* name : {"home/Zarn-Ambrel", "home/Zarn-Pinnet", "suite/letter"})
-        write(here / name, "");
-    switchOff(kviSubsystemModels);
-    answerWith({1, 0});
-    press(kviInstallButtonRemove);
-    EXPECT_EQ(asked.at(1),
-              "Are you sure you want to remove the currently\ninstalled Zarn system in " +
-                  (here / "suite").string() + "?");
-    for (const char* name : {"suite/Zarn_system", "home/.Zarn_inst", "home/Zarn-Ambrel"})
-        EXPECT_FALSE(std::filesystem::exists(here / name)) << name;
-    for (const char* name : {"suite/letter", "home/Zarn-Pinnet"})
-        EXPECT_TRUE(std::filesystem::exists(here / name)) << name;
-    EXPECT_FALSE(XtIsSensitive(kviInstallButtonRemove));
-    EXPECT_FALSE(KvmInstallMgr::_info.subsystemsRemoved);
-    EXPECT_FALSE(KvmInstallMgr::remove());
-    EXPECT_EQ(message(), "Zarn is not installed on this system!");
-}
-
 }  // namespace

@@ -85,22 +85,6 @@ TEST_F(Window, StaysWithTheMediumThatWasSwitchedOn) {
     }
 }
 
-TEST_F(Window, AsksForOkAfterTyping) {
-    const struct {
-        Widget field, button;
-    } cases[] = {{kviInstallReadText, kviInstallReadTextOk},
-                 {kviInstallLocationText, kviInstallLocationTextOk}};
-    for (const auto& c : cases) {
-        EXPECT_FALSE(XtIsSensitive(c.button));
-        XmTextFieldSetString(c.field, const_cast<char*>(here.c_str()));
-        EXPECT_TRUE(XtIsSensitive(c.button)) << XtName(c.button);
-        XtCallActionProc(c.field, "activate", nullptr, nullptr, 0);
-        EXPECT_FALSE(XtIsSensitive(c.button)) << "Return does what Ok does";
-    }
-    EXPECT_EQ(KvmInstallMgr::_info.readText, here.string());
-    EXPECT_EQ(KvmInstallMgr::getPath(), here.string());
-}
-
 TEST_F(Window, OpensAndClosesTheIconDialogAnyNumberOfTimes) {
     const Atom protocols = XInternAtom(XtDisplay(topLevel), "WM_PROTOCOLS", False);
     const Atom closing = XInternAtom(XtDisplay(topLevel), "WM_DELETE_WINDOW", False);
