@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "builder/KviBxUtil.h"
+#include "support/KvuCommand.h"
 
 namespace {
 
@@ -59,19 +60,20 @@ void fillGaps(Display* display, XrmDatabase lines) {
 }
 
 std::string instancePath(Widget w, const char* instanceName) {
-    std::string path = std::string("*") + instanceName;
+    std::string path = KvuPrint("*%s", instanceName);
     for (; w != nullptr && XtClass(w) != applicationShellWidgetClass; w = XtParent(w))
-        path = std::string("*") + XtName(w) + path;
+        path = KvuPrint("*%s%s", XtName(w), path.c_str());
     return path;
 }
 
-std::string resourceLine(const std::string& path, const UIAppDefault& entry) {
-    const std::string widget = entry.widgetName;
-    const std::string value = std::string(entry.resource) + ": " + entry.value;
-    if (entry.childName == nullptr)
-        return widget.empty() ? path + "." + value : path + "*" + widget + "." + value;
-    if (*entry.childName == '\0') return path + "." + widget + "." + value;
-    return path + "." + widget + "*" + entry.childName + "." + value;
+std::string resourceLine(const std::string& instance, const UIAppDefault& entry) {
+    const char* path = instance.c_str();
+    [[maybe_unused]] const auto& [root, widget, child, resource, value] = entry;
+    if (child == nullptr && *widget != '\0')
+        return KvuPrint("%s*%s.%s: %s", path, widget, resource, value);
+    if (child == nullptr) return KvuPrint("%s.%s: %s", path, resource, value);
+    if (*child != '\0') return KvuPrint("%s.%s*%s.%s: %s", path, widget, child, resource, value);
+    return KvuPrint("%s.%s.%s: %s", path, widget, resource, value);
 }
 
 }  // namespace
@@ -164,7 +166,7 @@ double* DOUBLE(double value) {
 void setDefaultResources(const char* path, Widget w, const char* const* lines) {
     XrmDatabase defaults = XrmGetStringDatabase("");
     for (; *lines != nullptr; ++lines)
-        XrmPutLineResource(&defaults, (std::string("*") + path + *lines).c_str());
+        XrmPutLineResource(&defaults, KvuPrint("*%s%s", path, *lines).c_str());
     fillGaps(XtDisplay(w), defaults);
 }
 
