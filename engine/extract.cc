@@ -201,6 +201,7 @@ bool KvmReportAdded(const KvmRows& wanted) {
 }
 
 int KvmInstallMgr::copyInstall(const char* source, int finalPass) {
+    const std::string before = KvInstallInfoMsg;
     status("Installing ", _info.installed ? "selected subsystems" : "Zarn system",
            ". This will take a few minutes...\a");
     const KvmRows wanted = wantedRows();
@@ -209,6 +210,7 @@ int KvmInstallMgr::copyInstall(const char* source, int finalPass) {
         KvcUserConfirm(2, yesNo, "Install the following subsystems?\n",
                        labelList(wanted).c_str()) != 0) {
         kvmDeclined = true;
+        status(before.c_str(), nullptr);
         return 0;
     }
     const bool done = _info.readFrom == kvmCdRom ? copyFromCdRom(source, wanted)

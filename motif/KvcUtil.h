@@ -40,6 +40,10 @@ int KvcUserError(const char* s1, const char* s2 = nullptr, const char* s3 = null
 int KvcUserConfirm(int n, const char* const* labels, const char* s1, const char* s2 = nullptr,
                    const char* s3 = nullptr, const char* s4 = nullptr);
 
+/// Drops the clicks and keys that have arrived and were not meant for a message: to be called after
+/// commands during which the program did not answer. Nothing happens while a question is open.
+void KvcDropInput();
+
 /// 1 while a question waits for its answer: who handles a window manager's request then must
 /// refuse it, as such requests bypass the question's hold on the input.
 int KvcQuestionOpen();

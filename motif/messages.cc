@@ -259,6 +259,15 @@ void makeBox() {
     KvcKeepDrawn(shell);
 }
 
+// A window manager hides the box with the window that it belongs to.
+void bringBack(Display* display, Widget shell) {
+    if (shell == nullptr || !XtIsRealized(shell)) return;
+    XWindowAttributes attributes;
+    if (XGetWindowAttributes(display, XtWindow(shell), &attributes) &&
+        attributes.map_state != IsViewable)
+        XMapRaised(display, XtWindow(shell));
+}
+
 void showBox(const std::string& message) {
     // Keeps the box above that window, and tells the window manager what the box shuts off.
     if (Widget over = shellOf(messagesOver))
@@ -267,29 +276,9 @@ void showBox(const std::string& message) {
     placeBox();
     XtManageChild(kvcMessageWidget);
     Display* display = XtDisplay(kvcMessageWidget);
+    bringBack(display, shellOf(messagesOver));
     XMapWindow(display, XtWindow(kvcMessageWidget));
     XMapRaised(display, XtWindow(messageShell()));
-}
-
-// False when the message went to standard error.
-bool showMessage(unsigned char type, const char* title, const std::string& message,
-                 int showDialog) {
-    makeBox();
-    if (showDialog == 0 || questionOpen) {
-        std::fprintf(stderr, "%s\n", message.c_str());
-        return false;
-    }
-    hideBox();
-    BoxArguments arguments;
-    arguments.add(XmNdialogType, type);
-    arguments.addText(XmNdialogTitle, title);
-    arguments.addText(XmNmessageString, literal(message).c_str());
-    arguments.addText(XmNokLabelString, "Ok");
-    arguments.apply();
-    setButton(XmDIALOG_CANCEL_BUTTON, false);
-    setButton(XmDIALOG_HELP_BUTTON, false);
-    showBox(message);
-    return true;
 }
 
 // While it lives, the box alone gets input. Motif leaves that to its own window manager, and when
@@ -313,13 +302,35 @@ public:
     OpenQuestion& operator=(const OpenQuestion&) = delete;
 };
 
-// A click or key from before the question was on the screen must not answer it.
+// Clicks and keys from before a message was on the screen, or from while a command ran, must not
+// answer it or start anything. REQUIRES: an open question, for which close requests are refused.
 void discardInput() {
     const InputHold hold;
-    hideBox();
     XSync(XtDisplay(kvcMessageWidget), False);
     while ((XtAppPending(*kvcAppContext) & XtIMXEvent) != 0)
         XtAppProcessEvent(*kvcAppContext, XtIMXEvent);
+}
+
+// False when the message went to standard error.
+bool showMessage(unsigned char type, const char* title, const std::string& message,
+                 int showDialog) {
+    makeBox();
+    if (showDialog == 0 || questionOpen) {
+        std::fprintf(stderr, "%s\n", message.c_str());
+        return false;
+    }
+    hideBox();
+    KvcDropInput();
+    BoxArguments arguments;
+    arguments.add(XmNdialogType, type);
+    arguments.addText(XmNdialogTitle, title);
+    arguments.addText(XmNmessageString, literal(message).c_str());
+    arguments.addText(XmNokLabelString, "Ok");
+    arguments.apply();
+    setButton(XmDIALOG_CANCEL_BUTTON, false);
+    setButton(XmDIALOG_HELP_BUTTON, false);
+    showBox(message);
+    return true;
 }
 
 void showQuestion(int n, const char* const* labels, const std::string& message) {
@@ -338,14 +349,36 @@ void showQuestion(int n, const char* const* labels, const std::string& message) 
     showBox(message);
 }
 
+Time timeOf(const XEvent& event) {
+    switch (event.type) {
+        case ButtonPress:
+        case ButtonRelease:
+            return event.xbutton.time;
+        case KeyPress:
+        case KeyRelease:
+            return event.xkey.time;
+        default:
+            return 0;
+    }
+}
+
 int waitForAnswer() {
+    static Time lastAnswer = 0;
     const InputHold hold;
+    Display* display = XtDisplay(kvcMessageWidget);
     kvcMessageReturnVal = -1;
     while (kvcMessageReturnVal == -1) {
         XEvent event;
         XtAppNextEvent(*kvcAppContext, &event);
+        // The second half of a double click on the question before this one.
+        const Time time = timeOf(event);
+        if (time != 0 && time - lastAnswer < static_cast<Time>(XtGetMultiClickTime(display)))
+            continue;
         XtDispatchEvent(&event);
     }
+    lastAnswer = XtLastTimestampProcessed(display);
+    // A command may follow at once, and the box would stay on the screen while it runs.
+    XSync(display, False);
     return kvcMessageReturnVal;
 }
 
@@ -384,9 +417,17 @@ int KvcUserConfirm(int n, const char* const* labels, const char* s1, const char*
     }
     makeBox();
     const OpenQuestion question(n);
+    hideBox();
     discardInput();
     showQuestion(n, labels, message);
     return waitForAnswer();
+}
+
+void KvcDropInput() {
+    if (questionOpen || !isInitialized()) return;
+    makeBox();
+    const OpenQuestion refusal(1);
+    discardInput();
 }
 
 int KvcQuestionOpen() {
@@ -394,7 +435,10 @@ int KvcQuestionOpen() {
 }
 
 void KvcConfirmCB(Widget, XtPointer clientData, XtPointer) {
-    kvcMessageReturnVal = static_cast<int>(reinterpret_cast<XtArgVal>(clientData));
+    const int answer = static_cast<int>(reinterpret_cast<XtArgVal>(clientData));
+    // The help key stands for a third button, even if there is none.
+    if (questionOpen && answer > answerOfClosing) return;
+    kvcMessageReturnVal = answer;
     // Motif hides the box for its first two buttons only.
     if (kvcMessageWidget != nullptr) hideBox();
 }

@@ -68,11 +68,13 @@ void KvcInstallSubsystemOnOff(Widget w, XtPointer, XtPointer) {
 
 void KvcInstallSystemInstall(Widget, XtPointer, XtPointer) {
     if (KvmInstallMgr::install() != 0) KvmInstallMgr::init();
+    KvcDropInput();
 }
 
 void KvcInstallSystemRemove(Widget, XtPointer, XtPointer) {
     KvmInstallMgr::remove();
     KvmInstallMgr::init();
+    KvcDropInput();
 }
 
 void KvcInstallSystemCancel(Widget, XtPointer, XtPointer) {
