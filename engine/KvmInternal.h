@@ -41,6 +41,9 @@ int KvmFail(const Pieces&... pieces) {
 /// The folder of the installed subsystems.
 std::string KvmSubsystemFolder();
 
+/// Whether the row's subsystem is on the disk, whatever the row says.
+bool KvmIsPresent(const KvmInstallSubsystemRow& row);
+
 /// The user's home directory: HOME, or what the system knows when that is not set.
 std::string KvmHome();
 

@@ -127,9 +127,8 @@ void KvmSetForeground(Widget w, const char* colour) {
 }
 
 void KvmShowInstalled() {
-    const std::string folder = KvmSubsystemFolder();
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
-        row.installed = KvuSystem::fileExists(folder.c_str(), row.directory, 0);
+        row.installed = KvmIsPresent(row);
         const char* colour = row.selected == row.installed ? unmarkedColour
                              : row.selected                ? addedColour
                                                            : removedColour;

@@ -26,10 +26,6 @@ void status(const char* a, const char* b, const char* c = nullptr) {
     KvmInstallMgr::info(kviInstallSystemMsg, a, b, c);
 }
 
-bool isPresent(const KvmInstallSubsystemRow* row) {
-    return KvuSystem::fileExists(KvmSubsystemFolder().c_str(), row->directory, 0);
-}
-
 // The labels for the user, each on a line of its own.
 std::string labelList(const KvmRows& rows) {
     std::string labels;
@@ -57,7 +53,7 @@ KvuShellText directoryList(const KvmRows& rows) {
 KvmRows wantedRows() {
     KvmRows rows;
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem)
-        if (row.selected && !(state().installed && isPresent(&row))) rows.push_back(&row);
+        if (row.selected && !(state().installed && KvmIsPresent(row))) rows.push_back(&row);
     return rows;
 }
 
@@ -191,7 +187,8 @@ KvmRows KvmMarkedSubsystems() {
 
 bool KvmReportAdded(const KvmRows& wanted) {
     KvmRows added;
-    std::copy_if(wanted.begin(), wanted.end(), std::back_inserter(added), isPresent);
+    std::copy_if(wanted.begin(), wanted.end(), std::back_inserter(added),
+                 [](const KvmInstallSubsystemRow* row) { return KvmIsPresent(*row); });
     // An archive need not hold all that is asked of it; what it did not hold stays marked.
     state().subsystemsAdded = added.size() < wanted.size();
     if (added.empty()) return false;

@@ -127,15 +127,9 @@ void takeLine(std::string_view line) {
     if (key == "HOST:") takeValue(info.installHostname, value);
 }
 
-void readLines(std::FILE* record) {
-    forEachLine(record, takeLine);
-}
-
 void readSubsystems() {
-    const std::string folder = KvmSubsystemFolder();
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
-        row.installed = KvuSystem::fileExists(folder.c_str(), row.directory, 0);
-        row.selected = row.installed;
+        row.installed = row.selected = KvmIsPresent(row);
         XmToggleButtonSetState(row.getWidget(), row.selected ? True : False, False);
     }
 }
@@ -151,6 +145,10 @@ std::string KvmHome() {
 
 std::string KvmSubsystemFolder() {
     return KvuPrint("%s/%s/%s", KvmInstallMgr::_info.path, kvmSystem, kvmSubsystems);
+}
+
+bool KvmIsPresent(const KvmInstallSubsystemRow& row) {
+    return KvuSystem::fileExists(KvmSubsystemFolder().c_str(), row.directory, 0);
 }
 
 bool KvmWriteRecord(const std::string& place) {
@@ -187,7 +185,7 @@ int KvmInstallMgr::checkIfRoot() {
 int KvmInstallMgr::getInstallInfo() {
     const KvuFile record = openRecord(_infoFile);
     if (!record) return 0;
-    readLines(record.get());
+    forEachLine(record.get(), takeLine);
     if (!KvuSystem::fileExists(_info.path, kvmSystem, 0)) {
         KvcUserError(goneText, _info.path);
         KvuSystem::rm(_infoFile, 1);

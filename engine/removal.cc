@@ -28,9 +28,8 @@ bool removeDirectory(const std::string& folder, const char* directory) {
 // What could not be removed is there, at least in part: its row says so again, as it would at the
 // next start, and can be switched off again.
 void showWhatStayed() {
-    const std::string folder = KvmSubsystemFolder();
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
-        if (row.installed || !KvuSystem::fileExists(folder.c_str(), row.directory, 0)) continue;
+        if (row.installed || !KvmIsPresent(row)) continue;
         row.installed = row.selected = 1;
         XmToggleButtonSetState(row.getWidget(), True, False);
     }
@@ -56,7 +55,7 @@ int KvmInstallMgr::removeSubsystems() {
     const std::string folder = KvmSubsystemFolder();
     std::string summary;
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
-        if (row.selected || !KvuSystem::fileExists(folder.c_str(), row.directory, 0)) continue;
+        if (row.selected || !KvmIsPresent(row)) continue;
         if (removeSubsystem(row, folder)) summary = KvuPrint("%s\n%s", summary.c_str(), row.label);
     }
     if (!summary.empty())
