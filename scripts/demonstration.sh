@@ -26,7 +26,7 @@ install_by_hand() {
     enter_text location "$work/suite"
     click "location Ok"
     shot 2-ready
-    click Install
+    begin_installation
     answer second
     if [ "$(id -u)" = 0 ]; then
         answer first

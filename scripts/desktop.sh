@@ -85,12 +85,18 @@ has_window() { find_window "$1" >/dev/null; }
 
 has_no_window() { ! has_window "$1"; }
 
-# Moves the pointer to x,y inside the window with that title and clicks.
+# Moves the pointer to x,y inside a window; false while another window lies there.
+point_at() {
+    xdotool mousemove --window "$1" "$2" "$3"
+    sleep 0.2
+    xdotool getmouselocation --shell | grep -qx "WINDOW=$1"
+}
+
+# Clicks at x,y inside the window with that title.
 click_at() {
     local window
     window=$(find_window "$1")
-    xdotool mousemove --window "$window" "$2" "$3"
-    sleep 0.2
+    wait_for point_at "$window" "$2" "$3"
     xdotool click 1
     sleep 0.3
 }
@@ -142,19 +148,36 @@ click() {
     click_at "$window" $(place_of "$1")
 }
 
-# Whether the toggle of a medium or a subsystem is on: it is filled with red.
-is_on() {
+# The pixel in the middle of a toggle.
+toggle_colour() {
     local X Y x y
     eval "$(xdotool getwindowgeometry --shell "$(find_window "Zarn 2.0 Installation")" | grep '^[XY]=')"
     read -r x y <<<"$(place_of "$1")"
-    import -window root -depth 8 -crop "1x1+$((X + x))+$((Y + y))" txt:- | grep -qi '#FF0000'
+    import -window root -depth 8 -crop "1x1+$((X + x))+$((Y + y))" txt:- | grep -o '#[0-9A-F]\{6\}'
 }
 
-# The information window comes up over the installer's.
-move_brochure_aside() {
-    wait_for has_window "Installation will take a few minutes.*"
-    xdotool windowmove "$(find_window "Installation will take a few minutes.*")" 800 600
-    sleep 0.5
+# Whether the toggle of a medium or a subsystem is on: it is filled with red.
+is_on() { [ "$(toggle_colour "$1")" = "#FF0000" ]; }
+
+is_off() {
+    local colour
+    colour=$(toggle_colour "$1") && [ "$colour" != "#FF0000" ]
+}
+
+brochure_is_aside() {
+    local brochure X=0
+    brochure=$(find_window "Installation will take a few minutes.*") || return 1
+    xdotool windowmove "$brochure" 800 600
+    sleep 0.3
+    eval "$(xdotool getwindowgeometry --shell "$brochure" | grep '^X=')"
+    [ "$X" -ge 800 ]
+}
+
+# The installer's first installation brings up the information window: whenever it is ready, over
+# whatever is there by then.
+begin_installation() {
+    click Install
+    wait_for brochure_is_aside
 }
 
 # Replaces the text of a field by typing.

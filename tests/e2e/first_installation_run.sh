@@ -47,7 +47,7 @@ install_once() {
     click models
     enter_text location "$suite"
     click "location Ok"
-    click Install
+    begin_installation
     keep_archives
     says "Installed Zarn system"
     [ "$who" != root ] || finish_as_root

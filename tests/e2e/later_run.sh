@@ -20,9 +20,9 @@ agree() {
     local name
     for name in $all_subsystems; do
         if [[ " $* " = *" $name "* ]]; then
-            is_on "$name" || fail "$who $medium: $name is there, its toggle is off"
+            wait_for is_on "$name" || fail "$who $medium: $name is there, its toggle is off"
         else
-            ! is_on "$name" || fail "$who $medium: $name is not there, its toggle is on"
+            wait_for is_off "$name" || fail "$who $medium: $name is not there, its toggle is on"
         fi
     done
 }
@@ -32,10 +32,11 @@ toggle() {
     for name in "$@"; do click "$name"; done
 }
 
+# Installs with the given command, which begins the installation.
 first_installation() {
     enter_text location "$suite"
     click "location Ok"
-    click Install
+    "$@"
     [ "$medium" != tar ] || answer second
     if [ "$who" = root ]; then
         answer first
@@ -65,8 +66,7 @@ live() {
     esac
 
     toggle models translatorsIn translators render translatorDev src
-    first_installation
-    move_brochure_aside
+    first_installation begin_installation
     agree textures materials projects pictures
 
     toggle models render src
@@ -108,7 +108,7 @@ live() {
     diff "$place/before" "$place/after" || fail "$who $medium: the disk is not as it was"
 
     suite=$elsewhere
-    first_installation
+    first_installation click Install
     agree materials projects pictures models render
     click Remove
     answer first

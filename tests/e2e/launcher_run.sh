@@ -30,7 +30,7 @@ as_super_user() {
     wait_for has_window "Zarn Installation " || fail "no terminal with the given title"
     wait_for has_window "Zarn 2.0 Installation" || fail "no window"
     shot super-user
-    click Install
+    begin_installation
     answer second
     wait_for test -s /usr/lib/.Zarn_inst || fail "-ftp did not choose the archive"
     answer second

@@ -35,13 +35,12 @@ start_installer -ftp
 click location
 enter_text location "$suite"
 click "location Ok"
-click Install
+begin_installation
 
 # The status is there before the command is, and another window that passes over the window
 # leaves it whole though the installer is busy.
 wait_for test -e "$(home_of "$who")/tar-runs" || fail "the extraction does not start"
 says "Installing Zarn system. This will take a few minutes..."
-move_brochure_aside || fail "no information window"
 eval "$(xdotool getwindowgeometry --shell "$(find_window "Zarn 2.0 Installation")")"
 window_at=${WIDTH}x$HEIGHT+$X+$Y
 sleep 1
