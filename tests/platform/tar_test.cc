@@ -7,7 +7,7 @@ namespace {
 class TarTest : public ScratchTest {
 protected:
     TarTest() {
-        std::filesystem::create_directory("out");
+        fs::create_directory("out");
         for (const char* name : {"base", "extra", "-x", "*"}) writeFile(name, name);
         shell(
             "/bin/tar cf a.tar -- base extra -x '*' && head -c 700 a.tar >short.tar && head -c "
@@ -54,7 +54,7 @@ TEST_F(TarTest, FullFoldersDrivesAndOtherOperations) {
         shell("mkdir -p full/base/x && cd full && tar xvof ../a.tar base extra no");
     EXPECT_EQ(2, full.status) << "a member that can't be written is worse than a missing one";
     EXPECT_TRUE(holds(full.output, "Cannot open")) << full.output;
-    ASSERT_FALSE(std::filesystem::exists("/dev/tape")) << "this machine has a tape drive";
+    ASSERT_FALSE(fs::exists("/dev/tape")) << "this machine has a tape drive";
     EXPECT_EQ(0, shell("cd out && TAPE=../a.tar tar xvof /dev/tape base gone").status);
     EXPECT_TRUE(holds(shell("unset TAPE; tar xvof /dev/tape base").output, "/dev/st0"));
     EXPECT_EQ(2, shell("tar -xf a.tar -C out base gone").status);
@@ -63,7 +63,7 @@ TEST_F(TarTest, FullFoldersDrivesAndOtherOperations) {
 TEST_F(TarTest, ProgressIsShownAndTheChildDiesWithIt) {
     // The archive's rest never comes, so all that can be seen is seen while tar still runs.
     const Outcome outcome = shell(
-        "mkfifo slow; head -c 90000 /dev/zero >zeros; tar cf long.tar base extra zeros;"
+        "mkfifo slow; touch log; head -c 90000 /dev/zero >zeros; tar cf long.tar base extra zeros;"
         "(head -c 30720 long.tar; exec sleep 20) >slow 2>&1 & writer=$!; cd out;"
         "tar xvof ../slow base extra never >../log & tar=$!;"
         "for i in 1 2 3 4 5 6 7 8 9 10; do grep -q extra ../log && break; sleep 0.2; done;"
