@@ -5,17 +5,6 @@ build=$1
 . "$(dirname "$0")/installing.sh"
 settle
 
-choose_medium() {
-    case $medium in
-    tape)
-        enter_text device "$place/distribution/tape.img"
-        click "device Ok"
-        ;;
-    cdrom) click "CD-ROM" ;;
-    *) click "Tar File" ;;
-    esac
-}
-
 # One question for each archive; they are to stay.
 keep_archives() {
     case $medium in
@@ -57,8 +46,7 @@ install_once() {
     # Lustrel comes without the renderer and the sources; the models were switched off.
     has_subsystems materials pictures projects textures translatorDev translators translatorsIn
     case $medium in
-    gz) [ -s "$place/distribution/Zarn2.0.tar.gz" ] || fail "the archive is not compressed again" ;;
-    Z) [ -s "$place/distribution/Zarn2.0.tar.gz" ] || fail "the archive is not compressed again" ;;
+    gz | Z) [ -s "$place/distribution/Zarn2.0.tar.gz" ] || fail "the archive is not compressed again" ;;
     esac
     "$suite/Zarn_system/bin/Zarn.install" -r "$suite/Zarn_system" >/dev/null
     rm -f /usr/sbin/Zarn-Lustrel

@@ -81,6 +81,17 @@ start_installer() {
     sleep 0.5
 }
 
+choose_medium() {
+    case $medium in
+    tape)
+        enter_text device "$place/distribution/tape.img"
+        click "device Ok"
+        ;;
+    cdrom) click "CD-ROM" ;;
+    *) click "Tar File" ;;
+    esac
+}
+
 leave_installer() {
     click Exit
     wait "$installer" || fail "$who $medium: the installer ended with status $?"

@@ -7,11 +7,17 @@ build=$1
 . "$(dirname "$0")/installing.sh"
 settle
 
-# All that an installation could leave behind, the brochure of a running installer apart.
+# All that an installation could leave behind, the brochure of a running installer apart. The
+# project with its screenshots may lie in one of these places.
 disk() {
     find "$suite" "$elsewhere" /usr/lib /usr/sbin /usr/share/applications "$(home_of "$who")" /tmp \
-        -not -path '/tmp/.X*' -not -name .kvcInstallMsg \
+        -path "$project" -prune -o -not -path '/tmp/.X*' -not -name .kvcInstallMsg \
         \( -type d -printf '%p %m\n' -o -printf '%p %y %s %m %l\n' \) | sort -T "$place"
+}
+
+disk_is_as_before() {
+    disk >"$place/after"
+    diff "$place/before" "$place/after" || fail "$who $medium: the disk is not as it was"
 }
 
 agree() {
@@ -56,15 +62,7 @@ live() {
     [ "$who" != ann ] || chown ann "$elsewhere"
     disk >"$place/before"
     start_installer
-    case $medium in
-    tape)
-        enter_text device "$place/distribution/tape.img"
-        click "device Ok"
-        ;;
-    cdrom) click "CD-ROM" ;;
-    tar) click "Tar File" ;;
-    esac
-
+    choose_medium
     toggle models translatorsIn translators render translatorDev src
     first_installation begin_installation
     agree textures materials projects pictures
@@ -104,8 +102,7 @@ live() {
     answer first
     says "Removed $suite/Zarn_system"
     sleep 1
-    disk >"$place/after"
-    diff "$place/before" "$place/after" || fail "$who $medium: the disk is not as it was"
+    disk_is_as_before
 
     suite=$elsewhere
     first_installation click Install
@@ -115,8 +112,7 @@ live() {
     says "Removed $suite/Zarn_system"
     leave_installer
     suite=$place/suite-$who-$medium
-    disk >"$place/after"
-    diff "$place/before" "$place/after" || fail "$who $medium: the disk is not as it was"
+    disk_is_as_before
     rm -r "$elsewhere"
     echo "lived as $who from $medium"
 }

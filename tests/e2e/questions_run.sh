@@ -7,8 +7,6 @@ build=$1
 settle
 who=${people%% *}
 
-count() { grep -cF -- "$1" "$log" || true; }
-
 close_by_window_manager() {
     click_at "$1" 150 15
     xdotool key alt+F4
@@ -66,14 +64,12 @@ shot behind
 
 # Closing the question is a no: the archive stays.
 close_by_window_manager "Please confirm\.\.\."
-if [ "$who" = ann ] || [ "$(id -u)" != 0 ]; then
-    says "Installed Zarn system"
-    [ -e "$place/distribution/Zarn2.0.tar" ] || fail "the archive is gone"
-    has_suite Zarn-Pinnet
-    wait_for grep -q "Zarn-Pinnet Version 2.0 is currently installed" "$log"
-    # What was clicked behind the question must not come after it.
-    sleep 1
-    [ "$(count "not installed on this system")" -le 2 ] || fail "a click came through later"
-fi
+says "Installed Zarn system"
+[ -e "$place/distribution/Zarn2.0.tar" ] || fail "the archive is gone"
+has_suite Zarn-Pinnet
+says "Zarn-Pinnet Version 2.0 is currently installed"
+# What was clicked behind the question must not come after it.
+sleep 1
+[ "$(grep -cF "not installed on this system" "$log")" -le 2 ] || fail "a click came through later"
 close_by_window_manager "Zarn 2.0 Installation"
 wait "$installer" || fail "closing the window ends with status $?"
