@@ -4,34 +4,27 @@
 #include <gtest/gtest.h>
 
 #include <Xm/MessageB.h>
-#include <Xm/PushBG.h>
 #include <Xm/TextF.h>
+#include <Xm/ToggleB.h>
 #include <Xm/Xm.h>
-#include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "builder/KviOwners.h"
 #include "engine/KvmInstallMgr.h"
 #include "motif/KvcUtil.h"
+#include "tests/platform/scratch.h"
 #include "ui/KviInstall.h"
 
 /// The installer's window on the display of the tests, in a working directory of its own. The
 /// window is built once in a process, since Motif bears only one connection to a display.
-class InstallerWindow : public testing::Test {
+class InstallerWindow : public ScratchTest {
 protected:
     void SetUp() override {
         buildOnce();
-        std::string folder = ZARN_BINARY_DIR "/window.XXXXXX";
-        ASSERT_NE(mkdtemp(folder.data()), nullptr);
-        here = folder;
-        std::filesystem::current_path(here);
-        std::filesystem::create_directories(here / "home");
+        fs::create_directories(here / "home");
         setenv("HOME", (here / "home").c_str(), 1);
         // A terminal would stay open for somebody to read it.
         script("xwsh", "exit 0");
@@ -54,30 +47,12 @@ protected:
 
     void TearDown() override {
         if (timer != 0) XtRemoveTimeOut(timer);
-        std::filesystem::current_path("/");
-        std::filesystem::remove_all(here);
-        std::filesystem::remove("/tmp/.kvcInstallMsg");
-    }
-
-    /// Writes a shell script that can be run.
-    static void program(const std::filesystem::path& file, const std::string& lines) {
-        write(file, "#!/bin/sh\n" + lines + "\n");
-        std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+        fs::remove("/tmp/.kvcInstallMsg");
     }
 
     /// Puts a program of that name in front of the machine's own.
     void script(const std::string& name, const std::string& lines) const {
-        program(here / "tools" / name, lines);
-    }
-
-    static void write(const std::filesystem::path& file, const std::string& text) {
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file) << text;
-    }
-
-    static std::string read(const std::filesystem::path& file) {
-        std::ifstream stream(file);
-        return {std::istreambuf_iterator<char>(stream), {}};
+        writeProgram(here / "tools" / name, lines);
     }
 
     static std::string textOf(Widget label) { return KviText(KvcLabelGetString(label)).get(); }
@@ -104,6 +79,11 @@ protected:
         return textOf(XmMessageBoxGetChild(kvcMessageWidget, XmDIALOG_MESSAGE_LABEL));
     }
 
+    /// Switches a toggle as a user does.
+    static void mark(Widget toggle, int on) {
+        XmToggleButtonSetState(toggle, on ? True : False, True);
+    }
+
     /// Presses a button as a user does.
     static void press(Widget button) {
         XEvent event{};
@@ -121,7 +101,7 @@ protected:
         if (timer == 0) timer = XtAppAddTimeOut(app, 20, answerOne, this);
     }
 
-    std::filesystem::path here;
+    const fs::path here = folder;
     std::vector<std::string> asked;
     static inline Widget topLevel = nullptr;
     static inline XtAppContext app = nullptr;
@@ -149,12 +129,8 @@ private:
             self->asked.push_back(message());
             const int button = self->answers.front();
             self->answers.erase(self->answers.begin());
-            // A message box has gadgets for buttons, which have no actions of their own.
-            XmPushButtonCallbackStruct pressed{XmCR_ACTIVATE, nullptr, 1};
-            XtCallCallbacks(
-                XmMessageBoxGetChild(kvcMessageWidget,
-                                     button == 0 ? XmDIALOG_OK_BUTTON : XmDIALOG_CANCEL_BUTTON),
-                XmNactivateCallback, &pressed);
+            const char* list = button == 0 ? XmNokCallback : XmNcancelCallback;
+            XtCallCallbacks(kvcMessageWidget, list, nullptr);
         }
         self->timer = XtAppAddTimeOut(app, 20, answerOne, self);
     }

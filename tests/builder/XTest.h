@@ -39,6 +39,23 @@ inline void pump() {
     while (XtAppPending(testApp) != 0) XtAppProcessEvent(testApp, XtIMAll);
 }
 
+/// Does what a window manager does when its user closes a window.
+inline void askToClose(Widget shell) {
+    Display* display = XtDisplay(shell);
+    XEvent event = {};
+    event.xclient = {ClientMessage,
+                     0,
+                     True,
+                     display,
+                     XtWindow(shell),
+                     XInternAtom(display, "WM_PROTOCOLS", False),
+                     32,
+                     {}};
+    event.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
+    XSendEvent(display, XtWindow(shell), False, NoEventMask, &event);
+    XSync(display, False);
+}
+
 /// Writes a compound string down: (l) and (r) for directions, #tag: for a tag, | for a line break.
 inline std::string written(XmString string) {
     std::string text;

@@ -1,7 +1,5 @@
 #include "tests/window.h"
 
-#include <Xm/ToggleB.h>
-
 namespace {
 
 class Catalogue : public InstallerWindow {};
@@ -50,7 +48,7 @@ TEST_F(Catalogue, AnEditionBringsItsSubsystems) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.code);
         XtSetSensitive(kviInstallButtonInstall, False);
-        XmToggleButtonSetState(c.toggle, True, True);
+        mark(c.toggle, 1);
         std::string without;
         for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
             EXPECT_EQ(XmToggleButtonGetState(row.getWidget()), row.selected) << row.label;
@@ -69,7 +67,7 @@ TEST_F(Catalogue, AnotherEditionOfAnInstalledSuiteIsRemembered) {
     KvmInstallSubsystem[7].installed = KvmInstallSubsystem[7].selected = 0;
     KvmInstallMgr::setProduct();
     EXPECT_FALSE(KvmInstallMgr::_info.productChanged) << "it is the edition that was recorded";
-    XmToggleButtonSetState(kviInstallAmbrel, True, True);
+    mark(kviInstallAmbrel, 1);
     EXPECT_TRUE(KvmInstallMgr::_info.productChanged);
     EXPECT_FALSE(KvmInstallMgr::_info.subsystemsAdded) << "the user marked nothing";
 }

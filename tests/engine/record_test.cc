@@ -1,7 +1,5 @@
 #include "tests/window.h"
 
-#include <Xm/ToggleB.h>
-
 #include "engine/KvmInternal.h"
 
 namespace {
@@ -10,7 +8,7 @@ class Record : public InstallerWindow {
 protected:
     // A record with these lines, in a place that holds a suite.
     int readBack(const std::string& lines) {
-        write(here / "home/.Zarn_inst", lines);
+        writeFile(here / "home/.Zarn_inst", lines);
         return KvmInstallMgr::getInstallInfo();
     }
 };
@@ -18,10 +16,10 @@ protected:
 TEST_F(Record, IsReadBackAsItWasWritten) {
     // Characters that are special in a shell, but no blank.
     const std::string place = here / "a'b\"c$(d)`e`;f&g";
-    std::filesystem::create_directories(place + "/Zarn_system/subsystems/render");
+    fs::create_directories(place + "/Zarn_system/subsystems/render");
     KvmInstallMgr::_info.product = 2;
     ASSERT_TRUE(KvmWriteRecord(place));
-    const std::string text = read(here / "home/.Zarn_inst");
+    const std::string text = contentsOf(here / "home/.Zarn_inst");
     EXPECT_EQ(text.find("# DO NOT MODIFY THIS FILE MANUALLY\n# \n# PROGRAM: Zarn-Lustrel\n# \n"
                         "# VERSION: 2.0\n# DATE:    "),
               0U)
@@ -39,7 +37,7 @@ TEST_F(Record, IsReadBackAsItWasWritten) {
 }
 
 TEST_F(Record, TakesTheLinesItKnows) {
-    std::filesystem::create_directories(here / "suite/Zarn_system");
+    fs::create_directories(here / "suite/Zarn_system");
     const std::string path = "# PATH:    " + (here / "suite").string() + "\n";
     const struct {
         const char* lines;
@@ -66,34 +64,34 @@ TEST_F(Record, OfASuiteThatIsGoneIsDeleted) {
     EXPECT_EQ(message(),
               "Could not locate Zarn system files in\npreviously installed Zarn system "
               "location:\n/nowhere");
-    EXPECT_FALSE(std::filesystem::exists(here / "home/.Zarn_inst"));
+    EXPECT_FALSE(fs::exists(here / "home/.Zarn_inst"));
 }
 
 TEST_F(Record, IsAWholeRegularFileOrNone) {
-    write(here / "home/.Zarn_inst/precious", "kept");
+    writeFile(here / "home/.Zarn_inst/precious", "kept");
     EXPECT_FALSE(KvmInstallMgr::getInstallInfo());
-    EXPECT_EQ(std::filesystem::remove_all(here / "home/.Zarn_inst"), 2U) << "it was no record";
-    std::filesystem::create_symlink("/dev/full", here / "home/.Zarn_inst");
+    EXPECT_EQ(fs::remove_all(here / "home/.Zarn_inst"), 2U) << "it was no record";
+    fs::create_symlink("/dev/full", here / "home/.Zarn_inst");
     EXPECT_FALSE(KvmWriteRecord(here));
-    EXPECT_FALSE(std::filesystem::is_symlink(here / "home/.Zarn_inst"));
+    EXPECT_FALSE(fs::is_symlink(here / "home/.Zarn_inst"));
 }
 
 class TreeRecord : public Record {
 protected:
     // A suite in a folder of that name; its record names the suite in `path`.
-    std::string tree(const std::string& name, const std::filesystem::path& path) const {
-        const std::string folder = here / name / "Zarn_system";
-        write(folder + "/resources/.Zarn_inst",
-              "# PROGRAM: Zarn-Corvan\n# VERSION: 2.0\n# PATH:    " + path.string() +
-                  "\n# HOST:    crane\n");
-        return folder;
+    std::string tree(const std::string& name, const fs::path& path) const {
+        const std::string system = here / name / "Zarn_system";
+        writeFile(system + "/resources/.Zarn_inst",
+                  "# PROGRAM: Zarn-Corvan\n# VERSION: 2.0\n# PATH:    " + path.string() +
+                      "\n# HOST:    crane\n");
+        return system;
     }
 };
 
 TEST_F(TreeRecord, TakesOver) {
-    const std::string folder = tree("suite", here / "suite");
-    EXPECT_TRUE(KvmInstallMgr::setInstallInfo((folder + "/").c_str()));
-    EXPECT_EQ(KvmInstallMgr::_infoFile, folder + "/resources/.Zarn_inst");
+    const std::string system = tree("suite", here / "suite");
+    EXPECT_TRUE(KvmInstallMgr::setInstallInfo((system + "/").c_str()));
+    EXPECT_EQ(KvmInstallMgr::_infoFile, system + "/resources/.Zarn_inst");
     EXPECT_EQ(textOf(kviInstallSystemMsg),
               "Zarn-Corvan Version 2.0 is currently installed on 'crane'");
     EXPECT_TRUE(XtIsSensitive(kviInstallButtonRemove));
@@ -121,21 +119,21 @@ TEST_F(TreeRecord, ThatDoesNotSpeakForItsTreeChangesNothing) {
         EXPECT_TRUE(XmToggleButtonGetState(kviInstallPinnet));
         EXPECT_FALSE(KvmInstallMgr::isInstalled(nullptr));
     }
-    EXPECT_TRUE(std::filesystem::exists(here / "moved/Zarn_system/resources/.Zarn_inst"));
+    EXPECT_TRUE(fs::exists(here / "moved/Zarn_system/resources/.Zarn_inst"));
 }
 
 TEST_F(TreeRecord, IsLeftBehindWithItsTree) {
     script("id", "echo 'uid=1000(ann) gid=1000(ann)'");
     KvmInstallMgr::checkIfRoot();
     const std::string own = KvmInstallMgr::_infoFile;
-    const std::string folder = tree("suite", here / "suite");
-    program(folder + "/bin/Zarn.install", "exec rm -r \"$2\"");
-    write(own, "# PATH:    " + (here / "suite").string() + "\n");
-    ASSERT_TRUE(KvmInstallMgr::setInstallInfo(folder.c_str()));
+    const std::string system = tree("suite", here / "suite");
+    writeProgram(system + "/bin/Zarn.install", "exec rm -r \"$2\"");
+    writeFile(own, "# PATH:    " + (here / "suite").string() + "\n");
+    ASSERT_TRUE(KvmInstallMgr::setInstallInfo(system.c_str()));
     EXPECT_TRUE(KvmInstallMgr::removeAll());
-    EXPECT_FALSE(std::filesystem::exists(folder));
+    EXPECT_FALSE(fs::exists(system));
     EXPECT_EQ(KvmInstallMgr::_infoFile, own) << "the next installation is recorded there";
-    EXPECT_FALSE(std::filesystem::exists(own)) << "it named the suite that is gone";
+    EXPECT_FALSE(fs::exists(own)) << "it named the suite that is gone";
 }
 
 }  // namespace

@@ -1,13 +1,11 @@
 #include "tests/window.h"
 
-#include <Xm/ToggleB.h>
-
 namespace {
 
 class Session : public InstallerWindow {};
 
 TEST_F(Session, RefusesLocationsBeforeAnythingIsTouched) {
-    std::filesystem::create_directories(here / "taken/Zarn_system");
+    fs::create_directories(here / "taken/Zarn_system");
     const std::string taken = here / "taken";
     const struct {
         std::string location;
@@ -31,12 +29,12 @@ TEST_F(Session, RefusesLocationsBeforeAnythingIsTouched) {
         EXPECT_TRUE(XtIsSensitive(kviInstallLocationTextOk));
         EXPECT_FALSE(KvmInstallMgr::install()) << "it is refused there as well";
     }
-    EXPECT_TRUE(std::filesystem::is_empty(here / "taken/Zarn_system"));
+    EXPECT_TRUE(fs::is_empty(here / "taken/Zarn_system"));
 }
 
 TEST_F(Session, TakesLocationsOver) {
-    std::filesystem::create_directories(here / "inner");
-    std::filesystem::create_directories(here / "it's");
+    fs::create_directories(here / "inner");
+    fs::create_directories(here / "it's");
     const std::string place = here;
     const struct {
         std::string typed, taken;
@@ -76,9 +74,9 @@ TEST_F(Session, SaysATextOnce) {
 
 TEST_F(Session, WarnsOfAnotherVersion) {
     script("id", "echo 'uid=1000(ann) gid=1000(ann)'");
-    write(here / "suite/Zarn_system/bin/Zarn", "");
-    write(here / "home/.Zarn_inst",
-          "# VERSION: 1.9\n# PATH:    " + (here / "suite").string() + "\n");
+    writeFile(here / "suite/Zarn_system/bin/Zarn", "");
+    writeFile(here / "home/.Zarn_inst",
+              "# VERSION: 1.9\n# PATH:    " + (here / "suite").string() + "\n");
     char name[] = "Zarn_install";
     char* argv[] = {name, nullptr};
     EXPECT_TRUE(KvmInstallMgr::start(1, argv));

@@ -42,14 +42,7 @@ Widget part(unsigned char child) {
 const auto clickYes = [] { click(part(XmDIALOG_OK_BUTTON)); };
 const auto clickNo = [] { click(part(XmDIALOG_CANCEL_BUTTON)); };
 const auto clickPerhaps = [] { click(part(XmDIALOG_HELP_BUTTON)); };
-const auto closeBox = [] {
-    Widget shell = XtParent(kvcMessageWidget);
-    const auto atom = [=](const char* name) { return XInternAtom(XtDisplay(shell), name, False); };
-    XEvent event = {};
-    event.xclient = {ClientMessage, 0, True, nullptr, 0, atom("WM_PROTOCOLS"), 32, {}};
-    event.xclient.data.l[0] = static_cast<long>(atom("WM_DELETE_WINDOW"));
-    send(shell, event);
-};
+const auto closeBox = [] { askToClose(XtParent(kvcMessageWidget)); };
 
 std::string text(const char* resource) {
     XmString string = nullptr;

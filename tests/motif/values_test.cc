@@ -42,7 +42,7 @@ TEST_F(Files, AreListedAndSelected) {
     XtManageChild(box);
     KvcFileSelectorSetDirectory(box, folder.c_str());
     pump();
-    std::filesystem::remove("d.txt");
+    fs::remove("d.txt");
     KvcFileSelectorUpdate(box);
     EXPECT_EQ(items(box, XmNlistItems, XmNlistItemCount), "#c.iv .iv a.iv b.iv ");
     Widget list = XmSelectionBoxGetChild(box, XmDIALOG_LIST);

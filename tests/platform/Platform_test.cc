@@ -7,8 +7,6 @@
 
 #include "tests/platform/scratch.h"
 
-namespace fs = std::filesystem;
-
 namespace {
 
 using PlatformTest = ScratchTest;

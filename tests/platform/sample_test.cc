@@ -2,8 +2,6 @@
 
 #include "tests/platform/scratch.h"
 
-namespace fs = std::filesystem;
-
 namespace {
 
 using SampleTest = ScratchTest;

@@ -12,25 +12,34 @@
 #include <iterator>
 #include <string>
 
+namespace fs = std::filesystem;
+
 /// A case that works in a folder of its own below the build folder, removed with all it holds.
 class ScratchTest : public testing::Test {
 protected:
     ScratchTest() {
         if (mkdtemp(folder.data()) == nullptr) std::abort();
-        std::filesystem::current_path(folder);
+        fs::current_path(folder);
     }
     ~ScratchTest() override {
-        std::filesystem::current_path("/");
-        std::filesystem::remove_all(folder);
+        fs::current_path("/");
+        fs::remove_all(folder);
     }
 
     std::string folder = ZARN_BINARY_DIR "/scratch.XXXXXX";
 };
 
-inline std::string writeFile(const std::string& path, const std::string& text, int mode = 0644) {
+/// Writes a file, in folders that are made if need be; returns its path.
+inline std::string writeFile(const fs::path& path, const std::string& text, int mode = 0644) {
+    if (path.has_parent_path()) fs::create_directories(path.parent_path());
     std::ofstream(path) << text;
-    std::filesystem::permissions(path, std::filesystem::perms(mode));
+    fs::permissions(path, fs::perms(mode));
     return path;
+}
+
+/// Writes a shell script that can be run.
+inline void writeProgram(const fs::path& path, const std::string& lines) {
+    writeFile(path, "#!/bin/sh\n" + lines + "\n", 0755);
 }
 
 inline std::string contentsOf(const std::string& path) {

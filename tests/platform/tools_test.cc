@@ -32,7 +32,7 @@ TEST_F(ToolsTest, XwshHandsItsOptionsToXterm) {
         EXPECT_EQ(status, outcome.status) << words;
         EXPECT_EQ(0U, outcome.output.find(output)) << words << outcome.output;
     }
-    std::filesystem::remove("xterm");
+    fs::remove("xterm");
     EXPECT_EQ(127, run("xwsh", "-fg red").status);
 }
 

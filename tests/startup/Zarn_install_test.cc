@@ -1,17 +1,13 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "startup/ZarnApp.h"
 #include "startup/Zarn_install.h"
+#include "tests/platform/scratch.h"
 
 namespace {
 
@@ -50,97 +46,72 @@ TEST(CommandLine, RefusesWhatItDoesNotKnow) {
 }
 
 // The launcher in a folder of its own, with programs that tell what they were called with.
-class Launcher : public testing::Test {
+class Launcher : public ScratchTest {
 protected:
-    void SetUp() override {
-        std::string folder = ZARN_BINARY_DIR "/launcher.XXXXXX";
-        ASSERT_NE(mkdtemp(folder.data()), nullptr);
-        here = folder;
-        std::filesystem::current_path(here);
-        script("xwsh", "printf '%s\\n' \"$@\" >said\nshift $(($# - 3))\nexec \"$@\"");
-        script("su", "printf '%s\\n' \"$@\" >su-said\nexec sh -c \"$3\"");
-        setenv("PATH", (here.string() + ":" + std::getenv("PATH")).c_str(), 1);
+    Launcher() {
+        writeProgram("xwsh", "printf '%s\\n' \"$@\" >said\nshift $(($# - 3))\nexec \"$@\"");
+        writeProgram("su", "printf '%s\\n' \"$@\" >su-said\nexec sh -c \"$3\"");
+        setenv("PATH", (folder + ":" + std::getenv("PATH")).c_str(), 1);
     }
-
-    void TearDown() override {
-        std::filesystem::current_path("/");
-        std::filesystem::remove_all(here);
-    }
-
-    void script(const std::string& name, const std::string& lines) const {
-        std::ofstream(here / name) << "#!/bin/sh\n" << lines << "\n";
-        std::filesystem::permissions(here / name, std::filesystem::perms::owner_all);
-    }
-
-    [[nodiscard]] std::string read(const std::string& name) const {
-        std::ifstream stream(here / name);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-
-    std::filesystem::path here;
 };
 
 TEST_F(Launcher, OpensTheTerminalThatRunsTheProgramAgain) {
+    EXPECT_EXIT(parse({"/elsewhere/Zarn_install"}), testing::ExitedWithCode(0), "change to the");
+    EXPECT_FALSE(fs::exists("said")) << "no password is asked for in vain";
     for (const bool root : {false, true}) {
         SCOPED_TRACE(root);
-        script("id", root ? "echo root" : "echo ann");
-        script("Zarn_install", "printf '<%s>' \"$0\" \"$@\" >again");
+        writeProgram("id", root ? "echo root" : "echo ann");
+        writeProgram("Zarn_install", "printf '<%s>' \"$0\" \"$@\" >again");
         EXPECT_EXIT(parse({"Zarn_install", "-ftp"}), testing::ExitedWithCode(0), "");
         const std::string command = root ? "./Zarn_install -noShell -ftp \n"
                                          : "su root -c './Zarn_install -noShell -ftp '\n";
         const std::string title = root ? "Zarn Installation \n"
                                        : "Zarn Installation (Please enter super-user password)\n";
-        EXPECT_EQ(read("said"),
+        EXPECT_EQ(contentsOf("said"),
                   "-bg\nblack\n-fg\ncyan\n-geom\n80x20+100+100\n-cursorfg\ncyan\n-cursorbg\ncyan\n"
                   "-title\n" +
                       title + "-icontitle\nZarn install\n-e\n/bin/csh\n-c\necho; echo; " + command);
-        EXPECT_EQ(read("again"), "<./Zarn_install><-noShell><-ftp>");
-        EXPECT_EQ(read("su-said"), root ? "" : "root\n-c\n./Zarn_install -noShell -ftp \n");
-        std::filesystem::remove(here / "su-said");
-        if (!root) std::filesystem::remove(here / "again");
+        EXPECT_EQ(contentsOf("again"), "<./Zarn_install><-noShell><-ftp>");
+        EXPECT_EQ(contentsOf("su-said"), root ? "" : "root\n-c\n./Zarn_install -noShell -ftp \n");
+        fs::remove("su-said");
+        if (!root) fs::remove("again");
     }
-}
-
-TEST_F(Launcher, AsksForNoPasswordInVain) {
-    EXPECT_EXIT(parse({"/elsewhere/Zarn_install"}), testing::ExitedWithCode(0), "change to the");
-    EXPECT_FALSE(std::filesystem::exists(here / "said"));
 }
 
 TEST_F(Launcher, HandsStrangeWordsOnUnchanged) {
     for (const bool root : {false, true}) {
-        script("id", root ? "echo root" : "echo ann");
-        script("it's $0", "printf '<%s>' \"$@\" >again");
+        writeProgram("id", root ? "echo root" : "echo ann");
+        writeProgram("it's $0", "printf '<%s>' \"$@\" >again");
         for (const char* word : {"a b", "it's", "a\"b", "$(touch oops)", "`touch oops`", "a!b",
                                  "\\", "*", "a;touch oops", "\n"}) {
             EXPECT_EXIT(parse({"it's $0", "-icons", word}), testing::ExitedWithCode(0), "");
-            EXPECT_EQ(read("again"), std::string("<-noShell><-icons><") + word + ">")
+            EXPECT_EQ(contentsOf("again"), std::string("<-noShell><-icons><") + word + ">")
                 << root << word;
-            std::filesystem::remove(here / "again");
+            fs::remove("again");
         }
     }
-    EXPECT_FALSE(std::filesystem::exists(here / "oops"));
+    EXPECT_FALSE(fs::exists("oops"));
 }
 
 TEST(Defaults, LieInAFileOfTheirOwnForAMoment) {
     const std::string name = "Zarn_test_" + std::to_string(getpid());
-    const std::filesystem::path file = "/tmp/" + name;
+    const fs::path file = "/tmp/" + name;
     ZarnAppInit(name.c_str());
-    std::ifstream stream(file);
-    const std::string text{std::istreambuf_iterator<char>(stream), {}};
+    const std::string text = contentsOf(file);
     EXPECT_EQ(text.find("\n! General\n\n*sgiMode:"), 0U);
     EXPECT_EQ(std::count(text.begin(), text.end(), ':'), 63);
     EXPECT_TRUE(text.ends_with("\n*install.geometry:                           +80+50\n"));
     EXPECT_STREQ(std::getenv("XFILESEARCHPATH"), "/usr/lib/X11/app-defaults/%N:/tmp/%N");
     ZarnAppClose();
-    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_FALSE(fs::exists(file));
 
     unsetenv("XFILESEARCHPATH");
-    std::filesystem::create_symlink(ZARN_BINARY_DIR "/planted", file);
+    fs::create_symlink(ZARN_BINARY_DIR "/planted", file);
     ZarnAppInit(name.c_str());
     ZarnAppClose();
-    EXPECT_FALSE(std::filesystem::exists(ZARN_BINARY_DIR "/planted"));
+    EXPECT_FALSE(fs::exists(ZARN_BINARY_DIR "/planted"));
     EXPECT_EQ(std::getenv("XFILESEARCHPATH"), nullptr);
-    EXPECT_TRUE(std::filesystem::remove(file)) << "it was not ours to delete";
+    EXPECT_TRUE(fs::remove(file)) << "it was not ours to delete";
 }
 
 }  // namespace

@@ -6,8 +6,6 @@
 
 #include "tests/platform/scratch.h"
 
-namespace fs = std::filesystem;
-
 namespace {
 
 using KvuSystemTest = ScratchTest;

@@ -14,7 +14,7 @@ const char* const KvProgram = "#!/bin/sh\nprintf '[%s]' \"$@\" >notes\nprintf '%
 class KvuUtilTest : public ScratchTest {
 protected:
     KvuUtilTest() {
-        std::filesystem::create_directory("bin");
+        fs::create_directory("bin");
         writeFile("bin/xconfirm", KvProgram, 0755);
         setenv("PATH", (folder + "/bin:/usr/bin:/bin").c_str(), 1);
         unsetenv("ZARNHOME");
@@ -68,16 +68,16 @@ TEST_F(KvuUtilTest, FallbackProgramGetsTextAndButtons) {
                       "[Please confirm...][-t][a \"b\" `c` $d \\]"
                       "[-b][May\"be $x][-b][No][-B][Yes]",
                   contentsOf("notes"));
-        EXPECT_EQ(std::filesystem::perms(01777), std::filesystem::status("/usr/tmp").permissions());
-        EXPECT_TRUE(std::filesystem::is_empty("/usr/tmp")) << "the answer file stayed";
+        EXPECT_EQ(fs::perms(01777), fs::status("/usr/tmp").permissions());
+        EXPECT_TRUE(fs::is_empty("/usr/tmp")) << "the answer file stayed";
     });
 }
 
 TEST_F(KvuUtilTest, PlantedAnswerFileIsNotUsed) {
     writeFile("victim", "precious");
     runInPrivateUsr([&] {
-        std::filesystem::create_directory("/usr/tmp");
-        std::filesystem::create_symlink(folder + "/victim", "/usr/tmp/.zarnUserConfirm");
+        fs::create_directory("/usr/tmp");
+        fs::create_symlink(folder + "/victim", "/usr/tmp/.zarnUserConfirm");
         testing::internal::CaptureStderr();
         EXPECT_EQ(0, answer("No\n", 2));
         EXPECT_EQ(0, KvuUtil::userError("disk full"));

@@ -2,10 +2,9 @@
 
 #include <Xm/Label.h>
 #include <Xm/List.h>
-#include <Xm/ToggleB.h>
-
 #include <sstream>
 
+#include "tests/builder/XTest.h"
 #include "ui/KvcInstall.h"
 
 namespace {
@@ -86,8 +85,6 @@ TEST_F(Window, StaysWithTheMediumThatWasSwitchedOn) {
 }
 
 TEST_F(Window, OpensAndClosesTheIconDialogAnyNumberOfTimes) {
-    const Atom protocols = XInternAtom(XtDisplay(topLevel), "WM_PROTOCOLS", False);
-    const Atom closing = XInternAtom(XtDisplay(topLevel), "WM_DELETE_WINDOW", False);
     for (int i = 0; i < 4; ++i) {
         SCOPED_TRACE(i);
         XtSetSensitive(kviInstallButtonUsers, True);
@@ -102,14 +99,7 @@ TEST_F(Window, OpensAndClosesTheIconDialogAnyNumberOfTimes) {
         if (i % 2 == 0) {
             press(XtNameToWidget(kviIInstallIcon, "dismiss"));
         } else {
-            XEvent event{};
-            event.xclient.type = ClientMessage;
-            event.xclient.window = XtWindow(kviInstallIconShell);
-            event.xclient.message_type = protocols;
-            event.xclient.format = 32;
-            event.xclient.data.l[0] = static_cast<long>(closing);
-            XSendEvent(XtDisplay(topLevel), XtWindow(kviInstallIconShell), False, 0, &event);
-            XSync(XtDisplay(topLevel), False);
+            askToClose(kviInstallIconShell);
             KvcFlushEvents(topLevel, app);
         }
         EXPECT_FALSE(XtIsManaged(kviIInstallIcon));
@@ -123,7 +113,7 @@ TEST_F(Window, LinksTheStartCommandOncePerLocation) {
     const std::string place = here;
     XmTextFieldSetString(kviInstallIconPath, const_cast<char*>(place.c_str()));
     press(kviInstallIconInstall);
-    EXPECT_EQ(std::filesystem::read_symlink(here / "Zarn-Pinnet"), "/usr/sbin/Zarn-Pinnet");
+    EXPECT_EQ(fs::read_symlink(here / "Zarn-Pinnet"), "/usr/sbin/Zarn-Pinnet");
     EXPECT_FALSE(XtIsSensitive(kviInstallIconInstall));
     XmTextFieldSetString(kviInstallIconPath, const_cast<char*>((place + "/Zarn-Pinnet").c_str()));
     EXPECT_TRUE(XtIsSensitive(kviInstallIconInstall));
