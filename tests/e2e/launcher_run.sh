@@ -16,7 +16,6 @@ launch() {
     launcher=$!
 }
 
-
 close_window() {
     click Exit
     wait_for ended "$launcher" || fail "the launcher outlives its installer"
@@ -41,42 +40,35 @@ as_super_user() {
     grep -qx "# PATH:    /usr/local" /usr/lib/.Zarn_inst || fail "wrong default location"
 }
 
-# As ordinary user through su; the suite that was just installed is found by the super-user.
-as_ordinary_user() {
-    echo "root:zarn" | chpasswd
-    set_out ann cdrom
-    cp -a /usr/local/Zarn_system/resources/.Zarn_inst /usr/lib/.Zarn_inst
-    launch ann -cdrom
-    wait_for has_window "Zarn Installation .Please enter super-user password." || fail "no terminal"
+type_password() {
     sleep 2
     shot password
     click_at "Zarn Installation .Please enter super-user password." 100 60
     xdotool type --delay 50 "zarn"
     xdotool key Return
-    wait_for has_window "Zarn 2.0 Installation" || fail "no window after the password"
+}
+
+# As ordinary user through su, or through something that asks for no password where the
+# super-user can't be had.
+as_ordinary_user() {
+    set_out "${people%% *}" cdrom
+    if [ "$ZARN_PRIVATE" = yes ]; then
+        echo "root:zarn" | chpasswd
+        # The suite that was just installed is found by the super-user.
+        cp -a /usr/local/Zarn_system/resources/.Zarn_inst /usr/lib/.Zarn_inst
+    else
+        install -D -m 755 <(printf '#!/bin/sh\nexec sh -c "$3"\n') "$place/bin/su"
+        PATH=$place/bin:$PATH
+    fi
+    launch "$who" -cdrom
+    wait_for has_window "Zarn Installation .Please enter super-user password." || fail "no terminal"
+    [ "$ZARN_PRIVATE" != yes ] || type_password
+    wait_for has_window "Zarn 2.0 Installation" || fail "no window behind it"
     sleep 1
     shot ordinary-user
-    is_on "CD-ROM" || fail "the option got lost on the way through su"
+    wait_for is_on "CD-ROM" || fail "the option got lost on the way through su"
     close_window
 }
 
-# Where the super-user can't be had, something that asks for no password stands in for su.
-without_super_user() {
-    mkdir "$place/bin"
-    printf '#!/bin/sh\nexec sh -c "$3"\n' >"$place/bin/su"
-    chmod +x "$place/bin/su"
-    set_out "$people" tar
-    PATH=$place/bin:$PATH launch "$people" -ftp
-    wait_for has_window "Zarn Installation .Please enter super-user password." || fail "no terminal"
-    wait_for has_window "Zarn 2.0 Installation" || fail "no window"
-    sleep 1
-    is_on "Tar File" || fail "the option got lost on the way through su"
-    close_window
-}
-
-if [ "${ZARN_PRIVATE:-}" = yes ]; then
-    as_super_user
-    as_ordinary_user
-else
-    without_super_user
-fi
+[ "$ZARN_PRIVATE" != yes ] || as_super_user
+as_ordinary_user

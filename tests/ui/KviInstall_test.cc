@@ -121,13 +121,12 @@ TEST_F(Window, LinksTheStartCommandOncePerLocation) {
     EXPECT_EQ(message(), "Could not write to: " + place + "/Zarn-Pinnet");
     EXPECT_EQ(textOf(kviInstallSystemMsg), "Installed Zarn-Pinnet in " + place + "/Zarn-Pinnet");
 
-    KvmInstallMgr::listUsers();
-    int users = 0;
-    XtVaGetValues(kviInstallUserList, XmNitemCount, &users, nullptr);
-    KvmInstallMgr::listUsers();
-    int again = 0;
-    XtVaGetValues(kviInstallUserList, XmNitemCount, &again, nullptr);
-    EXPECT_EQ(again, users) << "the list is emptied first";
+    int users[2] = {};
+    for (int& count : users) {
+        KvmInstallMgr::listUsers();
+        XtVaGetValues(kviInstallUserList, XmNitemCount, &count, nullptr);
+    }
+    EXPECT_EQ(users[0], users[1]) << "the list is emptied first";
     XmListSelectPos(kviInstallUserList, 1, True);
     EXPECT_EQ(fieldText(kviInstallIconPath), KvmInstallMgr::getHomeDir("root"));
     EXPECT_EQ(KvmInstallMgr::getHomeDir("roo"), nullptr);
