@@ -42,16 +42,11 @@ inline void pump() {
 /// Does what a window manager does when its user closes a window.
 inline void askToClose(Widget shell) {
     Display* display = XtDisplay(shell);
+    const auto atom = [=](const char* name) { return XInternAtom(display, name, False); };
     XEvent event = {};
-    event.xclient = {ClientMessage,
-                     0,
-                     True,
-                     display,
-                     XtWindow(shell),
-                     XInternAtom(display, "WM_PROTOCOLS", False),
-                     32,
-                     {}};
-    event.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
+    event.xclient = {ClientMessage,        0,  True, display, XtWindow(shell),
+                     atom("WM_PROTOCOLS"), 32, {}};
+    event.xclient.data.l[0] = static_cast<long>(atom("WM_DELETE_WINDOW"));
     XSendEvent(display, XtWindow(shell), False, NoEventMask, &event);
     XSync(display, False);
 }

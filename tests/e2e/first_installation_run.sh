@@ -45,9 +45,8 @@ install_once() {
     has_suite Zarn-Lustrel
     # Lustrel comes without the renderer and the sources; the models were switched off.
     has_subsystems materials pictures projects textures translatorDev translators translatorsIn
-    case $medium in
-    gz | Z) [ -s "$place/distribution/Zarn2.0.tar.gz" ] || fail "the archive is not compressed again" ;;
-    esac
+    [[ $medium != gz && $medium != Z ]] || [ -s "$place/distribution/Zarn2.0.tar.gz" ] ||
+        fail "the archive is not compressed again"
     "$suite/Zarn_system/bin/Zarn.install" -r "$suite/Zarn_system" >/dev/null
     rm -f /usr/sbin/Zarn-Lustrel
     echo "installed as $who from $medium"

@@ -38,7 +38,8 @@ toggle() {
     for name in "$@"; do click "$name"; done
 }
 
-# Installs with the given command, which begins the installation.
+# Installs; the arguments are the way to begin, since only an installer's first installation brings
+# up the information window.
 first_installation() {
     enter_text location "$suite"
     click "location Ok"

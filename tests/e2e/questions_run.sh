@@ -30,7 +30,6 @@ SLOW
 set_out "$who" tar
 slow_down
 start_installer -ftp
-click location
 enter_text location "$suite"
 click "location Ok"
 begin_installation

@@ -6,12 +6,11 @@ class Session : public InstallerWindow {};
 
 TEST_F(Session, RefusesLocationsBeforeAnythingIsTouched) {
     fs::create_directories(here / "taken/Zarn_system");
-    const std::string taken = here / "taken";
     const struct {
         std::string location;
         const char* says;
     } cases[] = {
-        {taken, ".\nPlease enter another location path."},
+        {here / "taken", ".\nPlease enter another location path."},
         {here / "a b", "holds a blank"},
         {here / "a\tb", "holds a blank"},
         {here / "a\nb", "holds a blank"},

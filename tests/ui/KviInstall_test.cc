@@ -2,6 +2,7 @@
 
 #include <Xm/Label.h>
 #include <Xm/List.h>
+
 #include <sstream>
 
 #include "tests/builder/XTest.h"
@@ -57,8 +58,7 @@ TEST_F(Window, GivesEveryTextItsRoom) {
         XmString text = nullptr;
         XmFontList font = nullptr;
         Position x = 0;
-        Dimension width = 0;
-        Dimension height = 0;
+        Dimension width = 0, height = 0;
         XtVaGetValues(children[i], XmNlabelString, &text, XmNfontList, &font, XmNx, &x, XmNwidth,
                       &width, XmNheight, &height, nullptr);
         const KviXmString owned(text);
