@@ -1,64 +1,74 @@
+# shellcheck shell=bash disable=SC2154
 # A complete first installation on a virtual display, by pointer and keys. Sourced by ./run, with
 # $project set.
 
-demo=$project/build/demo
+build=$project/build/release
+shots=$build/screenshots/demo
 
-# The folder that holds the demo's files and, for who has no private place, what it installs.
+# Lays out the folder with a home, a distribution, and what is installed. No blank is in its path,
+# whatever the project's is: the installer would refuse that.
 lay_out_demo() {
-    mkdir -p "$demo/screenshots"
-    work=$demo/work
-    if [ "${ZARN_PRIVATE:-}" = yes ]; then
-        make_place_private "$project"
+    mkdir -p "$shots"
+    if [ "$ZARN_PRIVATE" = system ]; then
+        make_system_private "$project"
         work=/mnt
+    else
+        work=$(mktemp -d "${TMPDIR:-/tmp}/zarn.XXXXXX")
     fi
-    mkdir -p "$work/home"
+    make_home "$work/home"
     export HOME=$work/home
-    cp -R build/distribution/gz "$work/distribution"
+    cp -R "$build/distribution/gz" "$work/distribution"
+}
+
+clean_up_demo() {
+    desktop_stop
+    [ "$work" = /mnt ] || { chmod -R u+w "$work" && rm -rf "$work"; }
 }
 
 install_by_hand() {
-    wait_for has_window "Zarn 2.0 Installation"
-    sleep 1
+    wait_for has_window "$window"
     shot 1-window
-    click "Tar File"
-    click Corvan
+    click kviInstallToggleTarFile
+    click kviInstallCorvan
     mkdir -p "$work/suite"
-    enter_text location "$work/suite"
-    click "location Ok"
+    enter_text kviInstallLocationText "$work/suite"
+    click kviInstallLocationTextOk
+    pilot widgets "$window" >/dev/null
     shot 2-ready
     begin_installation
-    answer second
+    answer No
     if [ "$(id -u)" = 0 ]; then
-        answer first
-        answer second
-        acknowledge "For your information\.\.\."
+        answer Yes
+        answer No
+        acknowledge "$information"
         shot 3-icons
-        click "icon Close"
+        click dismiss
     fi
     wait_for grep -q "Corvan Version 2.0 is currently installed" "$work/log"
-    sleep 1
     shot 4-installed
 }
 
 demonstrate() {
     lay_out_demo
     if [ "$(id -u)" = 0 ]; then record=/usr/lib/.Zarn_inst; else record=$HOME/.Zarn_inst; fi
-    desktop_start "$demo/screenshots"
+    trap clean_up_demo EXIT
+    desktop_start "$shots"
     (cd "$work/distribution" && exec ./Zarn_install -noShell >"$work/log" 2>&1) &
+    installer=$!
     install_by_hand
-    click Exit
-    wait $! || {
+    click pushButton
+    wait $installer || {
         echo "The installer ended with status $?." >&2
         exit 1
     }
-    [ -s "$record" ] && [ -x "$work/suite/Zarn_system/bin/Zarn_install" ] || {
+    if ! [ -s "$record" ] || ! [ -x "$work/suite/Zarn_system/bin/Zarn_install" ]; then
         echo "The installation did not work:" >&2
         cat "$work/log" >&2
         exit 1
-    }
+    fi
     echo "The installation record $record:"
     cat "$record"
     echo "The installed tree:"
     (cd "$work/suite" && find . -maxdepth 3 -not -path '*/bin/Zarn_tools*' | sort)
-    echo "Screenshots: $demo/screenshots"
+    echo "Screenshots: $shots"
 }

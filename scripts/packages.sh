@@ -1,6 +1,6 @@
 # Installs what the project needs from Debian. Sourced.
 
-zarn_build_packages="g++ cmake make libmotif-dev libxt-dev libx11-dev libxpm-dev libgtest-dev libxtst-dev"
+zarn_build_packages="g++ cmake make libmotif-dev libxt-dev libx11-dev libxpm-dev libgtest-dev libxtst-dev libxmu-dev"
 zarn_run_packages="xterm csh mwm ncompress x11-utils xfonts-75dpi xfonts-100dpi xfonts-base openssh-client"
 zarn_test_packages="xvfb xauth xdotool imagemagick"
 

@@ -1,122 +1,162 @@
-# What the whole runs have in common: people, their distributions, an installer to drive, and what
-# an installation must have left. Sourced, with $build set.
+# shellcheck shell=bash
+# What the whole runs have in common: a place and a person to install, a distribution, an installer
+# to drive, and what an installation must have left. Sourced by a run, whose arguments are the folder
+# of the build and who installs: "user" or "root".
 
+build=$(cd "$1" && pwd)
+person=$2
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+. "$project/scripts/place.sh"
 . "$project/scripts/desktop.sh"
 
-all_subsystems="materials models pictures projects render src textures translatorDev translators translatorsIn"
+# The subsystems' folders, and their toggles in the window.
+declare -A toggle_of=(
+    [textures]=kviSubsystemTextures [materials]=kviSubsystemMaterials
+    [projects]=kviSubsystemProjects [models]=kviSubsystemModels
+    [translatorsIn]=kviSubsystemImportXlators [translators]=kviSubsystemExportXlators
+    [render]=kviSubsystemPhotorealRenderer [pictures]=kviSubsystemPictureGallery
+    [translatorDev]=kviSubsystemTranslatorsDev [src]=kviSubsystemMiscSource)
 
 fail() {
     echo "FAILED: $*" >&2
-    shot failed || true
-    sed 's/^/    log: /' "${log:-/dev/null}" >&2
     exit 1
 }
 
-# Goes on in a private place where that is allowed, and says who can install there. Elsewhere a
-# super-user has to be somebody else, or his installations would be real ones.
+# What ctest takes for a test that did not run.
+not_run() {
+    echo "NOT RUN: $*"
+    exit 77
+}
+
+# Goes on in a place of its own; sets $place, and $who installs there.
 settle() {
-    local shots=$build/e2e-screenshots/$(basename "$0" .sh)
+    local shots
+    shots=$build/screenshots/$(basename "$0" .sh)-$person
     mkdir -p "$shots"
-    if [ -z "${ZARN_PRIVATE:-}" ] && ! enter_private_place "$0" "$build"; then
-        ZARN_PLACE=$(mktemp -d "$build/e2e.XXXXXX")
-        export ZARN_PLACE ZARN_PRIVATE=no
-        if [ "$(id -u)" = 0 ]; then
-            chown nobody "$ZARN_PLACE" "$shots"
-            exec setpriv --reuid=nobody --regid=nogroup --clear-groups "$0" "$build"
-        fi
-    fi
-    if [ "$ZARN_PRIVATE" = yes ]; then
-        make_place_private "$project"
+    cd "$project"
+    case ${ZARN_PRIVATE:=$(own_place)} in
+    system)
+        [ -n "${ZARN_ENTERED:-}" ] ||
+            ZARN_ENTERED=yes exec unshare -m --propagation private "$0" "$build" "$person"
+        make_system_private "$project"
+        unset TMPDIR
         place=/mnt
-        people="ann root"
         echo "ann:x:12345:12345:Ann:/mnt/ann:/bin/sh" >>/etc/passwd
         echo "ann:x:12345:" >>/etc/group
-    else
-        place=$ZARN_PLACE
-        people=$(id -un)
-    fi
-    desktop_start "$shots"
+        ;;
+    *)
+        [ "$person" = user ] || not_run "without mounts of one's own, super-users install for real"
+        [ "$(id -u)" != 0 ] ||
+            run_as_nobody "tests/e2e/$(basename "$0")" "$build" build/release "$person"
+        [ "$ZARN_PRIVATE" = nothing ] || [ -n "${ZARN_ENTERED:-}" ] ||
+            ZARN_ENTERED=yes enter_private_tmp "$project" "$0" "$build" "$person"
+        place=$(mktemp -d "${TMPDIR:-/tmp}/e2e.XXXXXX")
+        ;;
+    esac
+    who=$person
+    [ "$person" != user ] || who=$([ "$place" = /mnt ] && echo ann || id -un)
     trap unsettle EXIT
+    desktop_start "$shots"
+}
+
+# What could be seen when a run failed: the screen, what an open box says, the terminal.
+tell_what_was_seen() {
+    local box
+    shot failed
+    for box in "$question" "$error" "$information"; do
+        has_no_window "$box" || { echo "$box" && pilot texts "$box"; } | sed 's/^/    box: /'
+    done
+    sed 's/^/    log: /' "${log:-/dev/null}"
 }
 
 unsettle() {
+    [ $? = 0 ] || tell_what_was_seen >&2 || true
     desktop_stop
     [ "$place" = /mnt ] || { chmod -R u+w "$place" && rm -rf "$place"; } 2>/dev/null || true
 }
 
-home_of() { echo "$place/home-$1"; }
+home() { echo "$place/home"; }
 
-# Runs a command as one of the people.
-as() {
-    local who=$1
-    shift
+# Runs a command as the person.
+as_person() {
     if [ "$who" = ann ]; then
         set -- setpriv --reuid=12345 --regid=12345 --clear-groups "$@"
     fi
-    HOME=$(home_of "$who") "$@"
+    HOME=$(home) "$@"
 }
 
-record_of() { if [ "$1" = root ]; then echo /usr/lib/.Zarn_inst; else echo "$(home_of "$1")/.Zarn_inst"; fi; }
+record() { if [ "$who" = root ]; then echo /usr/lib/.Zarn_inst; else echo "$(home)/.Zarn_inst"; fi; }
 
-# Gives $1 an empty home and a copy of the distribution $2; sets who, medium, suite, log.
+# Gives the person an empty home and a copy of the distribution $1; sets medium, suite, log.
 set_out() {
-    who=$1
-    medium=$2
-    suite=$place/suite-$who-$medium
-    log=$place/log-$who-$medium
-    chmod -R u+w "$(home_of "$who")" "$place/distribution" "$suite" 2>/dev/null || true
-    rm -rf "$(home_of "$who")" "$place/distribution" "$suite" "$(record_of "$who")"
-    mkdir -p "$(home_of "$who")" "$suite"
+    medium=$1
+    suite=$place/suite
+    log=$place/log-$medium
+    chmod -R u+w "$(home)" "$place/distribution" "$suite" 2>/dev/null || true
+    rm -rf "$(home)" "$place/distribution" "$suite" "$(record)"
+    make_home "$(home)"
+    mkdir -p "$suite"
     cp -a "$build/distribution/$medium" "$place/distribution"
-    [ "$who" != ann ] || chown -R ann "$(home_of ann)" "$suite"
+    [ "$who" != ann ] || chown -R ann "$(home)" "$suite"
     # A CD-ROM can't be written; everywhere else archives are uncompressed in their place.
     [ "$who" != ann ] || [ "$medium" = cdrom ] || chown -R ann "$place/distribution"
 }
 
 start_installer() {
-    (cd "$place/distribution" && as "$who" ./Zarn_install -noShell "$@") >"$log" 2>&1 </dev/null &
+    (cd "$place/distribution" && as_person ./Zarn_install -noShell "$@") >"$log" 2>&1 </dev/null &
     installer=$!
-    wait_for has_window "Zarn 2.0 Installation" || fail "no window"
-    sleep 0.5
+    wait_for has_window "$window" || fail "no window"
 }
 
 choose_medium() {
     case $medium in
     tape)
-        enter_text device "$place/distribution/tape.img"
-        click "device Ok"
+        enter_text kviInstallReadText "$place/distribution/tape.img"
+        click kviInstallReadTextOk
         ;;
-    cdrom) click "CD-ROM" ;;
-    *) click "Tar File" ;;
+    cdrom) click kviInstallToggleCD ;;
+    *) click kviInstallToggleTarFile ;;
     esac
 }
 
-leave_installer() {
-    click Exit
-    wait "$installer" || fail "$who $medium: the installer ended with status $?"
-    [ ! -e /tmp/.kvcInstallMsg ] || fail "the brochure is left behind"
+choose_location() {
+    enter_text kviInstallLocationText "$suite"
+    click kviInstallLocationTextOk
 }
 
-says() { wait_for grep -qF -- "$1" "$log" || fail "$who $medium: it never said: $1"; }
+# The super-user is shown the icon dialog and asked for desktop icons and translators.
+decide_on_icons() {
+    answer Yes
+    answer No
+    acknowledge "$information"
+}
+
+leave_installer() {
+    click pushButton
+    wait "$installer" || fail "$medium: the installer ended with status $?"
+    [ ! -e /tmp/.kvcInstallMsg ] || fail "the brochure is left behind"
+    # The terminal that shows it stays until its user closes it.
+    xdotool windowkill "$(pilot find "$brochure")"
+    wait_for has_no_window "$brochure"
+}
+
+says() { wait_for grep -qF -- "$1" "$log" || fail "$medium: it never said: $1"; }
 
 # Compares the subsystems on the disk with the names given.
 has_subsystems() {
     local there
     there=$(ls "$suite/Zarn_system/subsystems" | sort | tr '\n' ' ')
     [ "$there" = "$(printf '%s\n' "$@" | sort | tr '\n' ' ')" ] ||
-        fail "$who $medium: subsystems are: $there"
+        fail "$medium: the subsystems are: $there, not: $*"
 }
 
 # Checks all that a first installation of edition $1 leaves.
 has_suite() {
-    local record copy=$suite/Zarn_system/resources/.Zarn_inst
-    record=$(record_of "$who")
-    [ "$(wc -l <"$record")" = 9 ] || fail "$who $medium: not a record: $(cat "$record")"
-    grep -qx "# PROGRAM: $1" "$record" || fail "$who $medium: wrong edition recorded"
-    grep -qx "# PATH:    $suite" "$record" || fail "$who $medium: wrong location recorded"
-    cmp "$record" "$copy" || fail "$who $medium: no copy of the record"
+    [ "$(wc -l <"$(record)")" = 9 ] || fail "$medium: not a record: $(cat "$(record)")"
+    grep -qx "# PROGRAM: $1" "$(record)" || fail "$medium: wrong edition recorded"
+    grep -qx "# PATH:    $suite" "$(record)" || fail "$medium: wrong location recorded"
+    cmp "$(record)" "$suite/Zarn_system/resources/.Zarn_inst" || fail "$medium: no copy of the record"
     cmp "$place/distribution/Zarn_install" "$suite/Zarn_system/bin/Zarn_install" ||
-        fail "$who $medium: the installer is not in the suite"
-    [ ! -e "$suite/subsystems" ] || fail "$who $medium: subsystems lie beside the suite"
+        fail "$medium: the installer is not in the suite"
+    [ ! -e "$suite/subsystems" ] || fail "$medium: subsystems lie beside the suite"
 }
