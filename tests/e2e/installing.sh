@@ -1,4 +1,4 @@
-# shellcheck shell=bash
+# shellcheck shell=bash disable=SC2034,SC2119
 # What the whole runs have in common: a place and a person to install, a distribution, an installer
 # to drive, and what an installation must have left. Sourced by a run, whose arguments are the folder
 # of the build and who installs: "user" or "root".
@@ -33,7 +33,7 @@ settle() {
     local shots
     shots=$build/screenshots/$(basename "$0" .sh)-$person
     mkdir -p "$shots"
-    cd "$project"
+    cd "$project" || exit
     case ${ZARN_PRIVATE:=$(own_place)} in
     system)
         [ -n "${ZARN_ENTERED:-}" ] ||
@@ -53,8 +53,11 @@ settle() {
         place=$(mktemp -d "${TMPDIR:-/tmp}/e2e.XXXXXX")
         ;;
     esac
-    who=$person
-    [ "$person" != user ] || who=$([ "$place" = /mnt ] && echo ann || id -un)
+    case $ZARN_PRIVATE-$person in
+    *-root) who=root ;;
+    system-user) who=ann ;;
+    *) who=$(id -un) ;;
+    esac
     trap unsettle EXIT
     desktop_start "$shots"
 }
@@ -102,6 +105,7 @@ set_out() {
     [ "$who" != ann ] || [ "$medium" = cdrom ] || chown -R ann "$place/distribution"
 }
 
+# shellcheck disable=SC2120 # most runs need no options
 start_installer() {
     (cd "$place/distribution" && as_person ./Zarn_install -noShell "$@") >"$log" 2>&1 </dev/null &
     installer=$!
@@ -145,7 +149,7 @@ says() { wait_for grep -qF -- "$1" "$log" || fail "$medium: it never said: $1"; 
 # Compares the subsystems on the disk with the names given.
 has_subsystems() {
     local there
-    there=$(ls "$suite/Zarn_system/subsystems" | sort | tr '\n' ' ')
+    there=$(find "$suite/Zarn_system/subsystems" -mindepth 1 -printf '%P\n' -prune | sort | tr '\n' ' ')
     [ "$there" = "$(printf '%s\n' "$@" | sort | tr '\n' ' ')" ] ||
         fail "$medium: the subsystems are: $there, not: $*"
 }
