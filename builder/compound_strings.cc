@@ -3,9 +3,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -277,14 +279,15 @@ XmStringTable CStrTable = nullptr;
 // for it; `result` is then still the converter's.
 template <typename Value>
 bool deliver(Display* display, const char* text, const char* type, Value& result, XrmValue* to) {
-    const bool fits = to->addr == nullptr || to->size >= sizeof(Value);
+    const auto bytes = std::as_bytes(std::span<Value, 1>(&result, 1));
+    const bool fits = to->addr == nullptr || to->size >= bytes.size();
     if (!fits)
         XtDisplayStringConversionWarning(display, text, type);
     else if (to->addr == nullptr)
         to->addr = reinterpret_cast<XPointer>(&result);
     else
-        std::memcpy(to->addr, &result, sizeof(Value));
-    to->size = sizeof(Value);
+        std::memcpy(to->addr, bytes.data(), bytes.size());
+    to->size = bytes.size();
     return fits;
 }
 

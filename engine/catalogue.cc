@@ -172,7 +172,8 @@ int KvmInstallMgr::getProduct() {
 
 void KvmInstallMgr::setProductUI() {
     for (int i = 0; i < static_cast<int>(std::size(KvmInstallProduct)); ++i)
-        XmToggleButtonSetState(KvmInstallProduct[i].getWidget(), i == _info.product, False);
+        XmToggleButtonSetState(KvmInstallProduct[i].getWidget(), i == _info.product ? True : False,
+                               False);
 }
 
 const char* KvmInstallMgr::getProductName() {

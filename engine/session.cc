@@ -42,7 +42,8 @@ void showMedium() {
     const Widget toggles[] = {kviInstallToggleTape, kviInstallToggleRemoteTape,
                               kviInstallToggleTarFile, kviInstallToggleCD};
     for (int i = 0; i < 4; ++i)
-        XmToggleButtonSetState(toggles[i], i == KvmInstallMgr::_info.readFrom, False);
+        XmToggleButtonSetState(toggles[i], i == KvmInstallMgr::_info.readFrom ? True : False,
+                               False);
     XmTextFieldSetString(kviInstallReadText, KvmInstallMgr::_info.readText);
     XtSetSensitive(kviInstallReadTextOk, False);
 }
@@ -54,7 +55,7 @@ void showLocation() {
 
 void showState() {
     const KvmInstallInfo& info = KvmInstallMgr::_info;
-    XtSetSensitive(kviInstallButtonInstall, !info.installed || info.subsystemsAdded);
+    XtSetSensitive(kviInstallButtonInstall, !info.installed || info.subsystemsAdded ? True : False);
     XtSetSensitive(kviInstallButtonRemove, info.installed ? True : False);
     XtSetSensitive(kviInstallButtonUsers, info.installed ? True : False);
     if (!info.installed) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 /// The suite's logo for the icon that a window manager shows: a solid "Z" that stands on the globe,
 /// black (set bits) on white. It is a bitmap of one bit per pixel in the layout that
 /// XCreateBitmapFromData takes: rows of 6 bytes from the top, the first pixel of a byte in its
@@ -66,5 +68,5 @@ static const unsigned char logoBW_bmp_bits[] = {
 };
 // clang-format on
 
-static_assert(sizeof(logoBW_bmp_bits) == logoBW_bmp_width / 8 * logoBW_bmp_height,
+static_assert(sizeof(logoBW_bmp_bits) == std::size_t{logoBW_bmp_width} / 8 * logoBW_bmp_height,
               "the bits fill whole rows");

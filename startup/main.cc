@@ -61,8 +61,10 @@ static void showWindow(Widget topLevelShell, Atom closing) {
 static void selectMedium() {
     const Widget toggles[] = {kviInstallToggleTape, kviInstallToggleRemoteTape,
                               kviInstallToggleTarFile, kviInstallToggleCD};
-    for (int i = 0; i < 4; ++i)
-        XmToggleButtonSetState(toggles[i], i == KvReadFrom, i == KvReadFrom);
+    for (int i = 0; i < 4; ++i) {
+        const Boolean chosen = i == KvReadFrom ? True : False;
+        XmToggleButtonSetState(toggles[i], chosen, chosen);
+    }
 }
 
 static void doWhatWasAskedFor() {
