@@ -1,0 +1,82 @@
+#!/bin/bash
+# Checks the form of the code: its format, the shell scripts, and the C++ sources with clang-tidy.
+#   scripts/check.sh
+#
+# clang-tidy takes seconds for every source, so it reads only what differs from the last commit
+# that passed, which .ci/green names. Nothing here writes that file: whoever lands a change after a
+# green run sets it to the commit that passed.
+set -euo pipefail
+
+cd "$(dirname "$0")/.."
+. scripts/packages.sh
+
+# shellcheck disable=SC2086 # The lists are meant to be split into their words.
+require_packages $zarn_build_packages $zarn_check_packages
+
+# New files count before they are added.
+files() {
+    git ls-files --cached --others --exclude-standard -- "$@" | while read -r file; do
+        [ ! -f "$file" ] || echo "$file"
+    done
+}
+
+check_format() {
+    files '*.cc' '*.h' | xargs clang-format --dry-run -Werror
+}
+
+check_scripts() {
+    local scripts sourced
+    scripts=$(files | xargs awk 'FNR == 1 && /^#! *\/.*sh( |$)/ { print FILENAME } { nextfile }')
+    sourced=$(files '*.sh' | grep -vxF "$scripts")
+    xargs shellcheck -x -P SCRIPTDIR -P . <<<"$scripts" || return
+    # A sourced file hands names to its readers and takes some from them.
+    xargs shellcheck -x -P SCRIPTDIR -P . -s bash -e SC2034,SC2154 <<<"$sourced"
+}
+
+# The sources that differ from the last green commit, and those that include a header that does.
+sources_to_read() {
+    local green changed more=
+    green=$(cat .ci/green)
+    # A shallow clone need not hold that commit.
+    git rev-parse -q --verify "$green^{commit}" >/dev/null || {
+        files '*.cc'
+        return
+    }
+    changed=$({
+        git diff --name-only "$green"
+        git ls-files --others --exclude-standard
+    } | sort -u)
+    if grep -qx "\.clang-tidy" <<<"$changed"; then
+        files '*.cc'
+        return
+    fi
+    while [ "$changed" != "$more" ]; do
+        more=$changed
+        changed=$({
+            echo "$more"
+            files '*.cc' '*.h' |
+                xargs grep -lf <(sed -n 's|.*/||; s|.*\.h$|[/"]&"|p' <<<"$more") || true
+        } | sort -u)
+    done
+    grep -xF "$changed" <(files '*.cc')
+}
+
+check_sources() {
+    local sources
+    sources=$(sources_to_read) || [ -z "$sources" ] || return
+    [ -n "$sources" ] || return 0
+    # clang cannot read the headers that g++ precompiles, so the commands must do without them.
+    cmake --preset release -B build/check -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >build/check.log || {
+        cat build/check.log
+        return 1
+    }
+    xargs -P "$(nproc)" -n 1 clang-tidy -p build/check --quiet --warnings-as-errors='*' \
+        <<<"$sources" 2>&1 | sed -E '/^[0-9]+ warnings? (generated|treated as error)/d'
+}
+
+mkdir -p build
+failed=0
+check_format || failed=1
+check_scripts || failed=1
+check_sources || failed=1
+exit "$failed"
