@@ -25,12 +25,13 @@ check_format() {
 }
 
 check_scripts() {
-    local scripts sourced
+    local scripts sourced failed=0
     scripts=$(files | xargs awk 'FNR == 1 && /^#! *\/.*sh( |$)/ { print FILENAME } { nextfile }')
     sourced=$(files '*.sh' | grep -vxF "$scripts")
-    xargs shellcheck -x -P SCRIPTDIR -P . <<<"$scripts" || return
+    xargs shellcheck -x -P SCRIPTDIR -P . <<<"$scripts" || failed=1
     # A sourced file hands names to its readers and takes some from them.
-    xargs shellcheck -x -P SCRIPTDIR -P . -s bash -e SC2034,SC2154 <<<"$sourced"
+    xargs shellcheck -x -P SCRIPTDIR -P . -s bash -e SC2034,SC2154 <<<"$sourced" || failed=1
+    return "$failed"
 }
 
 # The sources that differ from the last green commit, and those that include a header that does.
