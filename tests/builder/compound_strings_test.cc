@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "builder/KviOwners.h"
-#include "tests/builder/XTest.h"
+#include "tests/fixtures/display.h"
 
 namespace {
 

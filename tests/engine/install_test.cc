@@ -1,4 +1,4 @@
-#include "tests/window.h"
+#include "tests/fixtures/window.h"
 
 #include <set>
 

@@ -10,7 +10,7 @@
 
 #include "builder/KviOwners.h"
 #include "motif/KvcUtil.h"
-#include "tests/builder/XTest.h"
+#include "tests/fixtures/display.h"
 
 namespace {
 

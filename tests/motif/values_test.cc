@@ -6,8 +6,8 @@
 
 #include "builder/KviOwners.h"
 #include "motif/KvcUtil.h"
-#include "tests/builder/XTest.h"
-#include "tests/platform/scratch.h"
+#include "tests/fixtures/display.h"
+#include "tests/fixtures/scratch.h"
 
 namespace {
 

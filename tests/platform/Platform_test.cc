@@ -5,7 +5,7 @@
 #include <csignal>
 #include <vector>
 
-#include "tests/platform/scratch.h"
+#include "tests/fixtures/scratch.h"
 
 namespace {
 

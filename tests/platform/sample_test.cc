@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/platform/scratch.h"
+#include "tests/fixtures/scratch.h"
 
 namespace {
 

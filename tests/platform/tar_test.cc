@@ -1,6 +1,6 @@
 #include <tuple>
 
-#include "tests/platform/scratch.h"
+#include "tests/fixtures/scratch.h"
 
 namespace {
 

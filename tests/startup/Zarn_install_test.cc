@@ -8,7 +8,7 @@
 
 #include "startup/ZarnApp.h"
 #include "startup/Zarn_install.h"
-#include "tests/platform/scratch.h"
+#include "tests/fixtures/scratch.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "support/KvuCommand.h"
 
 #include "platform/Platform.h"
-#include "tests/platform/scratch.h"
+#include "tests/fixtures/scratch.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <tuple>
 
-#include "tests/platform/scratch.h"
+#include "tests/fixtures/scratch.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <sched.h>
 
-#include "tests/platform/scratch.h"
+#include "tests/fixtures/scratch.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
-#include "tests/window.h"
+#include "tests/fixtures/window.h"
 
 #include <Xm/Label.h>
 #include <Xm/List.h>
 
 #include <sstream>
 
-#include "tests/builder/XTest.h"
+#include "tests/fixtures/display.h"
 #include "ui/KvcInstall.h"
 
 namespace {
