@@ -88,11 +88,12 @@ TEST_F(Installing, PlacesWhatItHasWhateverTheLastArchiveHolds) {
     EXPECT_TRUE(KvmInstallMgr::install());
     EXPECT_EQ(subsystems(), "models ");
     EXPECT_EQ(
-        asked.at(0),
+        answers.asked.at(0),
         "Installation from tar file \"Zarn2.0 a.tar\" is complete.\nDo you want to remove the "
         "tar file from your system?");
     EXPECT_FALSE(fs::exists(here / "Zarn2.0 a.tar")) << "it was to be removed";
     EXPECT_TRUE(fs::exists(here / "zarn2.0b.TAR")) << "it was to stay";
+    acknowledge();
 
     // The textures are in no archive, and the models are to go.
     for (const Widget w : {kviSubsystemPhotorealRenderer, kviSubsystemTextures}) mark(w, 1);
@@ -140,8 +141,9 @@ TEST_F(Installing, StartsAgainOnlyWithWhatIsItsOwn) {
     EXPECT_FALSE(KvmInstallMgr::install()) << "the user does not want the leftovers removed";
     answerWith({0, 1});
     EXPECT_FALSE(KvmInstallMgr::install()) << "the record can't be written";
-    EXPECT_EQ(asked.at(0), "The last installation in " + suite.string() +
-                               " was not finished.\nRemove what it left there, and start again?");
+    EXPECT_EQ(answers.asked.at(0),
+              "The last installation in " + suite.string() +
+                  " was not finished.\nRemove what it left there, and start again?");
     fs::remove(here / "home/.Zarn_inst");
     answerWith({0, 1});
     EXPECT_TRUE(KvmInstallMgr::install()) << message();
@@ -216,7 +218,7 @@ TEST_F(Installing, AddsToASuiteThatHasNoSubsystems) {
     KvmInstallMgr::setSubsystem(kviSubsystemTextures, 1);
     answerWith({1});
     EXPECT_FALSE(KvmInstallMgr::install()) << "the user said no";
-    EXPECT_EQ(asked.at(0),
+    EXPECT_EQ(answers.asked.at(0),
               "Install the following subsystems?\n\nClip art - Textures\nClip art - Models");
     EXPECT_FALSE(fs::exists(suite / "Zarn_system/subsystems"));
     EXPECT_TRUE(KvmInstallMgr::_info.subsystemsAdded);

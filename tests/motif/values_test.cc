@@ -7,6 +7,7 @@
 #include "builder/KviOwners.h"
 #include "motif/KvcUtil.h"
 #include "tests/fixtures/display.h"
+#include "tests/fixtures/hands.h"
 #include "tests/fixtures/scratch.h"
 
 namespace {
@@ -41,7 +42,7 @@ TEST_F(Files, AreListedAndSelected) {
         nullptr);
     XtManageChild(box);
     KvcFileSelectorSetDirectory(box, folder.c_str());
-    pump();
+    pump(box);
     fs::remove("d.txt");
     KvcFileSelectorUpdate(box);
     EXPECT_EQ(items(box, XmNlistItems, XmNlistItemCount), "#c.iv .iv a.iv b.iv ");
