@@ -66,10 +66,11 @@ TEST_F(TarTest, ProgressIsShownAndTheChildDiesWithIt) {
         "mkfifo slow; touch log; head -c 90000 /dev/zero >zeros; tar cf long.tar base extra zeros;"
         "(head -c 30720 long.tar; exec sleep 20) >slow 2>&1 & writer=$!; cd out;"
         "tar xvof ../slow base extra never >../log & tar=$!;"
-        "for i in 1 2 3 4 5 6 7 8 9 10; do grep -q extra ../log && break; sleep 0.2; done;"
+        "for i in $(seq 250); do grep -q extra ../log && break; sleep 0.02; done;"
         "grep -c extra ../log; child=$(pgrep -P $tar); [ -e /proc/$child/exe ] && echo runs;"
-        "kill $tar; wait $tar 2>&-; echo $?; sleep 0.3; kill $writer;"
-        "[ -e /proc/$child/exe ] || echo gone");
+        "kill $tar; wait $tar 2>&-; echo $?;"
+        "for i in $(seq 250); do [ -e /proc/$child/exe ] || break; sleep 0.02; done;"
+        "[ -e /proc/$child/exe ] || echo gone; kill $writer");
     EXPECT_EQ("1\nruns\n143\ngone\n", outcome.output);
 }
 

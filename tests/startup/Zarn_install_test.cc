@@ -80,16 +80,19 @@ TEST_F(Launcher, OpensTheTerminalThatRunsTheProgramAgain) {
 }
 
 TEST_F(Launcher, HandsStrangeWordsOnUnchanged) {
+    std::vector<std::string> line = {"it's $0"};
+    std::string received = "<-noShell>";
+    for (const std::string word : {"a b", "it's", "a\"b", "$(touch oops)", "`touch oops`", "a!b",
+                                   "\\", "*", "a;touch oops", "\n"}) {
+        line.insert(line.end(), {"-icons", word});
+        received += "<-icons><" + word + ">";
+    }
     for (const bool root : {false, true}) {
         writeProgram("id", root ? "echo root" : "echo ann");
         writeProgram("it's $0", "printf '<%s>' \"$@\" >again");
-        for (const char* word : {"a b", "it's", "a\"b", "$(touch oops)", "`touch oops`", "a!b",
-                                 "\\", "*", "a;touch oops", "\n"}) {
-            EXPECT_EXIT(parse({"it's $0", "-icons", word}), testing::ExitedWithCode(0), "");
-            EXPECT_EQ(contentsOf("again"), std::string("<-noShell><-icons><") + word + ">")
-                << root << word;
-            fs::remove("again");
-        }
+        EXPECT_EXIT(parse(line), testing::ExitedWithCode(0), "");
+        EXPECT_EQ(contentsOf("again"), received) << root;
+        fs::remove("again");
     }
     EXPECT_FALSE(fs::exists("oops"));
 }

@@ -26,16 +26,18 @@ using KvuCommandTest = ScratchTest;
 }  // namespace
 
 TEST_F(KvuCommandTest, ShellSeesTheTextItself) {
-    writeFile("script", "printf %s \"$1\" >out\n");
+    writeFile("script", "printf '%s\\0' \"$@\" >out\n");
+    Shell plain{"sh script"};
+    std::string expected;
     for (const char* word : words) {
-        const Shell plain = KvuCommand("sh script %s", KvuShellArgument(word));
-        const Shell doubled = KvuCommand("sh -c \"%s\"", KvuInDoubleQuotes(plain));
-        for (const Shell& command :
-             {plain, inSh(plain), doubled, inCsh(plain), inCsh(inSh(plain))}) {
-            writeFile("out", "nothing came");
-            EXPECT_EQ(0, platform::system(command.text.c_str())) << command.text;
-            EXPECT_EQ(word, contentsOf("out")) << command.text;
-        }
+        plain = KvuCommand("%s %s", plain, KvuShellArgument(word));
+        expected.append(word).push_back('\0');
+    }
+    const Shell doubled = KvuCommand("sh -c \"%s\"", KvuInDoubleQuotes(plain));
+    for (const Shell& command : {plain, inSh(plain), doubled, inCsh(plain), inCsh(inSh(plain))}) {
+        writeFile("out", "nothing came");
+        EXPECT_EQ(0, platform::system(command.text.c_str())) << command.text;
+        EXPECT_EQ(expected, contentsOf("out")) << command.text;
     }
 }
 
