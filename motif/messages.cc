@@ -196,9 +196,13 @@ Frame whereMessagesGo() {
     if (shell == nullptr || !XtIsRealized(shell)) return frame;
     XWindowAttributes inner, outer;
     Display* display = XtDisplay(shell);
+    // A frame that the window manager takes away during the walk up to it would be a fatal error.
+    XGrabServer(display);
     XGetWindowAttributes(display, XtWindow(shell), &inner);
-    if (inner.map_state != IsViewable) return frame;
     XGetWindowAttributes(display, frameWindow(display, XtWindow(shell)), &outer);
+    XUngrabServer(display);
+    XFlush(display);
+    if (inner.map_state != IsViewable) return frame;
     return {outer.x,
             outer.y,
             outer.width,
