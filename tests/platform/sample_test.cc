@@ -9,7 +9,7 @@ using SampleTest = ScratchTest;
 const std::string sample = ZARN_SOURCE_DIR "/sample";
 
 TEST_F(SampleTest, TheSameAgainButNothingInTheWay) {
-    const std::string pack = sample + "/pack dist /bin/true " + toolsDir;
+    const std::string pack = "'" + sample + "/pack' dist /bin/true '" + toolsDir + "'";
     ASSERT_EQ(0, outcomeOf(pack + " gz cdrom && cp -R dist/gz . && rm gz/Zarn_install").status);
     EXPECT_EQ("", outcomeOf("find dist/cdrom -perm /222").output);
     EXPECT_EQ(0, outcomeOf(pack + " gz cdrom").status);
@@ -25,7 +25,7 @@ class ScriptsTest : public ScratchTest {
 protected:
     void SetUp() override {
         if (!mayBecomePrivate()) GTEST_SKIP() << "this user may make no place of its own";
-        outcomeOf("mkdir home opt; chmod 755 .; cp -R " + sample + "/Zarn_system opt");
+        outcomeOf("mkdir home opt; chmod 755 .; cp -R '" + sample + "/Zarn_system' opt");
         outcomeOf("chmod -R a-w opt/Zarn_system");
     }
     void TearDown() override { outcomeOf("chmod -R u+w ."); }

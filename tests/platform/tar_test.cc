@@ -16,7 +16,7 @@ protected:
     }
 
     static Outcome shell(const std::string& command) {
-        return outcomeOf("export PATH=" + toolsDir + ":$PATH && " + command);
+        return outcomeOf("export PATH='" + toolsDir + "':$PATH && " + command);
     }
 };
 

@@ -12,7 +12,7 @@ protected:
 
     // `program` of this build, with nothing but the false xterm behind it.
     Outcome run(const std::string& program, const std::string& words) const {
-        return outcomeOf("export XFILESEARCHPATH=/tmp/%N PATH=" + toolsDir + ":" + folder + "; " +
+        return outcomeOf("export XFILESEARCHPATH=/tmp/%N PATH='" + toolsDir + ":" + folder + "'; " +
                          program + " " + words);
     }
 };
