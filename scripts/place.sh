@@ -31,7 +31,8 @@ enter_private_tmp() {
 
 # Shows the working directory, which a mount may have hidden, at its path $1 again.
 keep_folder() {
-    [ "$1" -ef . ] || { mkdir -p "$1" && mount --rbind . "$1"; }
+    # By its name, mount would find the empty folder itself.
+    [ "$1" -ef . ] || { mkdir -p "$1" && mount --no-canonicalize --rbind . "$1"; }
     cd "$1" || return
 }
 
