@@ -3,6 +3,8 @@
 // an archive does not hold, GNU tar calls that a failure. This program keeps System V's manners on
 // top of the system's GNU tar for "tar xvof ARCHIVE MEMBER..."; everything else it hands straight
 // on. Success is GNU tar's own, or an extraction that lacked nothing but some of the named members.
+// A whole archive that holds none of them is told apart from one that can't be read: status 1. The
+// same goes for listings, "tar tf ARCHIVE".
 
 #include <fcntl.h>
 #include <poll.h>
@@ -32,6 +34,7 @@ namespace fs = std::filesystem;
 using Words = std::vector<std::string>;
 
 constexpr int fatalStatus = 2;  // GNU tar's own status for errors
+constexpr int nothingFoundStatus = 1;
 constexpr int notFoundStatus = 127;
 
 void print(std::string_view text) {
@@ -52,8 +55,9 @@ struct Extraction {
 std::optional<Extraction> extractionOf(const Words& words) {
     if (words.size() < 3) return std::nullopt;
     const std::string& key = words[1];
-    const bool plain = key.find_first_not_of("xvofpmk") == std::string::npos &&
-                       key.find('x') != std::string::npos && std::ranges::count(key, 'f') == 1;
+    const bool plain = key.find_first_not_of("xtvofpmk") == std::string::npos &&
+                       key.find_first_of("xt") != std::string::npos &&
+                       std::ranges::count(key, 'f') == 1;
     if (!plain) return std::nullopt;
     return Extraction{key, words[2], {words.begin() + 3, words.end()}};
 }
@@ -183,9 +187,8 @@ public:
         if (!line_.empty()) endLine();
     }
 
-    [[nodiscard]] bool onlyMissed(std::size_t asked) const {
-        return !failed_ && missing_ > 0 && missing_ < asked;
-    }
+    [[nodiscard]] bool onlyMissed() const { return !failed_ && missing_ > 0; }
+    [[nodiscard]] std::size_t missing() const { return missing_; }
     [[nodiscard]] const std::string& missingNames() const { return names_; }
     [[nodiscard]] const std::string& held() const { return held_; }
 
@@ -276,14 +279,14 @@ int statusOf(pid_t program) {
 }
 
 int judge(int status, const Messages& messages, const Extraction& extraction) {
-    const bool passedOver = status == fatalStatus && messages.onlyMissed(extraction.members.size());
+    const bool passedOver = status == fatalStatus && messages.onlyMissed();
     if ((status == 0 || passedOver) && isCutOff(extraction.archive)) {
         print(messages.held() + "tar: " + extraction.archive + " is cut off: it has no end\n");
         return fatalStatus;
     }
     if (passedOver) {
         print("tar: not in this archive, passed over:" + messages.missingNames() + "\n");
-        return 0;
+        return messages.missing() < extraction.members.size() ? 0 : nothingFoundStatus;
     }
     print(messages.held());
     return status;
