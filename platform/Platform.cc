@@ -151,10 +151,8 @@ int system(const char* command) {
 bool freeSpace(const char* directory, double& blocks, double& blockSize) {
     struct statvfs status;
     if (directory == nullptr || statvfs(directory, &status) != 0) return false;
-    // A medium that can't be written has no room, however many blocks it counts as free.
-    const bool readOnly = (status.f_flag & ST_RDONLY) != 0;
     const auto allowed = geteuid() == 0 ? status.f_bfree : status.f_bavail;
-    blocks = readOnly ? 0.0 : static_cast<double>(allowed);
+    blocks = static_cast<double>(allowed);
     blockSize = static_cast<double>(status.f_frsize);
     return true;
 }
