@@ -2,6 +2,8 @@
 
 #include <X11/Intrinsic.h>
 
+#include <string>
+
 #include "support/KvTypes.h"
 
 /// The installation engine. Every operation works on one state, `_info` and the two tables of the
@@ -28,8 +30,24 @@ struct KvmInstallProductRow {
     int mask;               ///< one bit
 };
 
+/// The media, by their index.
+enum KvmMedium { KvmLocalTape, KvmRemoteTape, KvmTarFile, KvmCdRom };
+
+enum class KvmExtraction;
+struct KvmPlan;
+
+/// A row of the table of media.
+struct KvmInstallMediumRow {
+    Widget (*getWidget)();                    ///< its toggle
+    const char* option;                       ///< chooses it on the command line; null: none does
+    std::string (*defaultText)();             ///< may tell the user why it is empty
+    const char* error;                        ///< what the user is told when extraction fails
+    KvmExtraction (*extract)(KvmPlan& plan);  ///< the way to extract from it
+};
+
 extern KvmInstallSubsystemRow KvmInstallSubsystem[10];
 extern const KvmInstallProductRow KvmInstallProduct[4];
+extern const KvmInstallMediumRow KvmInstallMedium[4];
 
 /// Default texts of the two tape media.
 extern const char* const KvmInstallReadFrom[2];
@@ -47,7 +65,7 @@ struct KvmInstallInfo {
     KvText path;                 ///< install location: the directory that holds Zarn_system
     KvText readText;             ///< device, archive names, or CD-ROM directory
     KvText installHostname;      ///< host it was installed on
-    int readFrom;                ///< medium: 0 local tape, 1 remote tape, 2 tar file, 3 CD-ROM
+    int readFrom;                ///< medium: a KvmMedium
     KvText startDir;             ///< where the installer and its archives lie
     int productChanged;          ///< 1: another edition was chosen while installed
     int subsystemsAdded;         ///< 1: a subsystem was marked for installation while installed

@@ -1,13 +1,14 @@
-#include <Xm/Label.h>
-#include <Xm/ToggleB.h>
+#include "engine/catalogue.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <string_view>
 
-#include "builder/KviBxUtil.h"
-#include "engine/KvmInstallMgr.h"
-#include "engine/KvmInternal.h"
+#include "engine/command.h"
+#include "engine/extract.h"
+#include "engine/record.h"
+#include "engine/window.h"
 #include "ui/KviInstall.h"
 
 Widget textureSub() {
@@ -54,7 +55,22 @@ Widget ambrelProd() {
     return kviInstallAmbrel;
 }
 
-KvmInstallSubsystemRow KvmInstallSubsystem[10] = {
+Widget tapeMedium() {
+    return kviInstallToggleTape;
+}
+Widget remoteTapeMedium() {
+    return kviInstallToggleRemoteTape;
+}
+Widget tarFileMedium() {
+    return kviInstallToggleTarFile;
+}
+Widget cdRomMedium() {
+    return kviInstallToggleCD;
+}
+
+namespace {
+
+constexpr KvmInstallSubsystemRow rows[] = {
     {textureSub, "Clip art - Textures", "textures", 0.2F, 1, 1, 0},
     {materialSub, "Clip art - Materials", "materials", 0.1F, 1, 1, 0},
     {projectSub, "Clip art - Projects", "projects", 0.1F, 1, 1, 1},
@@ -67,6 +83,21 @@ KvmInstallSubsystemRow KvmInstallSubsystem[10] = {
     {miscSrcSub, "Misc. source", "src", 0.0F, 1, 1, 2},
 };
 
+constexpr std::size_t longestDirectory() {
+    std::size_t longest = 0;
+    for (const KvmInstallSubsystemRow& row : rows)
+        longest = std::max(longest, std::string_view(row.directory).size());
+    return longest;
+}
+
+static_assert(std::size(rows) == std::size(KvmInstallSubsystem));
+static_assert(longestDirectory() == kvmLongestDirectory.size());
+
+}  // namespace
+
+KvmInstallSubsystemRow KvmInstallSubsystem[10] = {rows[0], rows[1], rows[2], rows[3], rows[4],
+                                                  rows[5], rows[6], rows[7], rows[8], rows[9]};
+
 const KvmInstallProductRow KvmInstallProduct[4] = {
     {pinnetProd, "PNT", "Zarn-Pinnet", 8},
     {corvanProd, "CRV", "Zarn-Corvan", 4},
@@ -74,31 +105,54 @@ const KvmInstallProductRow KvmInstallProduct[4] = {
     {ambrelProd, "AMB", "Zarn-Ambrel", 1},
 };
 
+const char* const KvmInstallReadFrom[2] = {"/dev/tape", "guest@<REMOTE-MACHINE-NAME>:/dev/tape"};
+
 namespace {
 
-constexpr const char* addedColour = "#008c00";
-constexpr const char* removedColour = "#d00";
-constexpr const char* unmarkedColour = "Black";
-
-// Shows a mark on an installed suite and remembers that something is to be done.
-void mark(const KvmInstallSubsystemRow& row, const char* colour, int& flag, Widget legend) {
-    flag = 1;
-    KvmSetForeground(row.getWidget(), colour);
-    XtManageChild(legend);
+std::string localTape() {
+    return KvmInstallReadFrom[KvmLocalTape];
 }
+
+std::string remoteTape() {
+    return KvmInstallReadFrom[KvmRemoteTape];
+}
+
+std::string cdRomDirectory() {
+    return KvuPrint("%s/%s", KvmInstallMgr::_info.startDir, kvmSystem);
+}
+
+}  // namespace
+
+const KvmInstallMediumRow KvmInstallMedium[4] = {
+    {tapeMedium, nullptr, localTape,
+     "Error in installing from tape\nPlease check if the tape is inserted in the drive,\n and the "
+     "drive is on.\n",
+     KvmExtractFromTape},
+    {remoteTapeMedium, nullptr, remoteTape,
+     "Error in installing from remote tape.\nPlease check if the tape is inserted in the drive,\n "
+     "and the drive is on.\n",
+     KvmExtractFromTape},
+    {tarFileMedium, "-ftp", KvmArchiveNames, "Error while installing from tar file.\n",
+     KvmExtractFromArchives},
+    {cdRomMedium, "-cdrom", cdRomDirectory,
+     "Error in installing from CD-ROM\nPlease check if CD-ROM is connected properly\nand if you "
+     "are "
+     "running Zarn_install from the CD-ROM!",
+     KvmCopyFromCdRom},
+};
+
+namespace {
 
 void select(KvmInstallSubsystemRow& row, int on) {
     KvmInstallInfo& info = KvmInstallMgr::_info;
     const bool removed = info.installed && row.installed && !on;
     const bool added = info.installed && !row.installed && on;
-    if (removed) {
-        mark(row, removedColour, info.subsystemsRemoved, kviInstallSubsystemRemovedLabel);
-    } else if (added) {
-        mark(row, addedColour, info.subsystemsAdded, kviInstallSubsystemAddedLabel);
-        XtSetSensitive(kviInstallButtonInstall, True);
-    } else {
-        KvmSetForeground(row.getWidget(), unmarkedColour);
-    }
+    if (removed) info.subsystemsRemoved = 1;
+    if (added) info.subsystemsAdded = 1;
+    if (added) KvmAllowInstall(true);
+    KvmShowMark(row.getWidget(), removed ? KvmMark::removed
+                                 : added ? KvmMark::added
+                                         : KvmMark::none);
     row.selected = on;
 }
 
@@ -113,26 +167,48 @@ void selectForEdition(int mask) {
         const int wanted = row.offForProduct == mask ? 0 : 1;
         if (wanted && row.selected) continue;
         row.selected = wanted;
-        XmToggleButtonSetState(row.getWidget(), wanted ? True : False, False);
+        KvmSetToggle(row.getWidget(), wanted != 0);
     }
 }
 
 }  // namespace
 
-void KvmSetForeground(Widget w, const char* colour) {
-    Boolean converted = False;
-    Arg pixel{const_cast<char*>(XmNforeground),
-              CONVERT(XtParent(w), colour, XmRPixel, 0, &converted)};
-    if (converted) XtSetValues(w, &pixel, 1);
+std::string KvmSubsystemFolder() {
+    return KvuPrint("%s/%s/%s", KvmInstallMgr::_info.path, kvmSystem, kvmSubsystems);
+}
+
+bool KvmIsPresent(const KvmInstallSubsystemRow& row) {
+    return KvuSystem::fileExists(KvmSubsystemFolder().c_str(), row.directory, 0);
+}
+
+KvmRows KvmWantedRows() {
+    KvmRows wanted;
+    for (KvmInstallSubsystemRow& row : KvmInstallSubsystem)
+        if (row.selected && !(KvmInstallMgr::_info.installed && KvmIsPresent(row)))
+            wanted.push_back(&row);
+    return wanted;
+}
+
+KvmRows KvmRowsOnDisk(const KvmRows& rows, bool present) {
+    KvmRows found;
+    std::copy_if(rows.begin(), rows.end(), std::back_inserter(found),
+                 [=](const auto* row) { return KvmIsPresent(*row) == present; });
+    return found;
+}
+
+std::string KvmLabelList(const KvmRows& rows) {
+    std::string labels;
+    for (const KvmInstallSubsystemRow* row : rows)
+        labels = KvuPrint("%s\n%s", labels.c_str(), row->label);
+    return labels;
 }
 
 void KvmShowInstalled() {
+    KvmInstallInfo& info = KvmInstallMgr::_info;
+    info.subsystemsAdded = info.subsystemsRemoved = 0;
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
         row.installed = KvmIsPresent(row);
-        const char* colour = row.selected == row.installed ? unmarkedColour
-                             : row.selected                ? addedColour
-                                                           : removedColour;
-        KvmSetForeground(row.getWidget(), colour);
+        select(row, row.selected);
     }
 }
 
@@ -140,7 +216,12 @@ void KvmForgetMarks() {
     KvmInstallInfo& info = KvmInstallMgr::_info;
     info.productChanged = info.subsystemsAdded = info.subsystemsRemoved = 0;
     for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
-        KvmSetForeground(row.getWidget(), unmarkedColour);
+        KvmShowMark(row.getWidget(), KvmMark::none);
+}
+
+std::string KvmInstalledProgram() {
+    const int recorded = KvmInstallMgr::_info.installed ? KvmRecordedProduct() : -1;
+    return recorded == -1 ? KvmInstallMgr::getProductName() : KvmInstallProduct[recorded].program;
 }
 
 int KvmInstallMgr::setSubsystem(Widget toggle, int on) {
@@ -157,7 +238,7 @@ int KvmInstallMgr::setProduct() {
     const int row = rowOfMask(mask);
     if (row != _info.product) {
         _info.product = row;
-        XtSetSensitive(kviInstallButtonInstall, True);
+        KvmAllowInstall(true);
         if (_info.installed) _info.productChanged = 1;
     }
     selectForEdition(mask);
@@ -166,14 +247,13 @@ int KvmInstallMgr::setProduct() {
 
 int KvmInstallMgr::getProduct() {
     for (const KvmInstallProductRow& row : KvmInstallProduct)
-        if (XmToggleButtonGetState(row.getWidget())) return row.mask;
+        if (KvmToggleIsOn(row.getWidget())) return row.mask;
     return KvmInstallProduct[0].mask;
 }
 
 void KvmInstallMgr::setProductUI() {
     for (int i = 0; i < static_cast<int>(std::size(KvmInstallProduct)); ++i)
-        XmToggleButtonSetState(KvmInstallProduct[i].getWidget(), i == _info.product ? True : False,
-                               False);
+        KvmSetToggle(KvmInstallProduct[i].getWidget(), i == _info.product);
 }
 
 const char* KvmInstallMgr::getProductName() {

@@ -1,45 +1,34 @@
-#include <dirent.h>
+#include "engine/extract.h"
 
-#include <algorithm>
+#include <dirent.h>
+#include <sys/wait.h>
+
 #include <cstdio>
-#include <iterator>
 #include <string>
 #include <string_view>
 
-#include "engine/KvmInstallMgr.h"
-#include "engine/KvmInternal.h"
 #include "engine/brochure.h"
-#include "motif/KvcUtil.h"
+#include "engine/command.h"
+#include "engine/window.h"
 #include "platform/Platform.h"
 #include "support/KvuOwners.h"
-#include "ui/KviInstall.h"
 
 namespace {
 
-int firstTimeShell = 1;
+// The status of Zarn_tools/tar for a whole archive that holds nothing of what was asked for.
+constexpr int nothingFound = 1;
 
-KvmInstallInfo& state() {
-    return KvmInstallMgr::_info;
+bool holds(const std::string& directory, const char* name) {
+    return KvuSystem::fileExists(directory.c_str(), name, 0) != 0;
 }
 
-void status(const char* a, const char* b, const char* c = nullptr) {
-    KvmInstallMgr::info(kviInstallSystemMsg, a, b, c);
-}
-
-// The labels for the user, each on a line of its own.
-std::string labelList(const KvmRows& rows) {
-    std::string labels;
-    for (const KvmInstallSubsystemRow* row : rows)
-        labels = KvuPrint("%s\n%s", labels.c_str(), row->label);
-    return labels;
-}
-
-KvuShellText fileList(const KvmRows& rows, const char* from) {
+// The members of an archive, or the directories of a CD-ROM: `prefix` tells where they are.
+KvuShellText sourceList(const KvmRows& rows, const std::string& prefix) {
     KvuShellText files;
     for (const KvmInstallSubsystemRow* row : rows)
-        files = state().readFrom == kvmCdRom
-                    ? KvuCommand("%s %s/%s/%s", files, from, kvmSubsystems, row->directory)
-                    : KvuCommand("%s %s/%s", files, kvmSubsystems, row->directory);
+        files = prefix.empty()
+                    ? KvuCommand("%s %s/%s", files, kvmSubsystems, row->directory)
+                    : KvuCommand("%s %s/%s/%s", files, prefix, kvmSubsystems, row->directory);
     return files;
 }
 
@@ -48,13 +37,6 @@ KvuShellText directoryList(const KvmRows& rows) {
     for (const KvmInstallSubsystemRow* row : rows)
         directories = KvuCommand("%s %s", directories, row->directory);
     return directories;
-}
-
-KvmRows wantedRows() {
-    KvmRows rows;
-    for (KvmInstallSubsystemRow& row : KvmInstallSubsystem)
-        if (row.selected && !(state().installed && KvmIsPresent(row))) rows.push_back(&row);
-    return rows;
 }
 
 KvuShellText baseEntries(const char* from) {
@@ -73,22 +55,6 @@ KvuShellText baseEntries(const char* from) {
     return entries;
 }
 
-// What is copied from a CD-ROM lands in the working directory, which has to be the product tree.
-bool enterProductTree() {
-    if (!state().installed) KvuSystem::mkdir(kvmSystem);
-    return KvmChangeDirectory(KvuPrint("%s/%s", state().path, kvmSystem)) ||
-           KvmFail("Can't write to disk.\nPlease select another path");
-}
-
-KvuShellText extractionCommand(const char* from, const KvmRows& wanted) {
-    const KvuShellText files = fileList(wanted, from);
-    if (state().readFrom == kvmCdRom)
-        return state().installed ? KvuCommand("cp -r %s .", files)
-                                 : KvuCommand("cp -r %s %s .", baseEntries(from), files);
-    return state().installed ? KvuCommand("tar xvof %s %s", from, files)
-                             : KvuCommand("tar xvof %s %s %s", from, kvmSystem, files);
-}
-
 bool writeBrochure() {
     std::FILE* file = platform::openTemporary("/tmp/.kvcInstallMsg");
     if (file == nullptr) return false;
@@ -96,7 +62,9 @@ bool writeBrochure() {
     return std::fclose(file) == 0;
 }
 
+// Once in a process: the user knows the text by the second installation.
 void showBrochure() {
+    static int firstTimeShell = 1;
     if (!firstTimeShell) return;
     firstTimeShell = 0;
     if (!writeBrochure()) return;
@@ -106,112 +74,185 @@ void showBrochure() {
         "-icontitle \"Zarn install\"  -e /bin/csh -c \"more /tmp/.kvcInstallMsg; cat\" &");
 }
 
-const char* extractionError() {
-    static const char* const errors[] = {
-        "Error in installing from tape\nPlease check if the tape is inserted in the drive,\n and "
-        "the drive is on.\n",
-        "Error in installing from remote tape.\nPlease check if the tape is inserted in the "
-        "drive,\n and the drive is on.\n",
-        "Error while installing from tar file.\n",
-        "Error in installing from CD-ROM\nPlease check if CD-ROM is connected properly\nand if you "
-        "are running Zarn_install from the CD-ROM!",
-    };
-    return errors[state().readFrom];
+void say(const KvmPlan& plan) {
+    KvmStatus("Installing ", plan.adding ? "selected subsystems" : "Zarn system",
+              ". This will take a few minutes...\a");
 }
 
-bool extract(const KvuShellText& command) {
-    if (KvuSystem::system(command.text.c_str(), 1) == 0 &&
-        KvuSystem::fileExists(state().path, kvmSystem, 0))
-        return true;
-    status("Could not install Zarn ", state().installed ? "subsystems." : "system.");
-    return KvmFail(extractionError());
+bool confirmed(const KvmPlan& plan) {
+    return !plan.adding || KvcUserConfirm(2, yesNo, "Install the following subsystems?\n",
+                                          KvmLabelList(plan.wanted).c_str()) == 0;
+}
+
+KvmExtraction fail(const KvmPlan& plan) {
+    KvmStatus("Could not install Zarn ", plan.adding ? "subsystems." : "system.");
+    KvcUserError(KvmInstallMedium[KvmInstallMgr::_info.readFrom].error);
+    return KvmExtraction::failed;
+}
+
+// An adding that brought nothing has failed, whatever its commands said.
+KvmExtraction howMuch(const KvmPlan& plan, const std::string& folder) {
+    std::size_t there = 0;
+    for (const KvmInstallSubsystemRow* row : plan.wanted)
+        if (holds(folder, row->directory)) ++there;
+    if (plan.adding && there == 0) return fail(plan);
+    return there == plan.wanted.size() ? KvmExtraction::all : KvmExtraction::part;
+}
+
+std::string extractedFolder(const KvmPlan& plan) {
+    return KvuPrint("%s/%s", plan.place.c_str(), kvmSubsystems);
+}
+
+// One archive or tape. The last pass is the one that asks whether to go on.
+KvmExtraction extractPass(const KvmPlan& plan, const char* from, bool finalPass) {
+    say(plan);
+    if (finalPass && !confirmed(plan)) return KvmExtraction::declined;
+    const KvuShellText files = sourceList(plan.wanted, "");
+    showBrochure();
+    const KvuShellText command = plan.adding
+                                     ? KvuCommand("tar xvof %s %s", from, files)
+                                     : KvuCommand("tar xvof %s %s %s", from, kvmSystem, files);
+    const int status = KvuSystem::system(command.text.c_str(), 1);
+    const bool read = status == 0 || (WIFEXITED(status) && WEXITSTATUS(status) == nothingFound);
+    if (!read || !holds(plan.place, kvmSystem)) return fail(plan);
+    return finalPass ? howMuch(plan, extractedFolder(plan)) : KvmExtraction::part;
+}
+
+void askToDelete(KvmArchive& archive) {
+    archive.unwanted =
+        KvcUserConfirm(2, yesNo, "Installation from tar file \"", archive.word.c_str(),
+                       "\" is complete.\nDo you want to remove the tar file from "
+                       "your system?") == 0;
+    if (!archive.unwanted) KvmPackAgain(archive);
 }
 
 // Copies of what lies on a CD-ROM are as read-only as the originals: their owner could neither
 // move nor ever remove them.
-void makeWritable(const KvmRows& wanted) {
-    if (state().installed) {
-        KvmRun("chmod -R u+w %s", directoryList(wanted));
+void makeWritable(const KvmPlan& plan) {
+    if (plan.adding) {
+        KvmRun("chmod -R u+w %s", directoryList(plan.wanted));
     } else {
         KvmRun("chmod -R u+w .");
     }
 }
 
-void placeCopies(const KvmRows& wanted) {
+// What is copied lands in the working directory, the product tree.
+KvmExtraction copyIntoTree(const KvmPlan& plan) {
+    const KvuShellText files = sourceList(plan.wanted, plan.source);
+    const KvuShellText command =
+        plan.adding ? KvuCommand("cp -r %s .", files)
+                    : KvuCommand("cp -r %s %s .", baseEntries(plan.source.c_str()), files);
+    showBrochure();
+    const bool copied = KvuSystem::system(command.text.c_str(), 1) == 0;
+    makeWritable(plan);
+    return copied && holds(plan.place, kvmSystem) ? howMuch(plan, ".") : fail(plan);
+}
+
+void placeCopies(const KvmPlan& plan) {
     KvuSystem::mkdir(kvmSubsystems);
-    if (!KvmRun("mv %s %s", directoryList(wanted), kvmSubsystems))
+    if (!KvmRun("mv %s %s", directoryList(plan.wanted), kvmSubsystems))
         KvcUserError("Error: Could not move the following subsystems inside the subsystems folder.",
-                     labelList(wanted).c_str());
-}
-
-bool copyFromCdRom(const char* from, const KvmRows& wanted) {
-    if (!enterProductTree()) return false;
-    const KvuShellText command = extractionCommand(from, wanted);
-    showBrochure();
-    const bool copied = extract(command);
-    makeWritable(wanted);
-    if (copied && !wanted.empty()) placeCopies(wanted);
-    return KvmChangeDirectory(state().path) && copied;
-}
-
-bool extractFromArchive(const char* from, const KvmRows& wanted, int finalPass) {
-    const KvuShellText command = extractionCommand(from, wanted);
-    showBrochure();
-    return extract(command) && (wanted.empty() || !finalPass || KvmPlaceExtracted());
-}
-
-bool moveExtracted() {
-    const std::string_view path = state().path;
-    const std::string_view system = kvmSystem;
-    const std::string_view folder = kvmSubsystems;
-    if (!state().installed) return KvmRun("mv %s/%s %s/%s", path, folder, path, system);
-    // A suite that was installed without subsystems has no folder for them yet. A move that fails
-    // must end the command, or what was extracted would be deleted unplaced.
-    KvuSystem::mkdir(KvmSubsystemFolder().c_str());
-    return KvmRun("set -e; mv %s/%s/* %s/%s/%s; rm -rf %s/%s", path, folder, path, system, folder,
-                  path, folder);
+                     KvmLabelList(plan.wanted).c_str());
 }
 
 }  // namespace
 
-bool kvmDeclined = false;
-
-bool KvmPlaceExtracted() {
-    return moveExtracted() || KvmFail("Error: Could not move subsystems folder \"",
-                                      "subsystems\"\ninside ", state().path, "/Zarn_system");
+KvmExtraction KvmExtractFromTape(KvmPlan& plan) {
+    return extractPass(plan, plan.source.c_str(), true);
 }
 
-KvmRows KvmMarkedSubsystems() {
-    return state().installed && state().subsystemsAdded ? wantedRows() : KvmRows();
+// After a failure the rest is tried all the same, so that the user hears of every bad archive at
+// once; but nothing of it will count, and nothing is asked any more.
+KvmExtraction KvmExtractFromArchives(KvmPlan& plan) {
+    KvmExtraction result = KvmExtraction::failed;
+    bool failed = false;
+    for (KvmArchive& archive : plan.archives) {
+        if (failed && plan.adding) break;
+        // An archive before it may have left a file of that name: it counts as missing. The last of
+        // an adding can't be missing, since its pass asks.
+        if (!KvmCanUnpack(archive)) {
+            failed = failed || plan.adding;
+            continue;
+        }
+        if (!KvmUnpack(archive)) return KvmExtraction::failed;
+        const bool last = &archive == &plan.archives.back();
+        result = extractPass(plan, archive.unpacked.c_str(), last);
+        if (result == KvmExtraction::failed) {
+            failed = true;
+        } else if (plan.adding || failed) {
+            KvmPackAgain(archive);
+        } else {
+            askToDelete(archive);
+        }
+    }
+    return failed ? KvmExtraction::failed : result;
 }
 
-bool KvmReportAdded(const KvmRows& wanted) {
-    KvmRows added;
-    std::copy_if(wanted.begin(), wanted.end(), std::back_inserter(added),
-                 [](const KvmInstallSubsystemRow* row) { return KvmIsPresent(*row); });
-    // An archive need not hold all that is asked of it; what it did not hold stays marked.
-    state().subsystemsAdded = added.size() < wanted.size();
-    if (added.empty()) return false;
-    KvcUserInfo("The following subsystems were successfully installed:\n",
-                labelList(added).c_str());
-    return true;
+KvmExtraction KvmCopyFromCdRom(KvmPlan& plan) {
+    say(plan);
+    if (!confirmed(plan)) return KvmExtraction::declined;
+    if (!plan.adding) KvuSystem::mkdir(kvmSystem);
+    if (!KvmChangeDirectory(KvuPrint("%s/%s", plan.place.c_str(), kvmSystem))) {
+        KvcUserError("Can't write to disk.\nPlease select another path");
+        return KvmExtraction::failed;
+    }
+    const KvmExtraction result = copyIntoTree(plan);
+    if (result != KvmExtraction::failed && !plan.wanted.empty()) placeCopies(plan);
+    return KvmChangeDirectory(plan.place) ? result : KvmExtraction::failed;
+}
+
+bool KvmPlaceExtracted(const KvmPlan& plan) {
+    const std::string_view path = plan.place;
+    const std::string_view system = kvmSystem;
+    const std::string_view folder = kvmSubsystems;
+    if (!holds(plan.place, kvmSubsystems)) return true;
+    bool moved = false;
+    if (plan.adding) {
+        // A suite that was installed without subsystems has no folder for them yet. A move that
+        // fails must end the command, or what was extracted would be deleted unplaced.
+        KvuSystem::mkdir(KvmSubsystemFolder().c_str());
+        moved = KvmRun("set -e; mv %s/%s/* %s/%s/%s; rm -rf %s/%s", path, folder, path, system,
+                       folder, path, folder);
+    } else {
+        moved = KvmRun("mv %s/%s %s/%s", path, folder, path, system);
+    }
+    return moved || KvmFail("Error: Could not move subsystems folder \"", "subsystems\"\ninside ",
+                            plan.place.c_str(), "/Zarn_system");
+}
+
+void KvmDropExtracted(const KvmPlan& plan) {
+    const std::string_view place = plan.place;
+    if (holds(plan.place, kvmSubsystems)) KvmRun("rm -rf %s/%s", place, kvmSubsystems);
+    if (KvmInstallMgr::_info.readFrom != KvmCdRom) return;
+    for (const KvmInstallSubsystemRow* row : plan.wanted)
+        KvmRun("rm -rf %s/%s/%s", place, kvmSystem, row->directory);
+}
+
+void KvmReportAdded(const KvmPlan& plan) {
+    const std::string added = KvmLabelList(KvmRowsOnDisk(plan.wanted, true));
+    KvcUserInfo("The following subsystems were successfully installed:\n", added.c_str());
+}
+
+void KvmReportMissing(const KvmPlan& plan) {
+    const KvmRows missing = KvmRowsOnDisk(plan.wanted, false);
+    if (!missing.empty())
+        KvcUserError("The following subsystems were selected, but are not on the medium:\n",
+                     KvmLabelList(missing).c_str());
 }
 
 int KvmInstallMgr::copyInstall(const char* source, int finalPass) {
-    const std::string before = KvInstallInfoMsg;
-    status("Installing ", _info.installed ? "selected subsystems" : "Zarn system",
-           ". This will take a few minutes...\a");
-    const KvmRows wanted = wantedRows();
-    if (_info.installed && wanted.empty()) return 0;
-    if (_info.installed && finalPass &&
-        KvcUserConfirm(2, yesNo, "Install the following subsystems?\n",
-                       labelList(wanted).c_str()) != 0) {
-        kvmDeclined = true;
-        status(before.c_str(), nullptr);
-        return 0;
-    }
-    const bool done = _info.readFrom == kvmCdRom ? copyFromCdRom(source, wanted)
-                                                 : extractFromArchive(source, wanted, finalPass);
-    if (!done) return 0;
-    return !_info.installed || !finalPass || KvmReportAdded(wanted);
+    KvmPlan plan;
+    plan.adding = _info.installed != 0;
+    plan.place = _info.path;
+    plan.source = source;
+    plan.wanted = KvmWantedRows();
+    if (plan.adding && plan.wanted.empty()) return 0;
+    const KvmExtraction result = _info.readFrom == KvmCdRom
+                                     ? KvmCopyFromCdRom(plan)
+                                     : extractPass(plan, source, finalPass != 0);
+    if (result == KvmExtraction::failed || result == KvmExtraction::declined) return 0;
+    if (!finalPass) return 1;
+    if (!KvmPlaceExtracted(plan)) return 0;
+    if (plan.adding) KvmReportAdded(plan);
+    return 1;
 }

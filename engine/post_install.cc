@@ -1,6 +1,3 @@
-#include <Xm/List.h>
-#include <Xm/TextF.h>
-
 #include <algorithm>
 #include <fstream>
 #include <iterator>
@@ -8,11 +5,11 @@
 #include <string_view>
 #include <vector>
 
-#include "builder/KviOwners.h"
-#include "engine/KvmInstallMgr.h"
-#include "engine/KvmInternal.h"
+#include "engine/catalogue.h"
+#include "engine/command.h"
+#include "engine/record.h"
+#include "engine/window.h"
 #include "support/KvuString.h"
-#include "ui/KviInstall.h"
 
 namespace {
 
@@ -53,20 +50,21 @@ bool homeField(const std::string& line, KvText& home) {
 }  // namespace
 
 int KvmInstallMgr::installIcon_icon() {
-    const KviText path(XmTextFieldGetString(kviInstallIconPath));
-    if (!path || *path == '\0') return 0;
-    const int linked = KvmRun("ln -s %s/%s %s", "/usr/sbin", getProductName(), path.get());
-    if (!linked) KvcUserError("Could not write to: ", path.get());
-    info(kviInstallSystemMsg, "Installed ", getProductName(), " in ", path.get());
+    const std::string path = KvmIconField();
+    if (path.empty()) return 0;
+    const std::string program = KvmInstalledProgram();
+    const int linked = KvmRun("ln -s %s/%s %s", "/usr/sbin", program, path);
+    if (!linked) KvcUserError("Could not write to: ", path.c_str());
+    KvmStatus("Installed ", program.c_str(), " in ", path.c_str());
     return linked;
 }
 
 int KvmInstallMgr::installDesktop() {
     if (KvcUserConfirm(2, yesNo, "Do you want to install Indigo Magic desktop icons?") != 0)
         return 0;
-    info(kviInstallSystemMsg, "Installing desktop icons, please wait...");
+    KvmStatus("Installing desktop icons, please wait...");
     if (!KvmRun("%s/%s/bin/%s %s %s", _info.path, kvmSystem, "Zarn.installDesktop", _info.path,
-                getProductName()))
+                KvmInstalledProgram()))
         return 0;
     return KvcUserInfo(
         "Successfully installed desktop icons. These icons\nwill show up on your desktop when you "
@@ -92,20 +90,17 @@ int KvmInstallMgr::installTranslators() {
 }
 
 int KvmInstallMgr::listUsers() {
-    XmListDeleteAllItems(kviInstallUserList);
-    for (const std::string& line : passwordLines()) {
-        std::string name = loginName(line);
-        if (isSystemAccount(name)) continue;
-        const KviXmString item(XmStringCreate(name.data(), XmSTRING_DEFAULT_CHARSET));
-        XmListAddItem(kviInstallUserList, item.get(), 0);
-    }
+    std::vector<std::string> names;
+    for (const std::string& line : passwordLines())
+        if (!isSystemAccount(loginName(line))) names.push_back(loginName(line));
+    KvmShowUsers(names);
     return 1;
 }
 
 int KvmInstallMgr::selectUser(const char* name) {
-    char* home = getHomeDir(name);
+    const char* home = getHomeDir(name);
     if (home == nullptr) return 0;
-    XmTextFieldSetString(kviInstallIconPath, home);
+    KvmShowIconPath(home);
     return 1;
 }
 

@@ -1,23 +1,28 @@
-#include <Xm/ToggleB.h>
+#include "engine/record.h"
+
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <system_error>
 
-#include "engine/KvmInstallMgr.h"
-#include "engine/KvmInternal.h"
-#include "motif/KvcUtil.h"
+#include "engine/catalogue.h"
+#include "engine/command.h"
+#include "engine/window.h"
+#include "platform/Platform.h"
 #include "support/KvuOwners.h"
-#include "ui/KviInstall.h"
 
 KvText KvmInstallMgr::_progName;
 KvmInstallInfo KvmInstallMgr::_info;
@@ -29,6 +34,10 @@ namespace {
 // The record that goes with the user, whatever tree's record the session is working on.
 std::string ownRecord;
 
+std::string own() {
+    return ownRecord.empty() ? KvmInstallMgr::_infoFile : ownRecord;
+}
+
 // A name that does not fit would name another file: better none at all.
 void chooseRecord(const std::string& path) {
     if (KvCopyText(KvmInstallMgr::_infoFile, path)) return;
@@ -36,6 +45,7 @@ void chooseRecord(const std::string& path) {
     KvmInstallMgr::_infoFile[0] = '\0';
 }
 
+constexpr const char* cantWrite = "Can't write out info file ";
 constexpr const char* goneText =
     "Could not locate Zarn system files in\npreviously installed Zarn system location:\n";
 
@@ -65,12 +75,15 @@ Words wordsOf(std::string_view line) {
     return words;
 }
 
+int productNamed(std::string_view program) {
+    for (int i = 0; i < static_cast<int>(std::size(KvmInstallProduct)); ++i)
+        if (program == KvmInstallProduct[i].program) return i;
+    return -1;
+}
+
 void takeProgram(std::string_view program) {
-    for (int i = 0; i < static_cast<int>(std::size(KvmInstallProduct)); ++i) {
-        if (program != KvmInstallProduct[i].program) continue;
-        KvmInstallMgr::_info.product = i;
-        break;
-    }
+    const int product = productNamed(program);
+    if (product != -1) KvmInstallMgr::_info.product = product;
     KvmInstallMgr::setProductUI();
 }
 
@@ -88,21 +101,29 @@ bool isSameDirectory(const std::string& a, const std::string& b) {
     return std::filesystem::equivalent(a, b, error);
 }
 
-std::string pathIn(std::FILE* record) {
-    std::string path;
-    forEachLine(record, [&](std::string_view line) {
+// The value of `key` in the record at `path`; empty when there is none.
+std::string valueIn(const std::string& path, std::string_view wanted) {
+    std::string found;
+    const KvuFile record = openRecord(path.c_str());
+    if (!record) return found;
+    forEachLine(record.get(), [&](std::string_view line) {
         const auto [mark, key, value] = wordsOf(line);
-        if (mark == "#" && key == "PATH:" && !value.empty()) path = value;
+        if (mark == "#" && key == wanted && !value.empty()) found = value;
     });
-    return path;
+    return found;
+}
+
+std::string contentsOf(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // Whether the record may speak for the suite in `place`. The record of a tree that was moved or
 // copied names another one, which must not be changed, let alone be removed, in its stead.
 bool speaksFor(const std::string& recordFile, const std::string& place, const char* location) {
-    const KvuFile record = openRecord(recordFile.c_str());
-    if (!record) return KvmFail("Could not find an installed Zarn system in:\n", location);
-    const std::string path = pathIn(record.get());
+    if (!openRecord(recordFile.c_str()))
+        return KvmFail("Could not find an installed Zarn system in:\n", location);
+    const std::string path = valueIn(recordFile, "PATH:");
     const std::string tree = KvuPrint("%s/%s", path.c_str(), kvmSystem);
     if (path.empty() || isSameDirectory(tree, KvuPrint("%s/%s", place.c_str(), kvmSystem)))
         return true;
@@ -130,8 +151,55 @@ void takeLine(std::string_view line) {
 void readSubsystems() {
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
         row.installed = row.selected = KvmIsPresent(row);
-        XmToggleButtonSetState(row.getWidget(), row.selected ? True : False, False);
+        KvmSetToggle(row.getWidget(), row.selected != 0);
     }
+}
+
+// The nine lines.
+std::string recordText(const std::string& program, const char* version, const char* date,
+                       const std::string& place, const char* host) {
+    return KvuPrint(
+        "# DO NOT MODIFY THIS FILE MANUALLY\n# \n# PROGRAM: %s\n# \n# VERSION: %s\n# DATE:    %s\n"
+        "# PATH:    %s\n# HOST:    %s\n# \n",
+        program.c_str(), version, date, place.c_str(), host);
+}
+
+bool writeAll(int file, const std::string& text) {
+    return ftruncate(file, 0) == 0 &&
+           pwrite(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()) &&
+           fsync(file) == 0;
+}
+
+std::string partOf(const std::string& record) {
+    return record + ".part";
+}
+
+// A link that somebody planted at the name is not followed.
+int openPart(const std::string& path, int flags) {
+    const int file = open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644);
+    struct stat status;
+    if (file >= 0 && fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
+        flock(file, LOCK_EX | LOCK_NB) == 0)
+        return file;
+    const int reason = errno;
+    if (file >= 0) ::close(file);
+    errno = reason;
+    return -1;
+}
+
+std::string copyIn(const std::string& place) {
+    return KvuPrint("%s/%s/resources/%s", place.c_str(), kvmSystem, kvmRecord);
+}
+
+// Replaces a record as a whole: it is never half written.
+bool replaceRecord(const std::string& path, const std::string& text) {
+    const std::string successor = path + ".new";
+    const int file = openPart(successor, O_WRONLY | O_CREAT);
+    if (file < 0) return false;
+    const bool done = writeAll(file, text) && rename(successor.c_str(), path.c_str()) == 0;
+    if (!done) unlink(successor.c_str());
+    ::close(file);
+    return done;
 }
 
 }  // namespace
@@ -141,38 +209,6 @@ std::string KvmHome() {
     if (home != nullptr && *home != '\0') return home;
     const struct passwd* user = getpwuid(getuid());
     return user != nullptr ? user->pw_dir : "/";
-}
-
-std::string KvmSubsystemFolder() {
-    return KvuPrint("%s/%s/%s", KvmInstallMgr::_info.path, kvmSystem, kvmSubsystems);
-}
-
-bool KvmIsPresent(const KvmInstallSubsystemRow& row) {
-    return KvuSystem::fileExists(KvmSubsystemFolder().c_str(), row.directory, 0);
-}
-
-bool KvmWriteRecord(const std::string& place) {
-    KvText date;
-    KvText host;
-    KvuSystem::getDate(date);
-    getHostName(host);
-    std::FILE* record = std::fopen(KvmInstallMgr::_infoFile, "w");
-    if (record == nullptr) return false;
-    takeValue(KvmInstallMgr::_info.installHostname, host);
-    std::fprintf(record, "# DO NOT MODIFY THIS FILE MANUALLY\n");
-    std::fprintf(record, "# \n");
-    std::fprintf(record, "# PROGRAM: %s\n", KvmInstallMgr::getProductName());
-    std::fprintf(record, "# \n");
-    std::fprintf(record, "# VERSION: %s\n", kvmVersion);
-    std::fprintf(record, "# DATE:    %s\n", date);
-    std::fprintf(record, "# PATH:    %s\n", place.c_str());
-    std::fprintf(record, "# HOST:    %s\n", host);
-    std::fprintf(record, "# \n");
-    const bool failed = std::ferror(record) != 0;
-    if (std::fclose(record) == 0 && !failed) return true;
-    // Half a record would be taken for a whole one at the next start.
-    unlink(KvmInstallMgr::_infoFile);
-    return false;
 }
 
 int KvmInstallMgr::checkIfRoot() {
@@ -201,13 +237,85 @@ void KvmReturnToOwnRecord() {
 }
 
 bool KvmOwnRecordNames(const std::string& place) {
-    const KvuFile record = openRecord(KvmInstallMgr::_infoFile);
-    return record && pathIn(record.get()) == place;
+    return valueIn(own(), "PATH:") == place;
+}
+
+int KvmRecordedProduct() {
+    return productNamed(valueIn(KvmInstallMgr::_infoFile, "PROGRAM:"));
+}
+
+bool KvmRecordEdition() {
+    const KvmInstallInfo& info = KvmInstallMgr::_info;
+    const std::string text = recordText(KvmInstallMgr::getProductName(), info.version, info.date,
+                                        info.path, info.installHostname);
+    const std::string copy = copyIn(info.path);
+    return replaceRecord(KvmInstallMgr::_infoFile, text) &&
+           (copy == KvmInstallMgr::_infoFile || replaceRecord(copy, text));
+}
+
+KvmPreparedRecord::~KvmPreparedRecord() {
+    if (file_ >= 0) ::close(file_);
+}
+
+bool KvmPreparedRecord::prepare(const std::string& place) {
+    const std::string record = KvmInstallMgr::_infoFile;
+    const std::string before = contentsOf(partOf(record));
+    struct stat status;
+    const bool blocked = lstat(record.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    if (!blocked) file_ = openPart(partOf(record), O_WRONLY | O_CREAT);
+    if (!blocked && file_ < 0 && errno == EWOULDBLOCK)
+        return KvmFail("Another Zarn_install is installing at this moment.");
+    if (file_ < 0) return KvmFail(cantWrite, record.c_str());
+    KvText date;
+    KvText host;
+    KvuSystem::getDate(date);
+    getHostName(host);
+    if (writeAll(file_,
+                 recordText(KvmInstallMgr::getProductName(), kvmVersion, date, place, host))) {
+        takeValue(KvmInstallMgr::_info.installHostname, host);
+        return true;
+    }
+    // On a full disk the old text still fits where it was.
+    if (before.empty() || !writeAll(file_, before)) drop();
+    return KvmFail(cantWrite, record.c_str());
+}
+
+bool KvmPreparedRecord::putInPlace() const {
+    const std::string record = KvmInstallMgr::_infoFile;
+    return rename(partOf(record).c_str(), record.c_str()) == 0 ||
+           KvmFail(cantWrite, record.c_str());
+}
+
+void KvmPreparedRecord::drop() const {
+    unlink(partOf(KvmInstallMgr::_infoFile).c_str());
+}
+
+std::string KvmUnfinishedPlace() {
+    const std::string part = partOf(own());
+    const int file = openPart(part, O_RDONLY);
+    if (file < 0) return {};
+    ::close(file);
+    const std::string place = valueIn(part, "PATH:");
+    const bool left = KvuSystem::fileExists(place.c_str(), kvmSystem, 0) ||
+                      KvuSystem::fileExists(place.c_str(), kvmSubsystems, 0);
+    return !place.empty() && left ? place : "";
+}
+
+void KvmMarkComplete(const std::string& place) {
+    std::ofstream(copyIn(place)) << contentsOf(partOf(KvmInstallMgr::_infoFile));
+}
+
+bool KvmIsComplete(const std::string& place) {
+    const std::string part = partOf(own());
+    return !contentsOf(part).empty() && contentsOf(copyIn(place)) == contentsOf(part) &&
+           valueIn(part, "PROGRAM:") == KvmInstallMgr::getProductName();
 }
 
 int KvmInstallMgr::setInstallInfo(const char* location) {
-    const std::string place = KvuSystem::dirname(location);
-    const std::string record = KvuPrint("%s/%s/resources/%s", place.c_str(), kvmSystem, kvmRecord);
+    // The working directory changes with the first installation.
+    const std::string tree = location[0] == '/' ? location : platform::absolutePath(location);
+    const std::string place = KvuSystem::dirname(tree.c_str());
+    const std::string record = copyIn(place);
     if (record.size() >= KvTextSize) return KvmFail("This location is too long:\n", location);
     if (!speaksFor(record, place, location)) return 0;
     const KvmInstallInfo before = _info;
@@ -222,9 +330,9 @@ int KvmInstallMgr::setInstallInfo(const char* location) {
         return 0;
     }
     init();
-    info(kviInstallSystemMsg, KvuPrint("%s Version %s is currently installed on '%s'",
-                                       getProductName(), _info.version, _info.installHostname)
-                                  .c_str());
+    KvmStatus(KvuPrint("%s Version %s is currently installed on '%s'", getProductName(),
+                       _info.version, _info.installHostname)
+                  .c_str());
     return 1;
 }
 

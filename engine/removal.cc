@@ -1,13 +1,13 @@
-#include <Xm/ToggleB.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <string>
 
-#include "engine/KvmInstallMgr.h"
-#include "engine/KvmInternal.h"
-#include "motif/KvcUtil.h"
-#include "ui/KviInstall.h"
+#include "engine/catalogue.h"
+#include "engine/command.h"
+#include "engine/record.h"
+#include "engine/window.h"
 
 namespace {
 
@@ -26,13 +26,14 @@ bool removeDirectory(const std::string& folder, const char* directory) {
 }
 
 // What could not be removed is there, at least in part: its row says so again, as it would at the
-// next start, and can be switched off again.
+// next start, and can be switched off again. A mark that the user only declined to act on stays.
 void showWhatStayed() {
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
         if (row.installed || !KvmIsPresent(row)) continue;
         row.installed = row.selected = 1;
-        XmToggleButtonSetState(row.getWidget(), True, False);
+        KvmSetToggle(row.getWidget(), true);
     }
+    KvmShowInstalled();
 }
 
 // Removes the row's subsystem if the user agrees; true when it is gone.
@@ -40,12 +41,11 @@ bool removeSubsystem(KvmInstallSubsystemRow& row, const std::string& folder) {
     if (KvcUserConfirm(2, yesNo, "Remove subsystem '", row.label, "'?") != 0) return false;
     const bool removed = removeDirectory(folder, row.directory);
     if (!removed) KvcUserError("Error: could not remove subsystem \"", row.label, "\"");
-    // The next question takes the error's place in the box; the terminal keeps both.
     std::printf(removed ? "Removed subsystem [%s]\n" : "Could not remove subsystem [%s]\n",
                 row.label);
     std::fflush(stdout);
     row.installed = 0;
-    KvmSetForeground(row.getWidget(), "Black");
+    KvmShowMark(row.getWidget(), KvmMark::none);
     return removed;
 }
 
@@ -67,31 +67,41 @@ int KvmInstallMgr::removeSubsystems() {
 int KvmInstallMgr::removeAll() {
     const std::string home = KvmHome();
     if (KvuSystem::fileExists(home.c_str(), ".zarnRunning", 0))
-        return KvmFail("Zarn is currently running.\nExit the program before removing Zarn_system");
+        return KvmFail("Zarn is currently running.\nExit the program before removing Zarn_system",
+                       "\n\nIf it is not running, delete this file:\n", home.c_str(),
+                       "/.zarnRunning");
     const std::string tree = KvuPrint("%s/%s", _info.path, kvmSystem);
+    // Without its script the tree would stay, and nothing would know of it any more.
+    if (access(KvuPrint("%s/bin/Zarn.install", tree.c_str()).c_str(), X_OK) != 0)
+        return KvmFail("Can't remove ", tree.c_str());
+    const std::string program = KvmInstalledProgram();
     if (!KvmRun("rm -f %s", _infoFile)) return KvmFail("Can't remove ", _infoFile);
-    info(kviInstallSystemMsg, "Removing Zarn system ...\a");
+    KvmStatus("Removing Zarn system ...\a");
     if (!KvmRun("%s/Zarn_system/bin/Zarn.install -r %s/%s", _info.path, _info.path, kvmSystem))
         return KvmFail("Can't remove ", tree.c_str());
-    KvmRun("rm -f %s/%s %s/%s", home, getProductName(), "/usr/sbin", getProductName());
+    KvmRun("rm -f %s/%s %s/%s", home, program, "/usr/sbin", program);
     // The session may have worked on the record inside the tree.
     KvmReturnToOwnRecord();
     if (KvmOwnRecordNames(_info.path)) KvmRun("rm -f %s", _infoFile);
     _info.installed = 0;
     KvmForgetMarks();
-    info(kviInstallSystemMsg, "Removed ", _info.path, "/Zarn_system\a");
+    KvmStatus("Removed ", _info.path, "/Zarn_system\a");
     return 1;
 }
 
 int KvmInstallMgr::remove() {
     if (!_info.installed) return KvmFail("Zarn is not installed on this system!");
-    if (_info.subsystemsRemoved &&
-        KvcUserConfirm(2, removeSub,
-                       "Some subsystems have been marked for removal. Do you want to\nremove just "
-                       "those subsystems, or do you want the entire\nZarn system removed?") == 0) {
-        const int done = removeSubsystems();
-        showWhatStayed();
-        return done;
+    if (_info.subsystemsRemoved) {
+        const int answer = KvcUserConfirm(
+            2, removeSub,
+            "Some subsystems have been marked for removal. Do you want to\nremove just those "
+            "subsystems, or do you want the entire\nZarn system removed?");
+        if (answer == 0) {
+            const int done = removeSubsystems();
+            showWhatStayed();
+            return done;
+        }
+        if (answer != 1) return 0;
     }
     if (KvcUserConfirm(2, yesNo,
                        "Are you sure you want to remove the currently\ninstalled Zarn system in ",

@@ -1,33 +1,28 @@
-#include <Xm/Label.h>
-#include <Xm/TextF.h>
-#include <Xm/ToggleB.h>
-#include <Xm/Xm.h>
-#include <unistd.h>
+#include "engine/session.h"
+
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <iterator>
 #include <string>
 #include <string_view>
 
-#include "engine/KvmInstallMgr.h"
-#include "engine/KvmInternal.h"
-#include "motif/KvcUtil.h"
-#include "support/KvuString.h"
-#include "ui/KviInstall.h"
-
-KvText KvInstallInfoMsg;
+#include "engine/catalogue.h"
+#include "engine/command.h"
+#include "engine/record.h"
+#include "engine/window.h"
 
 namespace {
 
 constexpr float baseMB = 17.0F;
 
-// Pixels from the value's left edge to the window's right one.
-constexpr int spaceRoom = 150;
-
 // Every file that the installer names below the location must fit its buffer, and the record's
 // line for it the reader's.
-constexpr std::size_t longestLocation = KvTextSize - sizeof "/Zarn_system/subsystems/translatorDev";
+constexpr std::size_t longestLocation =
+    KvTextSize - sizeof "/Zarn_system/subsystems/" - kvmLongestDirectory.size();
 
 void resetSubsystems() {
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) row.installed = row.selected = 1;
@@ -35,40 +30,29 @@ void resetSubsystems() {
 
 void labelSubsystems() {
     for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
-        KvcLabelSetString(row.getWidget(), KvuPrint("%s (%.1f Mb)", row.label, row.sizeMB).c_str());
+        KvmLabelToggle(row.getWidget(), KvuPrint("%s (%.1f Mb)", row.label, row.sizeMB));
 }
 
 void showMedium() {
-    const Widget toggles[] = {kviInstallToggleTape, kviInstallToggleRemoteTape,
-                              kviInstallToggleTarFile, kviInstallToggleCD};
-    for (int i = 0; i < 4; ++i)
-        XmToggleButtonSetState(toggles[i], i == KvmInstallMgr::_info.readFrom ? True : False,
-                               False);
-    XmTextFieldSetString(kviInstallReadText, KvmInstallMgr::_info.readText);
-    XtSetSensitive(kviInstallReadTextOk, False);
-}
-
-void showLocation() {
-    XmTextFieldSetString(kviInstallLocationText, KvmInstallMgr::_info.path);
-    XtSetSensitive(kviInstallLocationTextOk, False);
+    for (int i = 0; i < static_cast<int>(std::size(KvmInstallMedium)); ++i)
+        KvmSetToggle(KvmInstallMedium[i].getWidget(), i == KvmInstallMgr::_info.readFrom);
+    KvmShowMediumText(KvmInstallMgr::_info.readText);
 }
 
 void showState() {
     const KvmInstallInfo& info = KvmInstallMgr::_info;
-    XtSetSensitive(kviInstallButtonInstall, !info.installed || info.subsystemsAdded ? True : False);
-    XtSetSensitive(kviInstallButtonRemove, info.installed ? True : False);
-    XtSetSensitive(kviInstallButtonUsers, info.installed ? True : False);
+    KvmAllowInstall(!info.installed || info.subsystemsAdded || info.productChanged);
+    KvmAllowChanges(info.installed != 0);
     if (!info.installed) {
-        KvmInstallMgr::info(kviInstallSystemMsg,
-                            "Zarn is currently not installed on this system. "
-                            "Click on \"Install\" when you are ready.");
+        KvmStatus(
+            "Zarn is currently not installed on this system. Click on \"Install\" when you are "
+            "ready.");
         return;
     }
-    KvmInstallMgr::info(kviInstallSystemMsg,
-                        KvuPrint("%s Version %s is currently installed. To reinstall, \"Remove\", "
-                                 "then \"Install\".",
-                                 KvmInstallMgr::getProductName(), info.version)
-                            .c_str());
+    KvmStatus(KvuPrint("%s Version %s is currently installed. To reinstall, \"Remove\", then "
+                       "\"Install\".",
+                       KvmInstalledProgram().c_str(), info.version)
+                  .c_str());
 }
 
 float requiredMB() {
@@ -86,13 +70,13 @@ std::string refuse(const char* problem, const char* location = nullptr) {
 
 }  // namespace
 
-std::string KvmTakeLocation(const char* location) {
+std::string KvmTakeLocation(const std::string& location) {
     std::string place = location;
     if (place.empty()) return refuse("is empty");
     if (place != "." && place[0] != '/') {
         KvText absolute;
-        if (!KvuSystem::getAbsolutePath(location, absolute, nullptr))
-            return refuse("can't be found:\n", location);
+        if (!KvuSystem::getAbsolutePath(location.c_str(), absolute, nullptr))
+            return refuse("can't be found:\n", location.c_str());
         place = absolute;
     }
     const std::string effective = place == "." ? KvuSystem::getwd() : place;
@@ -102,8 +86,21 @@ std::string KvmTakeLocation(const char* location) {
     return place;
 }
 
-bool KvmChangeDirectory(const std::string& directory) {
-    return chdir(directory.c_str()) == 0;
+std::string KvmNearestDirectory(const std::string& place) {
+    std::filesystem::path nearest = place;
+    std::error_code error;
+    while (!std::filesystem::is_directory(nearest, error) && nearest.has_relative_path())
+        nearest = nearest.parent_path();
+    return nearest;
+}
+
+void KvmTellOfUnfinished() {
+    const std::string place = KvmUnfinishedPlace();
+    if (place.empty()) return;
+    KvmInstallInfo& info = KvmInstallMgr::_info;
+    if (!info.installed && !KvCopyText(info.path, place)) return;
+    KvcUserInfo("The last installation in ", place.c_str(),
+                " was not finished.\n\"Install\" there removes what it left, and starts again.");
 }
 
 int KvmInstallMgr::start(int, char** argv) {
@@ -115,6 +112,7 @@ int KvmInstallMgr::start(int, char** argv) {
         initInfo();
         getInstallInfo();
     }
+    KvmTellOfUnfinished();
     init();
     if (_info.installed && std::strcmp(_info.version, kvmVersion) != 0)
         KvcUserInfo(
@@ -140,41 +138,19 @@ void KvmInstallMgr::init() {
     labelSubsystems();
     initDiskSpace();
     showMedium();
-    showLocation();
+    KvmShowLocation(_info.path);
 }
 
 int KvmInstallMgr::initDiskSpace() {
-    const float available = KvuSystem::getFreeSpace(_info.path);
-    KvcLabelSetString(kviInstallDiskAvail, KvuPrint("%.1f Mbytes", available).c_str());
-    KvcFitLabel(kviInstallDiskAvail, spaceRoom);
+    const float available = KvuSystem::getFreeSpace(KvmNearestDirectory(_info.path).c_str());
     const float required = requiredMB();
-    KvcLabelSetString(kviInstallDiskReq, KvuPrint("%.1f Mbytes", required).c_str());
     const bool enough = _info.installed || available > required;
-    KvmSetForeground(kviInstallDiskAvail, enough ? "Black" : "#ca0000");
+    KvmShowAvailable(KvuPrint("%.1f Mbytes", available), enough);
+    KvmShowRequired(KvuPrint("%.1f Mbytes", required));
     if (enough) return 1;
     std::printf("Not enough disk space for installation.\nPlease enter another file path.");
     std::fflush(stdout);
     return 0;
-}
-
-void KvmInstallMgr::info(Widget label, const char* a, const char* b, const char* c, const char* d) {
-    if (label == nullptr) return;
-    XtManageChild(label);
-    const std::string text = KvuString::concatStrings(a, b, c, d);
-    // The bell at the end is for the terminal; a font has a box for it.
-    std::string shown = text;
-    std::erase(shown, '\a');
-    KvcLabelSetString(label, shown.c_str());
-    // Of a text that is too long the beginning matters most, and the terminal has all of it.
-    XtVaSetValues(label, XmNalignment,
-                  KvcFitLabel(label, 0) ? XmALIGNMENT_CENTER : XmALIGNMENT_BEGINNING, nullptr);
-    // The command that usually follows blocks the window: what it says has to be there before.
-    XmUpdateDisplay(label);
-    if (text != KvInstallInfoMsg) {
-        std::printf("\n%s\n", text.c_str());
-        std::fflush(stdout);
-    }
-    static_cast<void>(KvCopyText(KvInstallInfoMsg, text));
 }
 
 int KvmInstallMgr::isValidInstallPath(const char* location) {
@@ -186,13 +162,19 @@ int KvmInstallMgr::isValidInstallPath(const char* location) {
 
 int KvmInstallMgr::setLocation(const char* location) {
     const std::string place = KvmTakeLocation(location);
-    if (place.empty() || !isValidInstallPath(place.c_str())) return 0;
+    if (place.empty()) return 0;
+    // The suite that the user installed there, and the rest of an installation of his, are no
+    // obstacle.
+    const bool known =
+        KvmOwnRecordNames(place) && KvuSystem::fileExists(place.c_str(), kvmSystem, 0);
+    if (!known && place != KvmUnfinishedPlace() && !isValidInstallPath(place.c_str())) return 0;
     if (!KvCopyText(_info.path, place)) return 0;
     _info.installed = 0;
     KvmForgetMarks();
     KvmReturnToOwnRecord();
+    if (known) getInstallInfo();
     init();
-    XtSetSensitive(kviInstallLocationTextOk, False);
+    KvmLocationTaken();
     return 1;
 }
 

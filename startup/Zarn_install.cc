@@ -27,8 +27,10 @@ struct Option {
 };
 
 const Option options[] = {
-    {"-cdrom", &KvReadFrom, 3, false, "read the distribution from the CD-ROM"},
-    {"-ftp", &KvReadFrom, 2, false, "read the distribution from tar files beside the installer"},
+    {KvmInstallMedium[KvmCdRom].option, &KvReadFrom, KvmCdRom, false,
+     "read the distribution from the CD-ROM"},
+    {KvmInstallMedium[KvmTarFile].option, &KvReadFrom, KvmTarFile, false,
+     "read the distribution from tar files beside the installer"},
     {"-subsystems", &KvInvokeSubsystems, 1, true,
      "add to or remove from the suite installed there"},
     {"-icons", &KvInvokeIconInstall, 1, true, "install icons for the suite installed there"},

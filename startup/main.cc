@@ -24,6 +24,7 @@
 #include <Xm/Xm.h>
 
 #include <cstdio>
+#include <iterator>
 
 #include "builder/KviBxUtil.h"
 #include "engine/KvmInstallMgr.h"
@@ -31,7 +32,7 @@
 #include "startup/ZarnApp.h"
 #include "startup/Zarn_install.h"
 #include "ui/KvcInstall.h"
-#include "ui/KviInstall.h"
+#include "ui/KviWindow.h"
 
 static Widget KviInstallWidget;
 
@@ -59,17 +60,15 @@ static void showWindow(Widget topLevelShell, Atom closing) {
 }
 
 static void selectMedium() {
-    const Widget toggles[] = {kviInstallToggleTape, kviInstallToggleRemoteTape,
-                              kviInstallToggleTarFile, kviInstallToggleCD};
-    for (int i = 0; i < 4; ++i) {
-        const Boolean chosen = i == KvReadFrom ? True : False;
-        XmToggleButtonSetState(toggles[i], chosen, chosen);
-    }
+    for (int i = 0; i < static_cast<int>(std::size(KvmInstallMedium)); ++i)
+        XmToggleButtonSetState(KvmInstallMedium[i].getWidget(), i == KvReadFrom, i == KvReadFrom);
 }
 
+// A directory that holds no suite gives its error and nothing more, whatever else is installed.
 static void doWhatWasAskedFor() {
-    if (KvInvokeSubsystems || KvInvokeIconInstall) KvmInstallMgr::setInstallInfo(KvInstallLocation);
-    if (KvInvokeIconInstall && KvmInstallMgr::isInstalled(nullptr))
+    const bool named = KvInvokeSubsystems || KvInvokeIconInstall;
+    const bool found = named && KvmInstallMgr::setInstallInfo(KvInstallLocation);
+    if (KvInvokeIconInstall && found && KvmInstallMgr::isInstalled(nullptr))
         KvcInstallIcon(nullptr, nullptr, nullptr);
     if (KvReadFrom != -1) selectMedium();
 }

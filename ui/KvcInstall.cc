@@ -5,10 +5,12 @@
 #include <Xm/TextF.h>
 #include <Xm/ToggleB.h>
 
+#include <iterator>
 #include <string>
 
 #include "builder/KviOwners.h"
 #include "engine/KvmInstallMgr.h"
+#include "engine/catalogue.h"
 #include "motif/KvcUtil.h"
 #include "support/KvuCommand.h"
 #include "ui/KviInstall.h"
@@ -16,11 +18,39 @@
 namespace {
 
 int mediumOf(Widget toggle) {
-    if (toggle == kviInstallToggleRemoteTape) return 1;
-    if (toggle == kviInstallToggleTarFile) return 2;
-    if (toggle == kviInstallToggleCD) return 3;
-    return 0;
+    for (int i = 0; i < static_cast<int>(std::size(KvmInstallMedium)); ++i)
+        if (KvmInstallMedium[i].getWidget() == toggle) return i;
+    return KvmLocalTape;
 }
+
+// What the user has changed in a field and not confirmed, kept over a refresh of the window. The
+// cursor stays where it was in any case.
+class FieldKeeper {
+public:
+    FieldKeeper(Widget field, Widget ok)
+        : field_(field),
+          ok_(ok),
+          pending_(XtIsSensitive(ok) != False),
+          text_(XmTextFieldGetString(field)),
+          cursor_(XmTextFieldGetInsertionPosition(field)) {}
+    FieldKeeper(const FieldKeeper&) = delete;
+    FieldKeeper& operator=(const FieldKeeper&) = delete;
+
+    /// Lets the refresh have the field's text: it was confirmed.
+    void confirmed() { pending_ = false; }
+
+    ~FieldKeeper() {
+        if (pending_) XmTextFieldSetString(field_, text_.get());
+        KvcSetSensitive(ok_, pending_ || XtIsSensitive(ok_));
+        XmTextFieldSetInsertionPosition(field_, cursor_);
+    }
+
+private:
+    Widget field_, ok_;
+    bool pending_;
+    KviText text_;
+    XmTextPosition cursor_;
+};
 
 // The toolkit reports both toggles of a switch: the one that goes off and the one that comes on.
 bool reportsSwitchOff(XtPointer callData) {
@@ -36,6 +66,7 @@ void unmapWindow(Widget w) {
 
 void KvcInstallToggleRead(Widget w, XtPointer, XtPointer callData) {
     if (reportsSwitchOff(callData)) return;
+    const FieldKeeper location(kviInstallLocationText, kviInstallLocationTextOk);
     KvmInstallMgr::setReadFrom(mediumOf(w));
     KvmInstallMgr::init();
 }
@@ -51,7 +82,10 @@ void KvcInstallReadTextVal(Widget, XtPointer, XtPointer) {
 
 void KvcInstallLocationTextOk(Widget, XtPointer, XtPointer) {
     const KviText text(XmTextFieldGetString(kviInstallLocationText));
-    if (text) KvmInstallMgr::setLocation(text.get());
+    if (!text) return;
+    const FieldKeeper medium(kviInstallReadText, kviInstallReadTextOk);
+    FieldKeeper location(kviInstallLocationText, kviInstallLocationTextOk);
+    if (KvmInstallMgr::setLocation(text.get())) location.confirmed();
 }
 
 void KvcInstallLocationTextVal(Widget, XtPointer, XtPointer) {
@@ -85,7 +119,7 @@ void KvcInstallIcon(Widget, XtPointer, XtPointer) {
     XtManageChild(kviIInstallIcon);
     KvcKeepDrawn(kviInstallIconShell);
     KvmInstallMgr::listUsers();
-    const std::string heading = KvuPrint("%s icon location", KvmInstallMgr::getProductName());
+    const std::string heading = KvuPrint("%s icon location", KvmInstalledProgram().c_str());
     KvcLabelSetString(kviInstallIconProductLabel, heading.c_str());
     KvmInstallMgr::installDesktop();
 }

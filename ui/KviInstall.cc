@@ -20,6 +20,7 @@
 #include "builder/KviOwners.h"
 #include "motif/KvcUtil.h"
 #include "ui/KvcInstall.h"
+#include "ui/KviWindow.h"
 #include "ui/installIcon.h"
 
 Widget kviInstallWidget;

@@ -2,13 +2,8 @@
 
 #include <X11/Intrinsic.h>
 
-/// The installer's window: its widgets by name, and the function that builds them all.
-
-/// Builds the main dialog and the icon dialog under `parent`, the application's top-level shell,
-/// and stores every widget below. Returns the main bulletin board, still unmanaged: managing it
-/// shows the window. A resource whose text can't be converted on this display keeps its default.
-/// The widgets live as long as the application; none of them is ever destroyed.
-Widget CreatekviInstallWidget(Widget parent);
+/// The widgets of the installer's window, by name. CreatekviInstallWidget (ui/KviWindow.h) makes
+/// them; none of them is ever destroyed.
 
 /// Null until CreatekviInstallWidget has run.
 extern Widget kviInstallWidget;  ///< main bulletin board

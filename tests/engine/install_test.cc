@@ -1,6 +1,12 @@
 #include "tests/fixtures/window.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+
 #include <set>
+
+#include "engine/record.h"
+#include "engine/session.h"
 
 namespace {
 
@@ -12,6 +18,7 @@ protected:
         writeProgram(here / "make/Zarn_system/bin/Zarn.install",
                      "printf '%s\\n' \"$@\" >\"$(dirname \"$0\")/../../script-said\"");
         writeFile(here / "make/Zarn_system/resources/splash", "Zarn");
+        writeProgram(here / "Zarn_install", "");
         for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
             writeFile(here / "make/subsystems" / row.directory / "content", row.label);
     }
@@ -33,6 +40,17 @@ protected:
         XmTextFieldSetString(kviInstallLocationText, suite.string().data());
         answerWith(std::move(buttons));
     }
+
+    // A suite without subsystems, installed from an archive with everything.
+    void installBare() {
+        pack();
+        keepOnly("none");
+        start("suite", {1});
+        ASSERT_TRUE(KvmInstallMgr::install()) << message();
+        KvmInstallMgr::init();
+    }
+
+    static bool says(const std::string& text) { return message().find(text) != std::string::npos; }
 
     void keepOnly(const std::string& directory) {
         for (KvmInstallSubsystemRow& row : KvmInstallSubsystem)
@@ -78,30 +96,37 @@ TEST_F(Installing, WorksInLocationsThatTheShellWouldMistake) {
     EXPECT_FALSE(fs::exists(here / "oops"));
 }
 
-TEST_F(Installing, PlacesWhatItHasWhateverTheLastArchiveHolds) {
+TEST_F(Installing, TakesFromSeveralArchivesWhatEachHolds) {
     pack("Zarn2.0 a.tar", "Zarn_system");
     pack("zarn2.0b.TAR", "subsystems/models subsystems/render subsystems/src");
-    writeFile(here / "zarn2.0c.tar", "this is no archive");
-    keepOnly("models");
+    start("bare", {1, 1});
+    keepOnly("none");
+    EXPECT_TRUE(KvmInstallMgr::install());
+    EXPECT_EQ(message(), "") << "that the second archive has no Zarn_system is no error";
+
     start("suite", {0, 1});
-    EXPECT_EQ(fieldText(kviInstallReadText), " \"Zarn2.0 a.tar\" zarn2.0b.TAR zarn2.0c.tar");
+    EXPECT_EQ(fieldText(kviInstallReadText), " \"Zarn2.0 a.tar\" zarn2.0b.TAR");
+    for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) row.selected = 0;
+    KvmInstallSubsystem[3].selected = KvmInstallSubsystem[0].selected = 1;
     EXPECT_TRUE(KvmInstallMgr::install());
     EXPECT_EQ(subsystems(), "models ");
+    EXPECT_TRUE(says("not on the medium:\n\nClip art - Textures")) << message();
     EXPECT_EQ(
         answers.asked.at(0),
         "Installation from tar file \"Zarn2.0 a.tar\" is complete.\nDo you want to remove the "
         "tar file from your system?");
     EXPECT_FALSE(fs::exists(here / "Zarn2.0 a.tar")) << "it was to be removed";
     EXPECT_TRUE(fs::exists(here / "zarn2.0b.TAR")) << "it was to stay";
-    acknowledge();
 
     // The textures are in no archive, and the models are to go.
+    KvmInstallMgr::init();
+    acknowledge();
     for (const Widget w : {kviSubsystemPhotorealRenderer, kviSubsystemTextures}) mark(w, 1);
     mark(kviSubsystemModels, 0);
     answerWith({0});
     EXPECT_TRUE(KvmInstallMgr::install());
-    EXPECT_EQ(message(),
-              "The following subsystems were successfully installed:\n\nPhotoreal renderer");
+    EXPECT_TRUE(says("The following subsystems were successfully installed:\n\nPhotoreal renderer"))
+        << message();
     EXPECT_EQ(subsystems(), "models render ");
     EXPECT_EQ(colourOf(kviSubsystemPhotorealRenderer), "#000000");
     EXPECT_EQ(colourOf(kviSubsystemTextures), "#008c00") << "it is still to be installed";
@@ -132,22 +157,36 @@ TEST_F(Installing, AsksNobodyOnTheTerminal) {
 
 TEST_F(Installing, StartsAgainOnlyWithWhatIsItsOwn) {
     pack();
-    script("tar", "/usr/bin/tar \"$@\"; exit 1");
+    script("tar", "/usr/bin/tar \"$@\"; exit 2");
     start("suite", {});
     EXPECT_FALSE(KvmInstallMgr::install()) << "the archive is torn";
+    EXPECT_TRUE(fs::exists(suite / "Zarn_system")) << "nothing is claimed, and nothing hidden";
+    EXPECT_FALSE(fs::exists(here / "home/.Zarn_inst"));
+    EXPECT_EQ(KvmUnfinishedPlace(), suite.string());
+    EXPECT_FALSE(KvmInstallMgr::install());
+    EXPECT_TRUE(fs::exists(suite / "Zarn_system/bin")) << "its archive can't be read again";
     fs::remove(here / "tools/tar");
-    fs::create_directory(here / "home/.Zarn_inst");
+    acknowledge();
+
+    // Another process finds the same.
+    ASSERT_EQ(chdir(here.c_str()), 0);
+    KvmInstallMgr::_info = {};
+    KvmInstallMgr::initInfo();
+    KvmTellOfUnfinished();
+    EXPECT_TRUE(says("The last installation in " + suite.string() + " was not finished."));
+    EXPECT_EQ(KvmInstallMgr::_info.path, suite.string());
+    acknowledge();
+    KvmInstallMgr::setReadFrom(KvmTarFile);
+    KvmInstallMgr::init();
     answerWith({1});
     EXPECT_FALSE(KvmInstallMgr::install()) << "the user does not want the leftovers removed";
-    answerWith({0, 1});
-    EXPECT_FALSE(KvmInstallMgr::install()) << "the record can't be written";
     EXPECT_EQ(answers.asked.at(0),
               "The last installation in " + suite.string() +
                   " was not finished.\nRemove what it left there, and start again?");
-    fs::remove(here / "home/.Zarn_inst");
     answerWith({0, 1});
     EXPECT_TRUE(KvmInstallMgr::install()) << message();
     EXPECT_EQ(subsystems(), allSubsystems);
+    EXPECT_EQ(KvmUnfinishedPlace(), "");
 
     // After that the names are the user's again.
     writeFile(suite / "subsystems/.letter", "kept");
@@ -155,8 +194,65 @@ TEST_F(Installing, StartsAgainOnlyWithWhatIsItsOwn) {
     KvmInstallMgr::getInstallInfo();
     mark(kviSubsystemModels, 1);
     EXPECT_FALSE(KvmInstallMgr::install());
-    EXPECT_NE(message().find("There is a folder \"subsystems\""), std::string::npos) << message();
+    EXPECT_TRUE(says("There is a folder \"subsystems\"")) << message();
     EXPECT_TRUE(fs::exists(suite / "subsystems/.letter"));
+}
+
+TEST_F(Installing, FinishesWhatOnlyLacksItsRecord) {
+    pack();
+    start("suite", {});
+    const fs::path record = here / "home/.Zarn_inst";
+    // The record's place is taken while the user thinks about the archive.
+    answers.prepare({[=] {
+        fs::create_directory(record);
+        return answer(0)();
+    }});
+    EXPECT_FALSE(KvmInstallMgr::install());
+    EXPECT_TRUE(says("Can't write out info file " + record.string())) << message();
+    EXPECT_TRUE(fs::exists(here / "Zarn2.0.tar")) << "it may be needed yet";
+    EXPECT_FALSE(KvmInstallMgr::install()) << "it still can't be written";
+    fs::remove(record);
+    script("tar", "exit 2");
+    EXPECT_TRUE(KvmInstallMgr::install()) << message();
+    EXPECT_EQ(subsystems(), allSubsystems);
+    EXPECT_EQ(contentsOf(suite / "script-said"), suite.string() + "\nPNT\nZarn-Pinnet\n");
+}
+
+TEST_F(Installing, KeepsArchivesUntilAllAreThrough) {
+    pack("Zarn2.0a.tar", "Zarn_system");
+    pack("Zarn2.0b.tar", "subsystems");
+    fs::resize_file("Zarn2.0b.tar", fs::file_size("Zarn2.0b.tar") / 2);
+    ASSERT_EQ(std::system("gzip Zarn2.0a.tar"), 0);
+    start("suite", {0});
+    EXPECT_FALSE(KvmInstallMgr::install()) << "the second archive breaks off";
+    EXPECT_TRUE(says("The tar files were kept")) << message();
+    EXPECT_TRUE(fs::exists(here / "Zarn2.0a.tar.gz"));
+    EXPECT_FALSE(fs::exists(here / "home/.Zarn_inst"));
+    EXPECT_STRNE(KvInstallInfoMsg, "Installed Zarn system\a");
+}
+
+TEST_F(Installing, TellsWhichStepFailed) {
+    writeProgram(here / "make/Zarn_system/bin/Zarn.install", "exit 1");
+    fs::remove(here / "Zarn_install");
+    pack();
+    start("suite", {1});
+    EXPECT_TRUE(KvmInstallMgr::install());
+    EXPECT_TRUE(fs::exists(here / "home/.Zarn_inst")) << "it counts as done";
+    EXPECT_TRUE(says("the copy of the installer into the product tree")) << message();
+}
+
+TEST_F(Installing, MakesALocationThatIsNotThere) {
+    pack();
+    start(".", {1});
+    suite = here / "new/suite";
+    XmTextFieldSetString(kviInstallLocationText, suite.string().data());
+    EXPECT_FALSE(KvmInstallMgr::install());
+    EXPECT_FALSE(fs::exists(here / "new")) << "the user said no";
+    EXPECT_TRUE(answers.asked.at(0).find(suite.string()) != std::string::npos);
+    EXPECT_NE(textOf(kviInstallDiskAvail), "0.0 Mbytes") << "the folder above has some";
+    answerWith({0, 1});
+    EXPECT_TRUE(KvmInstallMgr::install()) << message();
+    EXPECT_EQ(subsystems(), allSubsystems);
 }
 
 TEST_F(Installing, StopsBeforeItDoesHarm) {
@@ -171,7 +267,8 @@ TEST_F(Installing, StopsBeforeItDoesHarm) {
         std::string location, archives;
         const char* says;
     } cases[] = {
-        {"/proc/self", " Zarn2.0.tar", "Not enough disk space for installation."},
+        {"/proc/self", " Zarn2.0.tar", "Can't write to disk.\nPlease select another path"},
+        {place + "/full", " Zarn2.0.tar", "Not enough disk space for installation."},
         {place + "/mine", " Zarn2.0.tar", "There is a folder \"subsystems\""},
         {place + "/link", " Zarn2.0.tar", "Can't write to disk.\nPlease select another path"},
         {place + "/suite", " Zarn2.0.tar", "Zarn_system already exists in "},
@@ -187,6 +284,7 @@ TEST_F(Installing, StopsBeforeItDoesHarm) {
         KvmInstallMgr::_info.readFrom = 2;
         XmTextFieldSetString(kviInstallReadText, const_cast<char*>(c.archives.c_str()));
         if (c.location[1] != 'p') fs::create_directories(c.location);
+        KvmInstallSubsystem[0].sizeMB = c.location.ends_with("full") ? 1e9F : 0.2F;
         XmTextFieldSetString(kviInstallLocationText, const_cast<char*>(c.location.c_str()));
         EXPECT_FALSE(KvmInstallMgr::install());
         EXPECT_NE(message().find(c.says), std::string::npos) << message();
@@ -200,11 +298,7 @@ TEST_F(Installing, StopsBeforeItDoesHarm) {
 }
 
 TEST_F(Installing, AddsToASuiteThatHasNoSubsystems) {
-    pack();
-    keepOnly("none");
-    start("suite", {1});
-    ASSERT_TRUE(KvmInstallMgr::install()) << message();
-    KvmInstallMgr::init();
+    installBare();
     EXPECT_FALSE(fs::exists(suite / "Zarn_system/subsystems"));
     EXPECT_FALSE(KvmInstallMgr::install());
     EXPECT_NE(message().find("No new subsytems have been marked"), std::string::npos);
@@ -230,12 +324,78 @@ TEST_F(Installing, AddsToASuiteThatHasNoSubsystems) {
     EXPECT_EQ(colourOf(kviSubsystemModels), "#000000");
 }
 
-TEST_F(Installing, NeverDeletesWhatItCouldNotPlace) {
-    pack();
-    keepOnly("none");
-    start("suite", {1});
-    ASSERT_TRUE(KvmInstallMgr::install()) << message();
+TEST_F(Installing, AddsAllOrNothing) {
+    installBare();
+    const auto add = [&](const char* archives, std::vector<int> buttons) {
+        if (message() != "") acknowledge();
+        KvmInstallMgr::setReadText(archives);
+        KvmInstallMgr::init();
+        answerWith(std::move(buttons));
+        return KvmInstallMgr::install();
+    };
+    ASSERT_EQ(chdir(here.c_str()), 0);
+    pack("Zarn2.0a.tar", "subsystems/textures");
+    pack("Zarn2.0b.tar", "subsystems/models");
+    fs::copy("Zarn2.0b.tar", "cut.tar");
+    fs::resize_file("cut.tar", 600);
+    for (const Widget w : {kviSubsystemModels, kviSubsystemTextures})
+        KvmInstallMgr::setSubsystem(w, 1);
+    const struct {
+        const char* archives;
+        std::vector<int> buttons;
+    } cases[] = {{"Zarn2.0a.tar cut.tar", {0}},
+                 {"cut.tar Zarn2.0a.tar", {}},
+                 {"Zarn2.0a.tar Zarn2.0b.tar", {1}},
+                 {"Zarn_install", {0}}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.archives);
+        EXPECT_FALSE(add(c.archives, c.buttons));
+        EXPECT_EQ(listing(suite), "Zarn_system script-said ");
+        EXPECT_FALSE(fs::exists(suite / "Zarn_system/subsystems"));
+        EXPECT_EQ(colourOf(kviSubsystemTextures), "#008c00") << "it is still marked";
+    }
+    const int other = open(suite.c_str(), O_RDONLY | O_DIRECTORY);
+    flock(other, LOCK_EX);
+    EXPECT_FALSE(add("Zarn2.0a.tar Zarn2.0b.tar", {}));
+    EXPECT_TRUE(says("Another Zarn_install is at work in this location.")) << message();
+    close(other);
+    EXPECT_TRUE(add("Zarn2.0a.tar Zarn2.0b.tar", {0})) << message();
+    EXPECT_EQ(subsystems(), "models textures ");
+}
+
+TEST_F(Installing, RefusesAnotherPlaceWhileASuiteIsInstalled) {
+    installBare();
+    const std::string elsewhere = here / "elsewhere";
+    XmTextFieldSetString(kviInstallLocationText, const_cast<char*>(elsewhere.c_str()));
+    EXPECT_FALSE(KvmInstallMgr::install());
+    for (const std::string& part : {suite.string(), elsewhere, std::string("press \"Ok\"")})
+        EXPECT_TRUE(says(part)) << message();
+    EXPECT_TRUE(KvmInstallMgr::_info.installed);
+    acknowledge();
+    EXPECT_TRUE(KvmInstallMgr::setLocation(elsewhere.c_str()));
+    EXPECT_FALSE(KvmInstallMgr::_info.installed);
+    EXPECT_TRUE(KvmInstallMgr::setLocation(suite.c_str())) << message();
+    EXPECT_TRUE(KvmInstallMgr::_info.installed) << "the user's own suite is shown again";
+}
+
+TEST_F(Installing, ShowsTheEditionThatIsInstalled) {
+    installBare();
+    mark(kviInstallAmbrel, 1);
+    EXPECT_TRUE(XtIsSensitive(kviInstallButtonInstall));
     KvmInstallMgr::init();
+    EXPECT_TRUE(XtIsSensitive(kviInstallButtonInstall)) << "the change is still to be made";
+    EXPECT_EQ(textOf(kviInstallSystemMsg).find("Zarn-Pinnet Version 2.0"), 0U);
+    EXPECT_FALSE(KvmInstallMgr::install()) << "nothing is to be added";
+    EXPECT_EQ(contentsOf(suite / "script-said"),
+              suite.string() + "\nAMB\nZarn-Ambrel\nscriptOnly\n");
+    KvmInstallMgr::init();
+    EXPECT_EQ(textOf(kviInstallSystemMsg).find("Zarn-Ambrel Version 2.0"), 0U);
+    EXPECT_EQ(contentsOf(here / "home/.Zarn_inst"),
+              contentsOf(suite / "Zarn_system/resources/.Zarn_inst"));
+}
+
+TEST_F(Installing, NeverDeletesWhatItCouldNotPlace) {
+    installBare();
     script("mv", "exit 1");
     KvmInstallMgr::setSubsystem(kviSubsystemModels, 1);
     answerWith({0});

@@ -1,6 +1,6 @@
 #include "tests/fixtures/window.h"
 
-#include "engine/KvmInternal.h"
+#include "engine/record.h"
 
 namespace {
 
@@ -18,7 +18,10 @@ TEST_F(Record, IsReadBackAsItWasWritten) {
     const std::string place = here / "a'b\"c$(d)`e`;f&g";
     fs::create_directories(place + "/Zarn_system/subsystems/render");
     KvmInstallMgr::_info.product = 2;
-    ASSERT_TRUE(KvmWriteRecord(place));
+    {
+        KvmPreparedRecord record;
+        ASSERT_TRUE(record.prepare(place) && record.putInPlace());
+    }
     const std::string text = contentsOf(here / "home/.Zarn_inst");
     EXPECT_EQ(text.find("# DO NOT MODIFY THIS FILE MANUALLY\n# \n# PROGRAM: Zarn-Lustrel\n# \n"
                         "# VERSION: 2.0\n# DATE:    "),
@@ -71,9 +74,14 @@ TEST_F(Record, IsAWholeRegularFileOrNone) {
     writeFile(here / "home/.Zarn_inst/precious", "kept");
     EXPECT_FALSE(KvmInstallMgr::getInstallInfo());
     EXPECT_EQ(fs::remove_all(here / "home/.Zarn_inst"), 2U) << "it was no record";
-    fs::create_symlink("/dev/full", here / "home/.Zarn_inst");
-    EXPECT_FALSE(KvmWriteRecord(here));
-    EXPECT_FALSE(fs::is_symlink(here / "home/.Zarn_inst"));
+    fs::create_symlink(here / "planted", here / "home/.Zarn_inst.part");
+    EXPECT_FALSE(KvmPreparedRecord().prepare(here));
+    EXPECT_FALSE(fs::exists(here / "planted"));
+    fs::remove(here / "home/.Zarn_inst.part");
+    fs::create_symlink(here / "planted", here / "home/.Zarn_inst");
+    KvmPreparedRecord record;
+    EXPECT_TRUE(record.prepare(here) && record.putInPlace());
+    EXPECT_FALSE(fs::is_symlink(here / "home/.Zarn_inst") || fs::exists(here / "planted"));
 }
 
 class TreeRecord : public Record {
@@ -96,6 +104,13 @@ TEST_F(TreeRecord, TakesOver) {
               "Zarn-Corvan Version 2.0 is currently installed on 'crane'");
     EXPECT_TRUE(XtIsSensitive(kviInstallButtonRemove));
     EXPECT_FALSE(KvmInstallMgr::isRunningOnServer());
+}
+
+TEST_F(TreeRecord, IsFoundFromAnywhere) {
+    tree("suite", here / "suite");
+    EXPECT_TRUE(KvmInstallMgr::setInstallInfo("suite/Zarn_system"));
+    EXPECT_EQ(KvmInstallMgr::_infoFile, here / "suite/Zarn_system/resources/.Zarn_inst");
+    EXPECT_EQ(KvmInstallMgr::_info.path, here / "suite");
 }
 
 TEST_F(TreeRecord, ThatDoesNotSpeakForItsTreeChangesNothing) {

@@ -62,4 +62,33 @@ TEST_F(Removing, ThatFailsLeavesWindowAndDiskAgreed) {
     EXPECT_TRUE(KvmInstallMgr::_info.installed);
 }
 
+TEST_F(Removing, GoesByTheRecordAndByWhatTheUserSaid) {
+    writeFile(here / "home/Zarn-Ambrel", "");
+    writeFile(here / "home/Zarn-Corvan", "not ours");
+    mark(kviInstallCorvan, 1);
+    writeFile(here / "home/.zarnRunning", "");
+    answerWith({0});
+    EXPECT_FALSE(KvmInstallMgr::remove());
+    EXPECT_NE(message().find((here / "home/.zarnRunning").string()), std::string::npos);
+    acknowledge();
+    fs::remove(here / "home/.zarnRunning");
+
+    mark(kviSubsystemModels, 0);
+    for (const std::vector<int>& buttons : {std::vector<int>{0, 1}, {0, 1}}) {
+        answerWith(buttons);
+        KvmInstallMgr::remove();
+        EXPECT_TRUE(KvmInstallMgr::_info.subsystemsRemoved) << "what was declined is still marked";
+    }
+    fs::permissions(tree / "bin/Zarn.install", fs::perms(0644));
+    answerWith({1, 0});
+    EXPECT_FALSE(KvmInstallMgr::remove());
+    EXPECT_TRUE(fs::exists(here / "home/.Zarn_inst")) << "without its script the tree would stay";
+    acknowledge();
+    fs::permissions(tree / "bin/Zarn.install", fs::perms(0755));
+    answerWith({1, 0});
+    EXPECT_TRUE(KvmInstallMgr::remove()) << message();
+    EXPECT_FALSE(fs::exists(here / "home/Zarn-Ambrel"));
+    EXPECT_TRUE(fs::exists(here / "home/Zarn-Corvan"));
+}
+
 }  // namespace

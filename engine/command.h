@@ -1,0 +1,33 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <string>
+#include <type_traits>
+
+#include "motif/KvcUtil.h"
+#include "support/KvuCommand.h"
+#include "support/KvuSystem.h"
+
+/// How the engine runs commands, asks and fails.
+
+/// Labels of the engine's questions; the answer 0 is always "Yes".
+inline constexpr const char* yesNo[] = {"Yes", "No"};
+
+/// Runs a command template filled with `pieces` and waits for it; true for exit status 0.
+template <typename... Pieces>
+bool KvmRun(std::type_identity_t<KvuTemplate<Pieces...>> commandTemplate, const Pieces&... pieces) {
+    return KvuSystem::system(KvuCommand(commandTemplate, pieces...).text.c_str(), 1) == 0;
+}
+
+/// Changes into `directory`; false when that is not possible.
+[[nodiscard]] inline bool KvmChangeDirectory(const std::string& directory) {
+    return chdir(directory.c_str()) == 0;
+}
+
+/// Tells the user what is wrong; always 0, for an operation to end with.
+template <typename... Pieces>
+int KvmFail(const Pieces&... pieces) {
+    KvcUserError(pieces...);
+    return 0;
+}

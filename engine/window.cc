@@ -1,0 +1,154 @@
+#include "engine/window.h"
+
+#include <Xm/Label.h>
+#include <Xm/List.h>
+#include <Xm/TextF.h>
+#include <Xm/ToggleB.h>
+
+#include <cstdio>
+
+#include "builder/KviBxUtil.h"
+#include "builder/KviOwners.h"
+#include "engine/KvmInstallMgr.h"
+#include "motif/KvcUtil.h"
+#include "support/KvuString.h"
+#include "ui/KvcInstallIcon.h"
+#include "ui/KviInstall.h"
+
+KvText KvInstallInfoMsg;
+
+namespace {
+
+// Pixels from the value's left edge to the window's right one.
+constexpr int spaceRoom = 150;
+
+std::string textOf(Widget field) {
+    const KviText text(XmTextFieldGetString(field));
+    return text ? text.get() : "";
+}
+
+void showText(Widget field, const char* text, Widget ok) {
+    XmTextFieldSetString(field, const_cast<char*>(text));
+    XtSetSensitive(ok, False);
+}
+
+// A colour whose name the display doesn't know changes nothing.
+void setForeground(Widget w, const char* colour) {
+    Boolean converted = False;
+    Arg pixel{const_cast<char*>(XmNforeground),
+              CONVERT(XtParent(w), colour, XmRPixel, 0, &converted)};
+    if (converted) XtSetValues(w, &pixel, 1);
+}
+
+}  // namespace
+
+std::string KvmLocationField() {
+    return textOf(kviInstallLocationText);
+}
+
+std::string KvmMediumField() {
+    return textOf(kviInstallReadText);
+}
+
+void KvmShowLocation(const char* location) {
+    showText(kviInstallLocationText, location, kviInstallLocationTextOk);
+}
+
+void KvmShowMediumText(const char* text) {
+    showText(kviInstallReadText, text, kviInstallReadTextOk);
+}
+
+void KvmLocationTaken() {
+    XtSetSensitive(kviInstallLocationTextOk, False);
+}
+
+void KvmMediumTextTaken() {
+    XtSetSensitive(kviInstallReadTextOk, False);
+}
+
+bool KvmToggleIsOn(Widget toggle) {
+    return XmToggleButtonGetState(toggle) != False;
+}
+
+void KvmSetToggle(Widget toggle, bool on) {
+    XmToggleButtonSetState(toggle, on ? True : False, False);
+}
+
+void KvmLabelToggle(Widget toggle, const std::string& label) {
+    KvcLabelSetString(toggle, label.c_str());
+}
+
+void KvmShowMark(Widget toggle, KvmMark mark) {
+    static const struct {
+        const char* colour;
+        Widget* legend;
+    } looks[] = {{"Black", nullptr},
+                 {"#008c00", &kviInstallSubsystemAddedLabel},
+                 {"#d00", &kviInstallSubsystemRemovedLabel}};
+    const auto& look = looks[static_cast<int>(mark)];
+    setForeground(toggle, look.colour);
+    if (look.legend != nullptr) XtManageChild(*look.legend);
+}
+
+void KvmAllowInstall(bool allowed) {
+    XtSetSensitive(kviInstallButtonInstall, allowed ? True : False);
+}
+
+void KvmAllowChanges(bool allowed) {
+    XtSetSensitive(kviInstallButtonRemove, allowed ? True : False);
+    XtSetSensitive(kviInstallButtonUsers, allowed ? True : False);
+}
+
+void KvmShowRequired(const std::string& text) {
+    KvcLabelSetString(kviInstallDiskReq, text.c_str());
+}
+
+void KvmShowAvailable(const std::string& text, bool enough) {
+    KvcLabelSetString(kviInstallDiskAvail, text.c_str());
+    KvcFitLabel(kviInstallDiskAvail, spaceRoom);
+    setForeground(kviInstallDiskAvail, enough ? "Black" : "#ca0000");
+}
+
+void KvmInstallMgr::info(Widget label, const char* a, const char* b, const char* c, const char* d) {
+    if (label == nullptr) return;
+    XtManageChild(label);
+    const std::string text = KvuString::concatStrings(a, b, c, d);
+    // The bell at the end is for the terminal; a font has a box for it.
+    std::string shown = text;
+    std::erase(shown, '\a');
+    KvcLabelSetString(label, shown.c_str());
+    // Of a text that is too long the beginning matters most, and the terminal has all of it.
+    XtVaSetValues(label, XmNalignment,
+                  KvcFitLabel(label, 0) ? XmALIGNMENT_CENTER : XmALIGNMENT_BEGINNING, nullptr);
+    // The command that usually follows blocks the window: what it says has to be there before.
+    XmUpdateDisplay(label);
+    if (text != KvInstallInfoMsg) {
+        std::printf("\n%s\n", text.c_str());
+        std::fflush(stdout);
+    }
+    static_cast<void>(KvCopyText(KvInstallInfoMsg, text));
+}
+
+void KvmStatus(const char* a, const char* b, const char* c, const char* d) {
+    KvmInstallMgr::info(kviInstallSystemMsg, a, b, c, d);
+}
+
+void KvmOpenIconDialog() {
+    KvcInstallIcon(nullptr, nullptr, nullptr);
+}
+
+void KvmShowUsers(const std::vector<std::string>& names) {
+    XmListDeleteAllItems(kviInstallUserList);
+    for (std::string name : names) {
+        const KviXmString item(XmStringCreate(name.data(), XmSTRING_DEFAULT_CHARSET));
+        XmListAddItem(kviInstallUserList, item.get(), 0);
+    }
+}
+
+std::string KvmIconField() {
+    return textOf(kviInstallIconPath);
+}
+
+void KvmShowIconPath(const char* path) {
+    XmTextFieldSetString(kviInstallIconPath, const_cast<char*>(path));
+}
