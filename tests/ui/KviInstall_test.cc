@@ -83,6 +83,22 @@ TEST_F(Window, StaysWithTheMediumThatWasSwitchedOn) {
     }
 }
 
+TEST_F(Window, KeepsTextThatIsNotConfirmed) {
+    const std::string place = here;
+    XmTextFieldSetString(kviInstallLocationText, const_cast<char*>(place.c_str()));
+    press(kviInstallToggleCD);
+    EXPECT_EQ(fieldText(kviInstallLocationText), place);
+    EXPECT_NE(KvmInstallMgr::_info.path, place);
+    XmTextFieldSetString(kviInstallReadText, const_cast<char*>("/dev/other"));
+    XmTextFieldSetInsertionPosition(kviInstallLocationText, 5);
+    press(kviInstallLocationTextOk);
+    EXPECT_EQ(KvmInstallMgr::_info.path, place);
+    EXPECT_FALSE(XtIsSensitive(kviInstallLocationTextOk));
+    EXPECT_EQ(XmTextFieldGetInsertionPosition(kviInstallLocationText), 5);
+    EXPECT_EQ(fieldText(kviInstallReadText), "/dev/other");
+    EXPECT_TRUE(XtIsSensitive(kviInstallReadTextOk));
+}
+
 TEST_F(Window, OpensAndClosesTheIconDialogAnyNumberOfTimes) {
     for (int i = 0; i < 4; ++i) {
         SCOPED_TRACE(i);
