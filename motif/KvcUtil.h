@@ -114,13 +114,13 @@ void KvcSetSensitive(Widget w, int sensitive);
 
 /// Fills `w`, a list or (with `isList` 0) a selection box, with the files of `dir` in alphabetical
 /// order, their extension cut off unless `keepExt`. `select`, if given, is selected with callbacks.
-/// 1; 0 when there is no file or `dir` can't be read.
+/// 1; 0 when there is no file, `dir` can't be read, or the selection box has no list.
 int KvcListFiles(Widget w, const char* dir, const char* ext, int keepExt, int isList,
                  const char* select);
 
 /// Walks over the files of a directory: with `dir` starts (null comes back), then with `dir` null
 /// gives the next name, valid until the next call, or null at the end. A walk that is started
-/// ends the one before it.
+/// ends the one before it; filling a list leaves it alone.
 const char* KvcGetDirectoryList(const char* dir, const char* ext, int keepExt);
 
 /// The entries of `dir` that fit the extension last used above, as KvuSystem::scandir gives them.

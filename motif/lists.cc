@@ -16,18 +16,21 @@ namespace {
 
 // The extension is copied: it outlives the call that gave it.
 std::string extension;
-const char* kviListFilesExt = nullptr;
 
 KvuListing walk;
 struct dirent**& kviDirList = walk.entries;
 int& kviDirListNum = walk.count;
 int kviDirListCurrent = 0;
-int kviDirListExt = 0;
+// Lists may be filled, with other extensions, while the walk goes on.
+std::size_t kviDirListCut = 0;
 KvText name;
 
 void useExtension(const char* ext) {
     extension = ext != nullptr ? ext : "";
-    kviListFilesExt = ext != nullptr ? extension.c_str() : nullptr;
+}
+
+std::size_t cutFromNames(int keepExt) {
+    return keepExt != 0 ? 0 : extension.size();
 }
 
 int KvcListFilesSelect(struct dirent* entry) {
@@ -36,9 +39,9 @@ int KvcListFilesSelect(struct dirent* entry) {
     return !file.starts_with('#') && file.ends_with(extension) ? 1 : 0;
 }
 
-std::string shownName(const struct dirent* entry, int keepExt) {
+std::string shownName(const struct dirent* entry, std::size_t cut) {
     std::string shown = entry->d_name;
-    if (kviListFilesExt != nullptr && keepExt == 0) shown.resize(shown.size() - extension.size());
+    shown.resize(shown.size() - cut);
     return shown;
 }
 
@@ -62,6 +65,7 @@ std::string withoutSlashes(std::string directory) {
 int KvcListFiles(Widget w, const char* dir, const char* ext, int keepExt, int isList,
                  const char* select) {
     Widget list = isList != 0 ? w : XmSelectionBoxGetChild(w, XmDIALOG_LIST);
+    if (list == nullptr) return 0;
     // A name chosen in another directory is not chosen in this one.
     XmListDeselectAllItems(list);
     setItems(w, isList != 0, nullptr, 0);
@@ -72,7 +76,7 @@ int KvcListFiles(Widget w, const char* dir, const char* ext, int keepExt, int is
     std::vector<KviXmString> owners;
     std::vector<XmString> items;
     for (int i = 0; i < files.count; ++i) {
-        owners.push_back(itemOf(shownName(files.entries[i], keepExt).c_str()));
+        owners.push_back(itemOf(shownName(files.entries[i], cutFromNames(keepExt)).c_str()));
         items.push_back(owners.back().get());
     }
     items.push_back(nullptr);
@@ -87,14 +91,14 @@ const char* KvcGetDirectoryList(const char* dir, const char* ext, int keepExt) {
         useExtension(ext);
         kviDirListNum = KvcGetListFiles(dir, &kviDirList);
         kviDirListCurrent = 0;
-        kviDirListExt = keepExt;
+        kviDirListCut = cutFromNames(keepExt);
         return nullptr;
     }
     if (kviDirListCurrent >= kviDirListNum) {
         walk.release();
         return nullptr;
     }
-    const std::string shown = shownName(kviDirList[kviDirListCurrent++], kviDirListExt);
+    const std::string shown = shownName(kviDirList[kviDirListCurrent++], kviDirListCut);
     // A directory's entry is never longer than 255 bytes.
     static_cast<void>(KvCopyText(name, shown));
     return name;

@@ -55,6 +55,16 @@ TEST_F(Files, AreListedAndSelected) {
     const char* const names[] = {"z", "a"};
     KvcListItems(list, names, 2, "a");
     EXPECT_EQ(items(list, XmNselectedItems, XmNselectedItemCount), "a ");
+
+    Widget prompt = XmCreatePromptDialog(testShell(), const_cast<char*>("prompt"), nullptr, 0);
+    EXPECT_FALSE(KvcListFiles(prompt, ".", nullptr, 0, 0, "b")) << "it has no list";
+    // A list that is filled during a walk has an extension of its own.
+    KvcGetDirectoryList(".", ".iv", 0);
+    for (const char* file : {"a", "b"}) {
+        EXPECT_STREQ(KvcGetDirectoryList(nullptr, nullptr, 0), file);
+        KvcListFiles(list, ".", ".long_extension", 0, 1, nullptr);
+    }
+    EXPECT_EQ(KvcGetDirectoryList(nullptr, nullptr, 0), nullptr);
 }
 
 }  // namespace
