@@ -119,9 +119,11 @@ const char* KvuSystem::editor() {
 }
 
 int KvuSystem::mail(const char* subject, const char* address, const char* file) {
-    const KvuShellText command =
-        KvuCommand(" %s %s %s < %s", KvuShellText{"Mail -s"}, std::string_view(subject),
-                   std::string_view(address), std::string_view(file));
+    // The word after -s is the subject whatever it begins with; the first address may be an option.
+    KvuShellText to = KvuShellArgument(address);
+    if (*address == '-') to.text.insert(0, "-- ");
+    const KvuShellText command = KvuCommand(" %s %s %s < %s", KvuShellText{"Mail -s"},
+                                            KvuShellArgument(subject), to, std::string_view(file));
     return system(command.text.c_str(), 1);
 }
 

@@ -36,7 +36,8 @@ public:
     /// The default editor, "jot", whatever the environment says.
     static const char* editor();
 
-    /// Mails `file` to `address`. Returns the status of the mail program.
+    /// Mails `file` to `address`; neither text is taken for an option. Returns the status of the
+    /// mail program.
     static int mail(const char* subject, const char* address, const char* file);
 
     // --- Questions about files and directories

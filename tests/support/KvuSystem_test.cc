@@ -86,6 +86,19 @@ TEST_F(KvuSystemTest, WritableProbeHarmsNothing) {
     EXPECT_FALSE(fs::exists("made"));
 }
 
+TEST_F(KvuSystemTest, MailTakesNoTextForAnOption) {
+    writeProgram("bin/Mail", "printf '<%s>' \"$@\" >called");
+    writeFile("letter", "");
+    setenv("PATH", (folder + "/bin:" + std::getenv("PATH")).c_str(), 1);
+    const char* const cases[][3] = {{"two words", "ann", "<-s><two words><ann>"},
+                                    {"-x", "ann", "<-s><-x><ann>"},
+                                    {"hello", "-x", "<-s><hello><--><-x>"}};
+    for (const auto& [subject, address, called] : cases) {
+        EXPECT_EQ(0, KvuSystem::mail(subject, address, "letter"));
+        EXPECT_EQ(called, contentsOf("called"));
+    }
+}
+
 TEST_F(KvuSystemTest, CopiesButNotOntoItself) {
     fs::create_directory("from dir");
     writeFile("-f;x", "text");
