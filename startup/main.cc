@@ -31,6 +31,7 @@
 #include "motif/KvcUtil.h"
 #include "startup/ZarnApp.h"
 #include "startup/Zarn_install.h"
+#include "support/KvuUtil.h"
 #include "ui/KvcInstall.h"
 #include "ui/KviWindow.h"
 
@@ -74,6 +75,8 @@ static void doWhatWasAskedFor() {
 }
 
 int main(int argc, char** argv) {
+    // The launcher's commands can run out of swap space already, and the warning names the product.
+    KvuUtil::initClass("Zarn", "Installation of the Zarn suite", "2", ".0", "", "Zarn_install");
     parseArgs(argc, argv);
     ZarnAppInit("Zarn_install");
     XtAppContext appContext = nullptr;

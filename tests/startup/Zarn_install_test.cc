@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -95,6 +96,19 @@ TEST_F(Launcher, HandsStrangeWordsOnUnchanged) {
         fs::remove("again");
     }
     EXPECT_FALSE(fs::exists("oops"));
+}
+
+TEST_F(Launcher, NamesTheProductWhenThereIsNoSwapSpace) {
+    fs::copy_file(ZARN_BINARY_DIR "/Zarn_install", "Zarn_install");
+    fs::permissions(".", fs::perms(0755));
+    // The leak check needs a process of its own.
+    setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
+    const auto launch = [] {
+        const rlimit none = {0, 0};
+        if (becomeOrdinary() && setrlimit(RLIMIT_NPROC, &none) == 0)
+            execl("./Zarn_install", "Zarn_install", nullptr);
+    };
+    EXPECT_EXIT(launch(), testing::ExitedWithCode(0), "Some Zarn operations may fail");
 }
 
 TEST(Defaults, LieInAFileOfTheirOwnForAMoment) {
