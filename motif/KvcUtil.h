@@ -9,22 +9,26 @@
 /// Texts are plain text; a newline is a line break.
 
 // Messages. One box serves them all; a message is made of up to four pieces, null ones left out.
+// What the box shows, and how it is answered, is printed on standard output as well.
 
 extern Widget kvcTopLevelWidget;     ///< parent of the box; null until KvcInit
 extern XtAppContext* kvcAppContext;  ///< whose events a question waits for
 extern Widget kvcMessageWidget;      ///< the box; null until the first message
-extern int kvcMessageReturnVal;      ///< answer of the open question; -1: none yet
+extern int kvcMessageReturnVal;      ///< answer of the open question; -1: none yet, -2: closed
 
 /// To be called once, before the first message. `appContext` is kept, not copied.
 void KvcInit(Widget topLevel, XtAppContext* appContext);
 
 /// Names the window over which messages come up, centred, and which they stay above. With null (as
-/// at the start) and while it is not on the screen they come up in the screen's centre. The widget
-/// is kept: name another one before it is destroyed.
+/// at the start) and while it is not on the screen they come up in the screen's centre; but the
+/// first of them waits up to two seconds for a window that is just coming up. The widget is kept:
+/// name another one before it is destroyed.
 void KvcSetMessagesOver(Widget window);
 
-/// Shows an information and returns at once. With `showDialog` 0, and while a question is open,
-/// the text goes to standard error instead. 1; 0 before KvcInit.
+/// Shows an information and returns at once. While the user has not closed the message before it,
+/// both stand in the box, one below the other, and it is an error's box if one of them is an error.
+/// Of what is too much for the screen the oldest texts are left out. With `showDialog` 0, and while
+/// a question is open, the text goes to standard error instead. 1; 0 before KvcInit.
 int KvcUserInfo(const char* s1, const char* s2 = nullptr, const char* s3 = nullptr,
                 const char* s4 = nullptr, int showDialog = 1);
 
@@ -34,9 +38,10 @@ int KvcUserError(const char* s1, const char* s2 = nullptr, const char* s3 = null
                  const char* s4 = nullptr, int showDialog = 1);
 
 /// Asks a question with `n` buttons, 2 or 3, and waits for the answer: the index of the button.
-/// Meanwhile no other widget of the program gets input; windows are redrawn and timers run.
-/// Closing the box answers with the last button, as does asking while a question is open (the
-/// second one is not shown). 0 before KvcInit.
+/// A message that is still shown has to be closed by the user first. Meanwhile no other widget of
+/// the program gets input; windows are redrawn and timers run. -1, none of the buttons, when the
+/// box is closed, be it with Escape, and while another question is open (the second one is not
+/// shown). 0 before KvcInit.
 int KvcUserConfirm(int n, const char* const* labels, const char* s1, const char* s2 = nullptr,
                    const char* s3 = nullptr, const char* s4 = nullptr);
 
@@ -44,8 +49,8 @@ int KvcUserConfirm(int n, const char* const* labels, const char* s1, const char*
 /// commands during which the program did not answer. Nothing happens while a question is open.
 void KvcDropInput();
 
-/// 1 while a question waits for its answer: who handles a window manager's request then must
-/// refuse it, as such requests bypass the question's hold on the input.
+/// 1 while a question waits for its answer or for the message before it: who handles a window
+/// manager's request then must refuse it, as such requests bypass the question's hold on the input.
 int KvcQuestionOpen();
 
 /// Callback of the box: takes `clientData` for the answer and hides the box.

@@ -2,9 +2,11 @@
 #include <Xm/DialogS.h>
 #include <Xm/MessageB.h>
 #include <Xm/Protocols.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <initializer_list>
 #include <string>
@@ -31,10 +33,26 @@ constexpr Size StandardSize = {400, 200};
 constexpr Size LongQuestionSize = {500, 290};
 constexpr int LongQuestionLines = 5;
 
+constexpr char EarlierTexts[] = "(What came before is on the terminal.)";
+constexpr char RestOfText[] = "(The rest is on the terminal.)";
+constexpr std::chrono::seconds LongestWaitForWindow{2};
+
+// Of kvcMessageReturnVal, besides the buttons.
+constexpr int NoAnswer = -1;
+constexpr int Closed = -2;
+
 Widget messagesOver = nullptr;
+bool windowHasComeUp = false;
 Size smallestSize = StandardSize;
 bool questionOpen = false;
-int answerOfClosing = 0;
+int lastButton = 0;
+
+// What stands in the box until the user closes it.
+struct Unread {
+    std::vector<std::string> texts;
+    bool error = false;
+};
+Unread unread;
 
 bool isInitialized() {
     if (kvcTopLevelWidget == nullptr)
@@ -48,6 +66,11 @@ std::string joined(std::initializer_list<const char*> pieces) {
     for (const char* piece : pieces)
         if (piece != nullptr) text += piece;
     return text;
+}
+
+void print(const char* kind, const std::string& text) {
+    std::printf("%s%s\n", kind, text.c_str());
+    std::fflush(stdout);
 }
 
 // The texts of the box
@@ -112,6 +135,16 @@ Widget shellOf(Widget w) {
     return w;
 }
 
+bool isViewable(Display* display, Window window) {
+    XWindowAttributes attributes;
+    return XGetWindowAttributes(display, window, &attributes) != 0 &&
+           attributes.map_state == IsViewable;
+}
+
+bool isShown() {
+    return kvcMessageWidget != nullptr && XtIsManaged(kvcMessageWidget);
+}
+
 Widget messageShell() {
     return XtParent(kvcMessageWidget);
 }
@@ -160,14 +193,49 @@ std::size_t longestLine(std::string_view text) {
     return longest;
 }
 
+Size room() {
+    return {screenSize().width * 9 / 10, screenSize().height * 9 / 10};
+}
+
+bool isTooHigh() {
+    return naturalSize().height > room().height;
+}
+
 // A line wider than the screen, as a long path makes it, is broken rather than left off it.
-void fitToScreen(const std::string& message) {
-    const int room = screenSize().width * 9 / 10;
+std::string fitToWidth(const std::string& message) {
+    setMessage(message);
     const int width = naturalSize().width;
-    if (width <= room) return;
-    const std::size_t columns =
-        longestLine(message) * static_cast<std::size_t>(room) / static_cast<std::size_t>(width);
-    setMessage(wrapped(message, std::max<std::size_t>(columns, 20)));
+    if (width <= room().width) return message;
+    const std::size_t columns = longestLine(message) * static_cast<std::size_t>(room().width) /
+                                static_cast<std::size_t>(width);
+    std::string text = wrapped(message, std::max<std::size_t>(columns, 20));
+    setMessage(text);
+    return text;
+}
+
+std::string oneBelowTheOther(const std::vector<std::string>& texts, std::size_t first) {
+    std::string all = first > 0 ? EarlierTexts : "";
+    for (std::size_t i = first; i < texts.size(); ++i) {
+        while (all.ends_with('\n')) all.pop_back();
+        if (!all.empty()) all += "\n\n";
+        all += texts[i];
+    }
+    return all;
+}
+
+// What there is no room for must not push the buttons off the screen.
+void fitToScreen(const std::vector<std::string>& texts) {
+    std::size_t first = 0;
+    std::string text = fitToWidth(oneBelowTheOther(texts, first));
+    while (isTooHigh() && first + 1 < texts.size())
+        text = fitToWidth(oneBelowTheOther(texts, ++first));
+    if (!isTooHigh()) return;
+    const auto lines = static_cast<int>(std::count(text.begin(), text.end(), '\n')) + 1;
+    for (int keep = lines * room().height / naturalSize().height; keep > 0 && isTooHigh(); --keep) {
+        std::size_t end = 0;
+        for (int line = 0; line < keep; ++line) end = text.find('\n', end) + 1;
+        setMessage(text.substr(0, end) + RestOfText);
+    }
 }
 
 // A window with what its window manager puts around it, in pixels of the screen.
@@ -238,8 +306,20 @@ void hideBox() {
 }
 
 void closeBox(Widget, XtPointer, XtPointer) {
-    if (questionOpen) kvcMessageReturnVal = answerOfClosing;
+    if (questionOpen) kvcMessageReturnVal = Closed;
     hideBox();
+}
+
+void closeBoxByKey(Widget, XEvent*, String*, Cardinal*) {
+    closeBox(nullptr, nullptr, nullptr);
+}
+
+// Motif takes Escape for a press of the second button, which may mean anything.
+void closeWithEscape() {
+    XtActionsRec action = {const_cast<char*>("KvcCloseMessage"), closeBoxByKey};
+    XtAppAddActions(XtWidgetToApplicationContext(kvcMessageWidget), &action, 1);
+    XtOverrideTranslations(kvcMessageWidget,
+                           XtParseTranslationTable("<Key>osfCancel: KvcCloseMessage()"));
 }
 
 void makeBox() {
@@ -256,6 +336,7 @@ void makeBox() {
     for (const char* list : {XmNokCallback, XmNcancelCallback, XmNhelpCallback})
         XtAddCallback(kvcMessageWidget, list, KvcConfirmCB,
                       reinterpret_cast<XtPointer>(static_cast<XtArgVal>(answer++)));
+    closeWithEscape();
     XmAddWMProtocolCallback(
         shell, XmInternAtom(XtDisplay(shell), const_cast<char*>("WM_DELETE_WINDOW"), False),
         closeBox, nullptr);
@@ -266,19 +347,10 @@ void makeBox() {
 // A window manager hides the box with the window that it belongs to.
 void bringBack(Display* display, Widget shell) {
     if (shell == nullptr || !XtIsRealized(shell)) return;
-    XWindowAttributes attributes;
-    if (XGetWindowAttributes(display, XtWindow(shell), &attributes) &&
-        attributes.map_state != IsViewable)
-        XMapRaised(display, XtWindow(shell));
+    if (!isViewable(display, XtWindow(shell))) XMapRaised(display, XtWindow(shell));
 }
 
-void showBox(const std::string& message) {
-    // Keeps the box above that window, and tells the window manager what the box shuts off.
-    if (Widget over = shellOf(messagesOver))
-        XtVaSetValues(messageShell(), XmNtransientFor, over, nullptr);
-    fitToScreen(message);
-    placeBox();
-    XtManageChild(kvcMessageWidget);
+void bringUp() {
     Display* display = XtDisplay(kvcMessageWidget);
     bringBack(display, shellOf(messagesOver));
     XMapWindow(display, XtWindow(kvcMessageWidget));
@@ -295,11 +367,38 @@ public:
     InputHold& operator=(const InputHold&) = delete;
 };
 
+// A window manager shows a window in its own time and only then has a place for it. One that never
+// does must not keep the message back.
+void waitForWindow() {
+    Widget shell = shellOf(messagesOver);
+    if (windowHasComeUp || shell == nullptr || !XtIsRealized(shell) || !XtIsManaged(messagesOver))
+        return;
+    windowHasComeUp = true;
+    const InputHold hold;
+    const auto end = std::chrono::steady_clock::now() + LongestWaitForWindow;
+    while (!isViewable(XtDisplay(shell), XtWindow(shell)) &&
+           std::chrono::steady_clock::now() < end) {
+        KvcFlushEvents(shell, *kvcAppContext);
+        usleep(10000);
+    }
+}
+
+void showBox(const std::vector<std::string>& texts) {
+    waitForWindow();
+    // Keeps the box above that window, and tells the window manager what the box shuts off.
+    if (Widget over = shellOf(messagesOver))
+        XtVaSetValues(messageShell(), XmNtransientFor, over, nullptr);
+    fitToScreen(texts);
+    placeBox();
+    XtManageChild(kvcMessageWidget);
+    bringUp();
+}
+
 class OpenQuestion {
 public:
     explicit OpenQuestion(int buttons) {
         questionOpen = true;
-        answerOfClosing = buttons - 1;
+        lastButton = buttons - 1;
     }
     ~OpenQuestion() { questionOpen = false; }
     OpenQuestion(const OpenQuestion&) = delete;
@@ -316,24 +415,31 @@ void discardInput() {
 }
 
 // False when the message went to standard error.
-bool showMessage(unsigned char type, const char* title, const std::string& message,
-                 int showDialog) {
+bool showMessage(bool error, const std::string& message, int showDialog) {
     makeBox();
     if (showDialog == 0 || questionOpen) {
         std::fprintf(stderr, "%s\n", message.c_str());
         return false;
     }
+    // Some texts say themselves what they are.
+    if (message.starts_with("Error"))
+        print("\n", message);
+    else
+        print(error ? "\nError: " : "\nInformation: ", message);
+    if (!isShown()) unread = {};
+    unread.texts.push_back(message);
+    unread.error = unread.error || error;
     hideBox();
     KvcDropInput();
     BoxArguments arguments;
-    arguments.add(XmNdialogType, type);
-    arguments.addText(XmNdialogTitle, title);
-    arguments.addText(XmNmessageString, literal(message).c_str());
+    arguments.add(XmNdialogType, unread.error ? XmDIALOG_ERROR : XmDIALOG_INFORMATION);
+    arguments.addText(XmNdialogTitle,
+                      unread.error ? "Oooops... Sorry!" : "For your information...");
     arguments.addText(XmNokLabelString, "Ok");
     arguments.apply();
     setButton(XmDIALOG_CANCEL_BUTTON, false);
     setButton(XmDIALOG_HELP_BUTTON, false);
-    showBox(message);
+    showBox(unread.texts);
     return true;
 }
 
@@ -341,7 +447,6 @@ void showQuestion(int n, const char* const* labels, const std::string& message) 
     BoxArguments arguments;
     arguments.add(XmNdialogType, XmDIALOG_QUESTION);
     arguments.addText(XmNdialogTitle, "Please confirm...");
-    arguments.addText(XmNmessageString, literal(message).c_str());
     arguments.addText(XmNokLabelString, labels[0]);
     arguments.addText(XmNcancelLabelString, labels[1]);
     if (n >= 3) arguments.addText(XmNhelpLabelString, labels[2]);
@@ -350,7 +455,7 @@ void showQuestion(int n, const char* const* labels, const std::string& message) 
     setButton(XmDIALOG_HELP_BUTTON, n >= 3);
     if (std::count(message.begin(), message.end(), '\n') >= LongQuestionLines)
         smallestSize = LongQuestionSize;
-    showBox(message);
+    showBox({message});
 }
 
 Time timeOf(const XEvent& event) {
@@ -366,12 +471,13 @@ Time timeOf(const XEvent& event) {
     }
 }
 
+// The button that was pressed, or -1.
 int waitForAnswer() {
     static Time lastAnswer = 0;
     const InputHold hold;
     Display* display = XtDisplay(kvcMessageWidget);
-    kvcMessageReturnVal = -1;
-    while (kvcMessageReturnVal == -1) {
+    kvcMessageReturnVal = NoAnswer;
+    while (kvcMessageReturnVal == NoAnswer) {
         XEvent event;
         XtAppNextEvent(*kvcAppContext, &event);
         // The second half of a double click on the question before this one.
@@ -383,7 +489,14 @@ int waitForAnswer() {
     lastAnswer = XtLastTimestampProcessed(display);
     // A command may follow at once, and the box would stay on the screen while it runs.
     XSync(display, False);
-    return kvcMessageReturnVal;
+    return kvcMessageReturnVal == Closed ? -1 : kvcMessageReturnVal;
+}
+
+void waitUntilRead() {
+    if (!isShown()) return;
+    const OpenQuestion message(1);
+    bringUp();
+    waitForAnswer();
 }
 
 }  // namespace
@@ -395,20 +508,18 @@ void KvcInit(Widget topLevel, XtAppContext* appContext) {
 
 void KvcSetMessagesOver(Widget window) {
     messagesOver = window;
+    windowHasComeUp = false;
 }
 
 int KvcUserInfo(const char* s1, const char* s2, const char* s3, const char* s4, int showDialog) {
     if (!isInitialized()) return 0;
-    showMessage(XmDIALOG_INFORMATION, "For your information...", joined({s1, s2, s3, s4}),
-                showDialog);
+    showMessage(false, joined({s1, s2, s3, s4}), showDialog);
     return 1;
 }
 
 int KvcUserError(const char* s1, const char* s2, const char* s3, const char* s4, int showDialog) {
     if (!isInitialized()) return 0;
-    const bool shown =
-        showMessage(XmDIALOG_ERROR, "Oooops... Sorry!", joined({s1, s2, s3, s4}), showDialog);
-    return shown ? 0 : 1;
+    return showMessage(true, joined({s1, s2, s3, s4}), showDialog) ? 0 : 1;
 }
 
 int KvcUserConfirm(int n, const char* const* labels, const char* s1, const char* s2, const char* s3,
@@ -417,14 +528,18 @@ int KvcUserConfirm(int n, const char* const* labels, const char* s1, const char*
     const std::string message = joined({s1, s2, s3, s4});
     if (questionOpen) {
         std::fprintf(stderr, "Not asked, another question is open: %s\n", message.c_str());
-        return n - 1;
+        return -1;
     }
     makeBox();
+    waitUntilRead();
+    print("\nQuestion: ", message);
     const OpenQuestion question(n);
     hideBox();
     discardInput();
     showQuestion(n, labels, message);
-    return waitForAnswer();
+    const int answer = waitForAnswer();
+    print("Answer: ", answer < 0 ? "none, the question was closed" : labels[answer]);
+    return answer;
 }
 
 void KvcDropInput() {
@@ -441,7 +556,7 @@ int KvcQuestionOpen() {
 void KvcConfirmCB(Widget, XtPointer clientData, XtPointer) {
     const int answer = static_cast<int>(reinterpret_cast<XtArgVal>(clientData));
     // The help key stands for a third button, even if there is none.
-    if (questionOpen && answer > answerOfClosing) return;
+    if (questionOpen && answer > lastButton) return;
     kvcMessageReturnVal = answer;
     // Motif hides the box for its first two buttons only.
     if (kvcMessageWidget != nullptr) hideBox();

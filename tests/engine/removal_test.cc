@@ -56,7 +56,7 @@ TEST_F(Removing, ThatFailsLeavesWindowAndDiskAgreed) {
 
     fs::remove(here / "tools/rm");
     writeProgram(tree / "bin/Zarn.install", "exit 1");
-    answerWith({0});
+    answerWith({0, 0});
     EXPECT_FALSE(KvmInstallMgr::remove());
     EXPECT_EQ(message(), "Can't remove " + tree.string());
     EXPECT_TRUE(KvmInstallMgr::_info.installed);

@@ -14,10 +14,16 @@ namespace {
 
 const char* const Labels[] = {"Yes", "No", "Perhaps"};
 
-const auto closeBox = [] {
-    askToClose(XtParent(kvcMessageWidget));
-    return std::string();
-};
+std::string pressEscape() {
+    const Widget shell = XtParent(kvcMessageWidget);
+    if (!isViewable(shell)) return "is not on the screen";
+    Display* display = XtDisplay(shell);
+    XSetInputFocus(display, XtWindow(shell), RevertToParent, CurrentTime);
+    for (const Bool down : {True, False})
+        XTestFakeKeyEvent(display, XKeysymToKeycode(display, XK_Escape), down, CurrentTime);
+    XSync(display, False);
+    return "";
+}
 
 std::string text(const char* resource) {
     XmString string = nullptr;
@@ -51,6 +57,8 @@ protected:
         XtAddCallback(button, XmNactivateCallback, count, &presses);
         XtManageChild(button);
         KvcSetMessagesOver(window);
+        // A message that an earlier case left open would have to be closed first.
+        XtUnmanageChild(kvcMessageWidget);
     }
 
     // Asks, and does `meanwhile` while the question is open.
@@ -77,10 +85,17 @@ TEST_F(Messages, AreShownWholeAndLiterally) {
 }
 
 TEST_F(Messages, AreAnsweredByButtonsAndByClosing) {
-    const std::tuple<int, Step, int> cases[] = {
-        {2, answer(0), 0}, {2, answer(1), 1}, {3, answer(2), 2}, {3, closeBox, 2}};
-    for (const auto& [buttons, act, chosen] : cases) {
+    const std::string closed = "none, the question was closed";
+    const std::tuple<int, Step, int, std::string> cases[] = {{2, answer(0), 0, "Yes"},
+                                                             {2, answer(1), 1, "No"},
+                                                             {3, answer(2), 2, "Perhaps"},
+                                                             {3, closeBox, -1, closed},
+                                                             {2, pressEscape, -1, closed}};
+    for (const auto& [buttons, act, chosen, printed] : cases) {
+        testing::internal::CaptureStdout();
         EXPECT_EQ(ask(buttons, "Sure?", act), chosen);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                  "\nQuestion: Sure?\nAnswer: " + printed + "\n");
         const Widget third = XmMessageBoxGetChild(kvcMessageWidget, XmDIALOG_HELP_BUTTON);
         EXPECT_EQ(XtIsManaged(third), buttons == 3) << chosen;
         EXPECT_FALSE(XtIsManaged(kvcMessageWidget) || KvcQuestionOpen()) << chosen;
@@ -102,12 +117,14 @@ TEST_F(Messages, HoldBackEverythingElseWhileAsking) {
     EXPECT_EQ(presses, 1) << "the window is usable again";
 
     shown("Done.");
-    EXPECT_EQ(answer(0)(), "");  // waits in the queue, meant for the information
-    EXPECT_EQ(ask(3, "Sure?", answer(2)), 2);
+    // The second of these clicks comes too late for the information.
+    const auto clickTwice = [] { return answer(0)() + answer(0)(); };
+    answers.prepare({clickTwice, answer(2)});
+    EXPECT_EQ(KvcUserConfirm(3, Labels, "Sure?"), 2);
 
     testing::internal::CaptureStderr();
     const auto interrupt = [] {
-        EXPECT_EQ(KvcUserConfirm(2, Labels, "Second?"), 1);
+        EXPECT_EQ(KvcUserConfirm(2, Labels, "Second?"), -1);
         EXPECT_EQ(KvcUserError("failed"), 1);
         return answer(0)();
     };
@@ -116,23 +133,60 @@ TEST_F(Messages, HoldBackEverythingElseWhileAsking) {
     EXPECT_NE(testing::internal::GetCapturedStderr().find("failed\n"), std::string::npos);
 }
 
+TEST_F(Messages, StandTogetherUntilTheyAreRead) {
+    testing::internal::CaptureStdout();
+    KvcUserInfo("one\n");
+    KvcUserError("two");
+    KvcUserInfo("three");
+    EXPECT_EQ(text(XmNdialogTitle), "(l)Oooops... Sorry!");
+    answers.prepare({answer(0), answer(1)});
+    EXPECT_EQ(KvcUserConfirm(2, Labels, "Sure?"), 1);
+    EXPECT_EQ(answers.asked, (std::vector<std::string>{"one\n\ntwo\n\nthree", "Sure?"}));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "\nInformation: one\n\n\nError: two\n\nInformation: three\n"
+              "\nQuestion: Sure?\nAnswer: No\n");
+    KvcUserInfo("four");
+    EXPECT_EQ(text(XmNdialogTitle) + message(), "(l)For your information...four");
+}
+
+// Puts the message up and waits until it is there.
+XWindowAttributes placed(const std::string& message) {
+    const Widget shell = shown(message);
+    EXPECT_TRUE(pumpUntil(shell, [&] { return isViewable(shell); }));
+    return placeOf(shell);
+}
+
 TEST_F(Messages, AreOverTheWindowAndOnTheScreen) {
     XtManageChild(window);
-    EXPECT_TRUE(pumpUntil(window, [&] { return isViewable(window); }));
-    const auto placed = [](const std::string& message) {
-        const Widget shell = shown(message);
-        EXPECT_TRUE(pumpUntil(shell, [&] { return isViewable(shell); }));
-        return placeOf(shell);
+    // A window manager takes its time, and the session's first message does not.
+    const Widget shell = XtParent(window);
+    XtVaSetValues(window, XmNx, 600, nullptr);
+    XUnmapWindow(XtDisplay(shell), XtWindow(shell));
+    const auto map = [](XtPointer of, XtIntervalId*) {
+        XMapWindow(XtDisplay(static_cast<Widget>(of)), XtWindow(static_cast<Widget>(of)));
     };
+    XtAppAddTimeOut(testApp, 200, map, shell);
     XWindowAttributes box = placed("short");
     EXPECT_EQ(box.width, 400);
-    EXPECT_NEAR(box.x, 400, 40) << "in the middle";
+    EXPECT_NEAR(box.x, 700, 40) << "in the middle";
     EXPECT_NEAR(box.y, 300, 40) << "in the middle";
     XtVaSetValues(window, XmNx, 900, nullptr);
-    for (const std::size_t length : {10, 100, 1000}) {
-        box = placed(std::string(length, 'w'));
-        EXPECT_LE(box.x + box.width, WidthOfScreen(box.screen)) << length;
-        EXPECT_EQ(box.width > 500, length >= 100) << length;
+    std::string lines = "first\n";
+    while (lines.size() < 1000) lines += "x\n";
+    const std::tuple<std::string, int, const char*, const char*> cases[] = {
+        {"one more", 100, "(What came before is on the terminal.)\n\none more", "\n\none more"},
+        {lines, 1, "first\nx\n", "x\n(The rest is on the terminal.)"},
+        {std::string(10, 'w'), 1, "w", "w"},
+        {std::string(100, 'w'), 1, "w", "w"},
+        {std::string(1000, 'w'), 1, "w", "w"}};
+    for (const auto& [one, times, begin, end] : cases) {
+        XtUnmanageChild(kvcMessageWidget);
+        for (int i = 1; i < times; ++i) KvcUserError(one.c_str());
+        box = placed(one);
+        EXPECT_LE(box.x + box.width, WidthOfScreen(box.screen)) << one;
+        EXPECT_LE(box.y + box.height, HeightOfScreen(box.screen)) << one;
+        EXPECT_EQ(box.width > 500, one.size() >= 100 && one[0] == 'w') << one;
+        EXPECT_TRUE(message().starts_with(begin) && message().ends_with(end)) << message();
     }
 }
 
