@@ -44,6 +44,13 @@ TEST_F(Removing, NeverFollowsALink) {
     EXPECT_TRUE(fs::exists(here / "elsewhere/textures/content"));
 }
 
+TEST_F(Removing, EndsWhenTheQuestionIsClosed) {
+    mark(kviSubsystemModels, 0);
+    answers.prepare({closeBox});
+    EXPECT_FALSE(KvmInstallMgr::remove());
+    EXPECT_TRUE(has("models"));
+}
+
 TEST_F(Removing, ThatFailsLeavesWindowAndDiskAgreed) {
     script("rm", "exit 1");
     mark(kviSubsystemModels, 0);
