@@ -105,6 +105,9 @@ live() {
     click kviInstallButtonRemove
     answer "Entire Zarn system"
     answer Yes
+    # While it is shown nothing starts anew, which would add to its text.
+    wait_for has_window "$error"
+    click kviInstallButtonRemove
     acknowledge "$error"
     rm "$(home)/.zarnRunning"
     agree materials projects pictures models render

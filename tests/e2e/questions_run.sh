@@ -63,7 +63,7 @@ for name in kviInstallButtonInstall kviInstallLocationTextOk kviInstallCorvan kv
 done
 shot behind
 
-# Closing the question is a no: the archive stays.
+# Closing the question is none of its answers: the archive stays.
 close_by_window_manager "$question" msgBox
 says "Installed Zarn system"
 [ -e "$place/distribution/Zarn2.0.tar" ] || fail "the archive is gone"
