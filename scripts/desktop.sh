@@ -16,7 +16,8 @@ desktop_start() {
     desktop_had_sockets=no
     [ ! -d /tmp/.X11-unix ] || desktop_had_sockets=yes
     local number
-    exec {number}< <(exec Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp \
+    # A server that starts anew when its last client leaves would cut off the next one.
+    exec {number}< <(exec Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp -noreset \
         2>"$desktop_shots/xvfb.log")
     desktop_server=$!
     read -r -u "$number" DISPLAY || {

@@ -10,9 +10,10 @@ settle
 # All that an installation could leave behind, the brochure of a running installer apart. Of the
 # many files in /usr/lib only those can differ that lie in its layer.
 disk() {
-    local lib=/mnt/.layers/_usr_lib/upper
-    [ -d $lib ] || lib=
-    find "$suite" "$elsewhere" $lib /usr/sbin /usr/share/applications "$(home)" /tmp \
+    local shared=(/mnt/.layers/_usr_lib/upper /usr/sbin /usr/share/applications /tmp)
+    # Elsewhere an ordinary user could not change those, and /tmp may be everybody's.
+    [ "$place" = /mnt ] || shared=()
+    find "$suite" "$elsewhere" "$(home)" "${shared[@]}" \
         -path "$project" -prune -o -not -path '/tmp/.X*' -not -name .kvcInstallMsg \
         \( -type d -printf '%p %m\n' -o -printf '%p %y %s %m %l\n' \) | sort -T "$place"
 }
