@@ -39,6 +39,7 @@ install_by_hand() {
     answer No
     if [ "$(id -u)" = 0 ]; then
         answer Yes
+        acknowledge "$information"
         answer No
         acknowledge "$information"
         shot 3-icons

@@ -49,7 +49,7 @@ settle() {
         [ "$(id -u)" != 0 ] ||
             run_as_nobody "tests/e2e/$(basename "$0")" "$build" build/release "$person"
         [ "$ZARN_PRIVATE" = nothing ] || [ -n "${ZARN_ENTERED:-}" ] ||
-            ZARN_ENTERED=yes enter_private_tmp "$project" "$0" "$build" "$person"
+            TMPDIR=/tmp ZARN_ENTERED=yes enter_private_tmp "$project" "$0" "$build" "$person"
         place=$(mktemp -d "${TMPDIR:-/tmp}/e2e.XXXXXX")
         ;;
     esac
@@ -134,6 +134,7 @@ choose_location() {
 # The super-user is shown the icon dialog and asked for desktop icons and translators.
 decide_on_icons() {
     answer Yes
+    acknowledge "$information"
     answer No
     acknowledge "$information"
 }
