@@ -197,20 +197,28 @@ Size room() {
     return {screenSize().width * 9 / 10, screenSize().height * 9 / 10};
 }
 
-bool isTooHigh() {
-    return naturalSize().height > room().height;
+std::size_t countLines(const std::string& text) {
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
 }
 
-// A line wider than the screen, as a long path makes it, is broken rather than left off it.
-std::string fitToWidth(const std::string& message) {
-    setMessage(message);
+// How many columns of the text, which is in the box, the screen is wide enough for.
+std::size_t columnsThatFit(const std::string& text) {
     const int width = naturalSize().width;
-    if (width <= room().width) return message;
-    const std::size_t columns = longestLine(message) * static_cast<std::size_t>(room().width) /
+    if (width <= room().width) return text.npos;
+    const std::size_t columns = longestLine(text) * static_cast<std::size_t>(room().width) /
                                 static_cast<std::size_t>(width);
-    std::string text = wrapped(message, std::max<std::size_t>(columns, 20));
-    setMessage(text);
-    return text;
+    return std::max<std::size_t>(columns, 20);
+}
+
+// The same for lines.
+std::size_t linesThatFit(const std::string& text) {
+    XtWidgetGeometry label = {};
+    XtQueryGeometry(XmMessageBoxGetChild(kvcMessageWidget, XmDIALOG_MESSAGE_LABEL), nullptr,
+                    &label);
+    const int others = naturalSize().height - label.height;
+    const int height = std::max(room().height - others, 0);
+    return static_cast<std::size_t>(height) * countLines(text) /
+           static_cast<std::size_t>(std::max<int>(label.height, 1));
 }
 
 std::string oneBelowTheOther(const std::vector<std::string>& texts, std::size_t first) {
@@ -223,19 +231,25 @@ std::string oneBelowTheOther(const std::vector<std::string>& texts, std::size_t 
     return all;
 }
 
-// What there is no room for must not push the buttons off the screen.
+std::string firstLines(const std::string& text, std::size_t lines) {
+    std::size_t end = 0;
+    for (; lines > 0; --lines) end = text.find('\n', end) + 1;
+    return text.substr(0, end);
+}
+
+// A line wider than the screen, as a long path makes it, is broken rather than left off it. What
+// there is no room for below the others must not push the buttons off the screen.
 void fitToScreen(const std::vector<std::string>& texts) {
-    std::size_t first = 0;
-    std::string text = fitToWidth(oneBelowTheOther(texts, first));
-    while (isTooHigh() && first + 1 < texts.size())
-        text = fitToWidth(oneBelowTheOther(texts, ++first));
-    if (!isTooHigh()) return;
-    const auto lines = static_cast<int>(std::count(text.begin(), text.end(), '\n')) + 1;
-    for (int keep = lines * room().height / naturalSize().height; keep > 0 && isTooHigh(); --keep) {
-        std::size_t end = 0;
-        for (int line = 0; line < keep; ++line) end = text.find('\n', end) + 1;
-        setMessage(text.substr(0, end) + RestOfText);
-    }
+    const std::string whole = oneBelowTheOther(texts, 0);
+    setMessage(whole);
+    const std::size_t columns = columnsThatFit(whole);
+    const std::size_t lines = linesThatFit(whole);
+    std::string text = wrapped(whole, columns);
+    for (std::size_t first = 1; first < texts.size() && countLines(text) > lines; ++first)
+        text = wrapped(oneBelowTheOther(texts, first), columns);
+    if (countLines(text) > lines)
+        text = firstLines(text, std::max<std::size_t>(lines, 1) - 1) + RestOfText;
+    if (text != whole) setMessage(text);
 }
 
 // A window with what its window manager puts around it, in pixels of the screen.
