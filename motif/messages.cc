@@ -1,4 +1,5 @@
 #include <X11/Shell.h>
+#include <X11/Xutil.h>
 #include <Xm/DialogS.h>
 #include <Xm/MessageB.h>
 #include <Xm/Protocols.h>
@@ -35,7 +36,7 @@ constexpr int LongQuestionLines = 5;
 
 constexpr char EarlierTexts[] = "(What came before is on the terminal.)";
 constexpr char RestOfText[] = "(The rest is on the terminal.)";
-constexpr std::chrono::seconds LongestWaitForWindow{2};
+constexpr std::chrono::seconds LongestWait{2};
 
 // Of kvcMessageReturnVal, besides the buttons.
 constexpr int NoAnswer = -1;
@@ -381,22 +382,43 @@ public:
     InputHold& operator=(const InputHold&) = delete;
 };
 
-// A window manager shows a window in its own time and only then has a place for it. One that never
-// does must not keep the message back.
+// A window manager acts in its own time. One that never does must not keep the message back.
+template <typename Condition>
+void waitFor(Condition isMet) {
+    const auto end = std::chrono::steady_clock::now() + LongestWait;
+    while (!isMet() && std::chrono::steady_clock::now() < end) usleep(5000);
+}
+
+// Only then has the window a place that the box can come up over.
 void waitForWindow() {
     Widget shell = shellOf(messagesOver);
     if (windowHasComeUp || shell == nullptr || !XtIsRealized(shell) || !XtIsManaged(messagesOver))
         return;
     windowHasComeUp = true;
     const InputHold hold;
-    const auto end = std::chrono::steady_clock::now() + LongestWaitForWindow;
-    while (!isViewable(XtDisplay(shell), XtWindow(shell)) &&
-           std::chrono::steady_clock::now() < end) {
+    waitFor([=] {
         KvcFlushEvents(shell, *kvcAppContext);
-        usleep(10000);
-    }
+        return isViewable(XtDisplay(shell), XtWindow(shell));
+    });
 }
 
+// Whether the window manager has nothing to do with the window, as before it was ever shown.
+bool isWithdrawn(Display* display, Window window) {
+    const Atom property = XInternAtom(display, "WM_STATE", False);
+    Atom type = None;
+    int format = 0;
+    unsigned long count = 0, rest = 0;
+    unsigned char* value = nullptr;
+    XGetWindowProperty(display, window, property, 0, 1, False, property, &type, &format, &count,
+                       &rest, &value);
+    // Xlib gives items of 32 bits as long ones.
+    const bool withdrawn = count == 0 || *reinterpret_cast<long*>(value) == WithdrawnState;
+    if (value != nullptr) XFree(value);
+    return withdrawn;
+}
+
+// A window manager that is late with hiding and showing the box may end with hiding it, and nobody
+// could answer then: so neither begins before the other is done.
 void showBox(const std::vector<std::string>& texts) {
     waitForWindow();
     // Keeps the box above that window, and tells the window manager what the box shuts off.
@@ -404,8 +426,12 @@ void showBox(const std::vector<std::string>& texts) {
         XtVaSetValues(messageShell(), XmNtransientFor, over, nullptr);
     fitToScreen(texts);
     placeBox();
+    Display* display = XtDisplay(kvcMessageWidget);
+    const Window window = XtWindow(messageShell());
+    waitFor([=] { return isWithdrawn(display, window); });
     XtManageChild(kvcMessageWidget);
     bringUp();
+    waitFor([=] { return isViewable(display, window); });
 }
 
 class OpenQuestion {
