@@ -85,7 +85,7 @@ std::string KvmArchiveNames() {
     return names;
 }
 
-std::vector<KvmArchive> KvmLocateArchives(const char* text) {
+std::vector<KvmArchive> KvmLocateArchives(const char* text, bool& all) {
     const std::vector<std::string> words = wordsOf(text);
     if (words.empty())
         KvcUserError("Please enter the location of the Zarn system\ntar file first!");
@@ -95,6 +95,7 @@ std::vector<KvmArchive> KvmLocateArchives(const char* text) {
         KvmArchive archive;
         if (locate(word, asWritten, archive)) archives.push_back(archive);
     }
+    all = archives.size() == words.size();
     return archives;
 }
 

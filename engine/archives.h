@@ -19,10 +19,10 @@ struct KvmArchive {
 /// after an error, when there is none.
 std::string KvmArchiveNames();
 
-/// The archives that `text` names and that can be read. What can't is reported and left out, so
-/// that the last of them is known to be the last before the first is extracted. Empty also, after
-/// an error, when `text` names none.
-std::vector<KvmArchive> KvmLocateArchives(const char* text);
+/// The archives that `text` names and that can be read. What can't is reported and left out, and
+/// `all` is false then; so the last of them is known to be the last before the first is extracted.
+/// Empty also, after an error, when `text` names none.
+std::vector<KvmArchive> KvmLocateArchives(const char* text, bool& all);
 
 /// Whether uncompressing the archive would overwrite no file; tells the user which one it would.
 bool KvmCanUnpack(const KvmArchive& archive);

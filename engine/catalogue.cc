@@ -98,7 +98,8 @@ static_assert(longestDirectory() == kvmLongestDirectory.size());
 KvmInstallSubsystemRow KvmInstallSubsystem[10] = {rows[0], rows[1], rows[2], rows[3], rows[4],
                                                   rows[5], rows[6], rows[7], rows[8], rows[9]};
 
-const KvmInstallProductRow KvmInstallProduct[4] = {
+// Without a number of rows: one more or less than is declared does not compile.
+const KvmInstallProductRow KvmInstallProduct[] = {
     {pinnetProd, "PNT", "Zarn-Pinnet", 8},
     {corvanProd, "CRV", "Zarn-Corvan", 4},
     {lustrelProd, "LST", "Zarn-Lustrel", 2},
@@ -123,7 +124,7 @@ std::string cdRomDirectory() {
 
 }  // namespace
 
-const KvmInstallMediumRow KvmInstallMedium[4] = {
+const KvmInstallMediumRow KvmInstallMedium[] = {
     {tapeMedium, nullptr, localTape,
      "Error in installing from tape\nPlease check if the tape is inserted in the drive,\n and the "
      "drive is on.\n",
@@ -143,6 +144,13 @@ const KvmInstallMediumRow KvmInstallMedium[4] = {
 
 namespace {
 
+// The marks that the user made, by the rows' numbers.
+KvmMark marks[std::size(rows)];
+
+KvmMark& markOf(const KvmInstallSubsystemRow& row) {
+    return marks[&row - KvmInstallSubsystem];
+}
+
 void select(KvmInstallSubsystemRow& row, int on) {
     KvmInstallInfo& info = KvmInstallMgr::_info;
     const bool removed = info.installed && row.installed && !on;
@@ -150,9 +158,11 @@ void select(KvmInstallSubsystemRow& row, int on) {
     if (removed) info.subsystemsRemoved = 1;
     if (added) info.subsystemsAdded = 1;
     if (added) KvmAllowInstall(true);
-    KvmShowMark(row.getWidget(), removed ? KvmMark::removed
-                                 : added ? KvmMark::added
-                                         : KvmMark::none);
+    KvmMark& mark = markOf(row);
+    mark = KvmMark::none;
+    if (removed) mark = KvmMark::removed;
+    if (added) mark = KvmMark::added;
+    KvmShowMark(row.getWidget(), mark);
     row.selected = on;
 }
 
@@ -208,7 +218,8 @@ void KvmShowInstalled() {
     info.subsystemsAdded = info.subsystemsRemoved = 0;
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
         row.installed = KvmIsPresent(row);
-        select(row, row.selected);
+        // What only the choice of an edition switched is no mark.
+        if (markOf(row) != KvmMark::none) select(row, row.selected);
     }
 }
 
@@ -216,7 +227,7 @@ void KvmForgetMarks() {
     KvmInstallInfo& info = KvmInstallMgr::_info;
     info.productChanged = info.subsystemsAdded = info.subsystemsRemoved = 0;
     for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
-        KvmShowMark(row.getWidget(), KvmMark::none);
+        KvmShowMark(row.getWidget(), markOf(row) = KvmMark::none);
 }
 
 std::string KvmInstalledProgram() {

@@ -74,14 +74,17 @@ void showBrochure() {
         "-icontitle \"Zarn install\"  -e /bin/csh -c \"more /tmp/.kvcInstallMsg; cat\" &");
 }
 
-void say(const KvmPlan& plan) {
+// Says what begins and asks whether it may; the status is what it was when it may not.
+bool announce(const KvmPlan& plan, bool ask) {
+    const std::string before = KvInstallInfoMsg;
     KvmStatus("Installing ", plan.adding ? "selected subsystems" : "Zarn system",
               ". This will take a few minutes...\a");
-}
-
-bool confirmed(const KvmPlan& plan) {
-    return !plan.adding || KvcUserConfirm(2, yesNo, "Install the following subsystems?\n",
-                                          KvmLabelList(plan.wanted).c_str()) == 0;
+    if (!ask || !plan.adding ||
+        KvcUserConfirm(2, yesNo, "Install the following subsystems?\n",
+                       KvmLabelList(plan.wanted).c_str()) == 0)
+        return true;
+    KvmStatus(before.c_str());
+    return false;
 }
 
 KvmExtraction fail(const KvmPlan& plan) {
@@ -105,8 +108,7 @@ std::string extractedFolder(const KvmPlan& plan) {
 
 // One archive or tape. The last pass is the one that asks whether to go on.
 KvmExtraction extractPass(const KvmPlan& plan, const char* from, bool finalPass) {
-    say(plan);
-    if (finalPass && !confirmed(plan)) return KvmExtraction::declined;
+    if (!announce(plan, finalPass)) return KvmExtraction::declined;
     const KvuShellText files = sourceList(plan.wanted, "");
     showBrochure();
     const KvuShellText command = plan.adding
@@ -114,7 +116,8 @@ KvmExtraction extractPass(const KvmPlan& plan, const char* from, bool finalPass)
                                      : KvuCommand("tar xvof %s %s %s", from, kvmSystem, files);
     const int status = KvuSystem::system(command.text.c_str(), 1);
     const bool read = status == 0 || (WIFEXITED(status) && WEXITSTATUS(status) == nothingFound);
-    if (!read || !holds(plan.place, kvmSystem)) return fail(plan);
+    // Of several archives a later one may hold the product tree.
+    if (!read || (finalPass && !holds(plan.place, kvmSystem))) return fail(plan);
     return finalPass ? howMuch(plan, extractedFolder(plan)) : KvmExtraction::part;
 }
 
@@ -148,11 +151,12 @@ KvmExtraction copyIntoTree(const KvmPlan& plan) {
     return copied && holds(plan.place, kvmSystem) ? howMuch(plan, ".") : fail(plan);
 }
 
-void placeCopies(const KvmPlan& plan) {
+// A first installation goes on without what could not be moved: it is there, if not in its place.
+bool placeCopies(const KvmPlan& plan) {
     KvuSystem::mkdir(kvmSubsystems);
-    if (!KvmRun("mv %s %s", directoryList(plan.wanted), kvmSubsystems))
-        KvcUserError("Error: Could not move the following subsystems inside the subsystems folder.",
-                     KvmLabelList(plan.wanted).c_str());
+    return KvmRun("mv %s %s", directoryList(plan.wanted), kvmSubsystems) ||
+           KvmFail("Error: Could not move the following subsystems inside the subsystems folder.",
+                   KvmLabelList(plan.wanted).c_str());
 }
 
 }  // namespace
@@ -189,23 +193,24 @@ KvmExtraction KvmExtractFromArchives(KvmPlan& plan) {
 }
 
 KvmExtraction KvmCopyFromCdRom(KvmPlan& plan) {
-    say(plan);
-    if (!confirmed(plan)) return KvmExtraction::declined;
+    if (!announce(plan, true)) return KvmExtraction::declined;
     if (!plan.adding) KvuSystem::mkdir(kvmSystem);
     if (!KvmChangeDirectory(KvuPrint("%s/%s", plan.place.c_str(), kvmSystem))) {
         KvcUserError("Can't write to disk.\nPlease select another path");
         return KvmExtraction::failed;
     }
     const KvmExtraction result = copyIntoTree(plan);
-    if (result != KvmExtraction::failed && !plan.wanted.empty()) placeCopies(plan);
-    return KvmChangeDirectory(plan.place) ? result : KvmExtraction::failed;
+    const bool placed =
+        result == KvmExtraction::failed || plan.wanted.empty() || placeCopies(plan) || !plan.adding;
+    return KvmChangeDirectory(plan.place) && placed ? result : KvmExtraction::failed;
 }
 
 bool KvmPlaceExtracted(const KvmPlan& plan) {
     const std::string_view path = plan.place;
     const std::string_view system = kvmSystem;
     const std::string_view folder = kvmSubsystems;
-    if (!holds(plan.place, kvmSubsystems)) return true;
+    // A CD-ROM's are in the tree already, and a folder of that name beside it is not ours.
+    if (KvmInstallMgr::_info.readFrom == KvmCdRom || !holds(plan.place, kvmSubsystems)) return true;
     bool moved = false;
     if (plan.adding) {
         // A suite that was installed without subsystems has no folder for them yet. A move that
@@ -222,8 +227,10 @@ bool KvmPlaceExtracted(const KvmPlan& plan) {
 
 void KvmDropExtracted(const KvmPlan& plan) {
     const std::string_view place = plan.place;
-    if (holds(plan.place, kvmSubsystems)) KvmRun("rm -rf %s/%s", place, kvmSubsystems);
-    if (KvmInstallMgr::_info.readFrom != KvmCdRom) return;
+    if (KvmInstallMgr::_info.readFrom != KvmCdRom) {
+        KvmRun("rm -rf %s/%s", place, kvmSubsystems);
+        return;
+    }
     for (const KvmInstallSubsystemRow* row : plan.wanted)
         KvmRun("rm -rf %s/%s/%s", place, kvmSystem, row->directory);
 }

@@ -18,6 +18,7 @@ struct KvmPlan {
     std::string source;                ///< the medium's text
     std::vector<KvmArchive> archives;  ///< of the tar-file medium
     KvmRows wanted;                    ///< subsystems to extract, in the order of their table
+    bool allArchives = true;           ///< none of those that the user named is missing
     bool startAgain = false;           ///< remove first what an unfinished installation left
     bool complete = false;             ///< all was extracted before: only finish
 };

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -16,6 +17,7 @@
 #include "engine/record.h"
 #include "engine/session.h"
 #include "engine/window.h"
+#include "platform/Platform.h"
 
 namespace {
 
@@ -29,17 +31,12 @@ bool holds(const std::string& directory, const char* name) {
     return KvuSystem::fileExists(directory.c_str(), name, 0) != 0;
 }
 
-bool isSameDirectory(const std::string& a, const std::string& b) {
-    std::error_code error;
-    return a == b || std::filesystem::equivalent(a, b, error);
-}
-
 // Keeps other installers off a place for as long as it lives, and no longer than this process.
 class PlaceLock {
 public:
     explicit PlaceLock(const std::string& place)
         : file_(open(place.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
-          held_(file_ < 0 || flock(file_, LOCK_EX | LOCK_NB) == 0) {}
+          held_(file_ < 0 || flock(file_, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {}
     ~PlaceLock() {
         if (file_ >= 0) close(file_);
     }
@@ -65,7 +62,7 @@ bool takeLocation() {
                                      : KvmInstallMgr::setLocation(typed.c_str()) != 0;
     const std::string place = KvmTakeLocation(typed);
     if (place.empty()) return false;
-    if (isSameDirectory(place, state().path)) return true;
+    if (KvmIsSameDirectory(place, state().path)) return true;
     return KvmFail(
         KvuPrint("%s is installed in\n%s.\nTo install into\n%s,\npress \"Ok\" beside that "
                  "location first.",
@@ -87,7 +84,11 @@ KvmPlan planOfFields() {
     KvmPlan plan;
     plan.adding = state().installed != 0;
     // From here on the directory has to be found from anywhere, the product tree included.
-    plan.place = std::string_view(state().path) == "." ? KvuSystem::getwd() : state().path;
+    plan.place = state().path;
+    if (plan.place == ".") {
+        plan.place = KvuSystem::getwd();
+        KvmShowLocation(plan.place.c_str());
+    }
     plan.source = state().readText;
     if (!plan.adding || state().subsystemsAdded) plan.wanted = KvmWantedRows();
     return plan;
@@ -103,7 +104,7 @@ bool mayInstall() {
 }
 
 bool fits(const KvmPlan& plan) {
-    if (access(KvmNearestDirectory(plan.place).c_str(), W_OK | X_OK) != 0)
+    if (access(KvmNearestDirectory(plan.place).c_str(), R_OK | W_OK | X_OK) != 0)
         return KvmFail(cantWrite);
     return KvmInstallMgr::initDiskSpace() ||
            KvmFail("Not enough disk space for installation.\nPlease enter another file path.");
@@ -124,9 +125,7 @@ bool isLink(const char* name) {
 bool canBeWritten(KvmPlan& plan) {
     std::error_code error;
     plan.makePlace = !std::filesystem::exists(plan.place, error);
-    if (plan.makePlace)
-        return KvcUserConfirm(2, yesNo, "There is no folder\n", plan.place.c_str(),
-                              "\nyet. Make it?") == 0;
+    if (plan.makePlace) return true;
     // Touching a link that somebody left there would write elsewhere.
     if (!KvmChangeDirectory(plan.place) || isLink(".Zarn_system") || !KvmRun("touch .Zarn_system"))
         return KvmFail(cantWrite);
@@ -136,53 +135,58 @@ bool canBeWritten(KvmPlan& plan) {
 
 bool findArchives(KvmPlan& plan) {
     if (state().readFrom != KvmTarFile) return true;
-    plan.archives = KvmLocateArchives(plan.source.c_str());
+    plan.archives = KvmLocateArchives(plan.source.c_str(), plan.allArchives);
     return !plan.archives.empty();
 }
 
-// What the medium holds is read to its end: only then may what it once gave be removed.
+bool liesBelow(const std::string& path, const std::string& directory) {
+    const std::string real = platform::absolutePath(path);
+    return (real + "/").starts_with(platform::absolutePath(directory) + "/");
+}
+
+// What the medium holds is read to its end, and lies elsewhere: only then may what it once gave be
+// removed.
 bool canBeReadAgain(const KvmPlan& plan) {
-    bool readable = state().readFrom == KvmCdRom
-                        ? KvuSystem::numFiles(plan.source.c_str()) > 0
-                        : !plan.archives.empty() || KvmRun("tar tf %s >/dev/null", plan.source);
+    const std::string tree = KvuPrint("%s/%s", plan.place.c_str(), kvmSystem);
+    bool readable = plan.allArchives;
+    if (state().readFrom == KvmCdRom)
+        readable = KvuSystem::numFiles(plan.source.c_str()) > 0 && !liesBelow(plan.source, tree);
+    else if (plan.archives.empty())
+        readable = KvmRun("tar tf %s >/dev/null", plan.source);
     for (const KvmArchive& archive : plan.archives)
         readable =
-            readable && (archive.compressed() ? KvmRun("gunzip -t %s", archive.path)
-                                              : KvmRun("tar tf %s >/dev/null", archive.path));
+            readable && !liesBelow(archive.path, tree) &&
+            (archive.compressed() ? KvmRun("gunzip -c %s | tar tf - >/dev/null", archive.path)
+                                  : KvmRun("tar tf %s >/dev/null", archive.path));
     return readable || KvmFail(KvmInstallMedium[state().readFrom].error,
                                "\nWhat the last installation left is kept.");
 }
 
+// Nothing is there that is not wanted; what is wanted and not there, the medium did not have.
 bool isFinishedButForTheRecord(const KvmPlan& plan) {
     return KvmIsComplete(plan.place) &&
            std::ranges::all_of(KvmInstallSubsystem, [](const auto& row) {
-               return (row.selected != 0) == KvmIsPresent(row);
+               return row.selected != 0 || !KvmIsPresent(row);
            });
-}
-
-// What an installation of this user left when it ended early is taken up again.
-bool takeUpAgain(KvmPlan& plan) {
-    plan.complete = isFinishedButForTheRecord(plan);
-    if (plan.complete) return true;
-    plan.startAgain =
-        canBeReadAgain(plan) &&
-        KvcUserConfirm(2, yesNo, "The last installation in ", plan.place.c_str(),
-                       " was not finished.\nRemove what it left there, and start again?") == 0;
-    return plan.startAgain;
 }
 
 // What is extracted gets the names "Zarn_system" and "subsystems" in the location, or those of the
 // subsystems in the product tree. What has such a name already belongs to somebody: extraction
-// would write into it, and placing the subsystems would take it away.
+// would write into it, and placing the subsystems would take it away. But what an installation of
+// this user left there when it ended early is taken up again.
 bool isFree(KvmPlan& plan) {
-    if (!plan.adding && KvmUnfinishedPlace() == plan.place) return takeUpAgain(plan);
+    if (!plan.adding && KvmIsSameDirectory(KvmUnfinishedPlace(), plan.place)) {
+        plan.complete = isFinishedButForTheRecord(plan);
+        plan.startAgain = !plan.complete;
+        return plan.complete || canBeReadAgain(plan);
+    }
     if (!plan.adding && !KvmInstallMgr::isValidInstallPath(plan.place.c_str())) return false;
-    const bool copies = state().readFrom == KvmCdRom;
+    const bool copies = plan.adding && state().readFrom == KvmCdRom;
     const std::string folder =
         copies ? KvuPrint("%s/%s", plan.place.c_str(), kvmSystem) : plan.place;
     std::string taken = !copies && holds(folder, kvmSubsystems) ? kvmSubsystems : "";
     for (const KvmInstallSubsystemRow* row : plan.wanted)
-        if (copies && plan.adding && holds(folder, row->directory)) taken = row->directory;
+        if (copies && holds(folder, row->directory)) taken = row->directory;
     return taken.empty() ||
            KvmFail("There is a folder \"", taken.c_str(), "\" in ",
                    (folder + " already.\nPlease move it, or enter another location "
@@ -190,24 +194,46 @@ bool isFree(KvmPlan& plan) {
                        .c_str());
 }
 
+// What the user has to agree to, when nothing else is in the way any more.
+bool isAgreedTo(const KvmPlan& plan) {
+    const std::string elsewhere = plan.adding ? "" : KvmUnfinishedPlace();
+    // Only one unfinished installation is remembered.
+    if (!elsewhere.empty() && !KvmIsSameDirectory(elsewhere, plan.place) &&
+        KvcUserConfirm(2, yesNo, "The last installation in ", elsewhere.c_str(),
+                       " was not finished.\nIf you install elsewhere now, what it left has to be "
+                       "removed by hand. Go on?") != 0)
+        return false;
+    if (plan.startAgain &&
+        KvcUserConfirm(2, yesNo, "The last installation in ", plan.place.c_str(),
+                       " was not finished.\nRemove what it left there, and start again?") != 0)
+        return false;
+    return !plan.makePlace || KvcUserConfirm(2, yesNo, "There is no folder\n", plan.place.c_str(),
+                                             "\nyet. Make it?") == 0;
+}
+
 // Every refusal comes from here, before the first change.
 bool look(KvmPlan& plan, KvmPreparedRecord& record) {
     return fits(plan) && isSomethingToAdd(plan) && canBeWritten(plan) && findArchives(plan) &&
-           isFree(plan) && (plan.adding || record.prepare(plan.place));
+           isFree(plan) && (plan.adding || record.canBePrepared()) && isAgreedTo(plan) &&
+           (plan.adding || record.prepare(plan.place));
 }
 
 // Act
 
 // The product's script sets the tree up for another edition, which is recorded when it is true.
-void changeEdition(const KvmPlan& plan) {
-    const bool changed =
-        KvmChangeDirectory(plan.place) &&
-        KvmRun("Zarn_system/bin/Zarn.install %s %s %s %s", plan.place,
-               KvmInstallMgr::getProductCode(), KvmInstallMgr::getProductName(), "scriptOnly");
-    if (!changed || !KvmRecordEdition())
-        KvcUserError("Could not change the installed edition to ", KvmInstallMgr::getProductName(),
-                     ".");
-    state().productChanged = changed ? 0 : 1;
+bool changeEdition(const KvmPlan& plan) {
+    const char* edition = KvmInstallMgr::getProductName();
+    if (!KvmChangeDirectory(plan.place) ||
+        !KvmRun("Zarn_system/bin/Zarn.install %s %s %s %s", plan.place,
+                KvmInstallMgr::getProductCode(), edition, "scriptOnly"))
+        return KvmFail("Could not change the installed edition to ", edition,
+                       ".\nThe terminal shows what its script said.");
+    if (!KvmRecordEdition())
+        return KvmFail("The installed edition is ", edition,
+                       " now, but that could not be recorded in ", KvmInstallMgr::_infoFile);
+    state().productChanged = 0;
+    KvcUserInfo("The installed edition is ", edition, " now.");
+    return true;
 }
 
 bool begin(const KvmPlan& plan) {
@@ -229,7 +255,8 @@ KvmExtraction extract(KvmPlan& plan) {
 void deleteArchives(const KvmPlan& plan) {
     for (const KvmArchive& archive : plan.archives) {
         if (!archive.unwanted) continue;
-        KvmRun("rm -rf %s", archive.unpacked);
+        if (!KvmRun("rm -rf %s", archive.unpacked))
+            KvcUserError("Can't remove ", archive.unpacked.c_str());
         sleep(2);
     }
 }
@@ -245,15 +272,20 @@ void keepArchives(const KvmPlan& plan) {
         KvcUserInfo("The tar files were kept, since the installation is not complete.");
 }
 
-int giveUp(const KvmPlan& plan, const KvmPreparedRecord& record, const std::string& statusBefore,
-           KvmExtraction result) {
-    if (result == KvmExtraction::declined) KvmStatus(statusBefore.c_str());
+int giveUp(const KvmPlan& plan, const KvmPreparedRecord& record) {
     if (plan.adding) {
         KvmDropExtracted(plan);
     } else {
         keepArchives(plan);
-        if (!holds(plan.place, kvmSystem) && !holds(plan.place, kvmSubsystems)) record.drop();
+        if (!holds(plan.place, kvmSystem)) record.drop();
     }
+    return 0;
+}
+
+// What could not be placed may be needed: it stays where it is.
+int giveUpPlacing(const KvmPlan& plan) {
+    keepArchives(plan);
+    if (plan.adding) KvmShowInstalled();
     return 0;
 }
 
@@ -307,17 +339,17 @@ int KvmInstallMgr::install() {
     if (!takeFields()) return 0;
     KvmPlan plan = planOfFields();
     if (!KvCopyText(_info.path, plan.place) || !mayInstall()) return 0;
-    // An edition can be changed without anything being added.
-    if (_info.productChanged && plan.wanted.empty()) changeEdition(plan);
     const PlaceLock lock(KvmNearestDirectory(plan.place));
+    if (!lock.held()) return 0;
+    // An edition can be changed without anything being added.
+    if (_info.productChanged && plan.wanted.empty()) return fits(plan) && changeEdition(plan);
     KvmPreparedRecord record;
-    if (!lock.held() || !look(plan, record)) return 0;
-    if (_info.productChanged) changeEdition(plan);
-    const std::string statusBefore = KvInstallInfoMsg;
-    if (!begin(plan)) return 0;
+    if (!look(plan, record)) return 0;
+    if (_info.productChanged && !changeEdition(plan)) return 0;
+    if (!begin(plan)) return giveUp(plan, record);
     const KvmExtraction result = extract(plan);
     if (result == KvmExtraction::failed || result == KvmExtraction::declined)
-        return giveUp(plan, record, statusBefore, result);
-    if (!KvmPlaceExtracted(plan)) return 0;
+        return giveUp(plan, record);
+    if (!KvmPlaceExtracted(plan)) return giveUpPlacing(plan);
     return plan.adding ? finishAdding(plan) : finishFirst(plan, record);
 }

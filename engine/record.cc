@@ -96,11 +96,6 @@ void forEachLine(std::FILE* record, Action action) {
     }
 }
 
-bool isSameDirectory(const std::string& a, const std::string& b) {
-    std::error_code error;
-    return std::filesystem::equivalent(a, b, error);
-}
-
 // The value of `key` in the record at `path`; empty when there is none.
 std::string valueIn(const std::string& path, std::string_view wanted) {
     std::string found;
@@ -125,9 +120,9 @@ bool speaksFor(const std::string& recordFile, const std::string& place, const ch
         return KvmFail("Could not find an installed Zarn system in:\n", location);
     const std::string path = valueIn(recordFile, "PATH:");
     const std::string tree = KvuPrint("%s/%s", path.c_str(), kvmSystem);
-    if (path.empty() || isSameDirectory(tree, KvuPrint("%s/%s", place.c_str(), kvmSystem)))
+    if (path.empty() || KvmIsSameDirectory(tree, KvuPrint("%s/%s", place.c_str(), kvmSystem)))
         return true;
-    if (!isSameDirectory(tree, tree)) return KvmFail(goneText, path.c_str());
+    if (!KvuSystem::isADirectory(tree.c_str())) return KvmFail(goneText, path.c_str());
     return KvmFail("The Zarn system in ", place.c_str(), "\nis a copy. The installed one is in ",
                    path.c_str());
 }
@@ -174,12 +169,13 @@ std::string partOf(const std::string& record) {
     return record + ".part";
 }
 
-// A link that somebody planted at the name is not followed.
+// A link that somebody planted at the name is not followed. Who only reads shares the lock.
 int openPart(const std::string& path, int flags) {
     const int file = open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644);
+    const int lock = (flags & O_ACCMODE) == O_RDONLY ? LOCK_SH : LOCK_EX;
     struct stat status;
     if (file >= 0 && fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
-        flock(file, LOCK_EX | LOCK_NB) == 0)
+        (flock(file, lock | LOCK_NB) == 0 || errno != EWOULDBLOCK))
         return file;
     const int reason = errno;
     if (file >= 0) ::close(file);
@@ -236,48 +232,64 @@ void KvmReturnToOwnRecord() {
     if (!ownRecord.empty()) chooseRecord(ownRecord);
 }
 
-bool KvmOwnRecordNames(const std::string& place) {
-    return valueIn(own(), "PATH:") == place;
+std::string KvmOwnRecordPlace() {
+    return valueIn(own(), "PATH:");
 }
 
 int KvmRecordedProduct() {
-    return productNamed(valueIn(KvmInstallMgr::_infoFile, "PROGRAM:"));
+    static int last = -1;
+    const int now = productNamed(valueIn(KvmInstallMgr::_infoFile, "PROGRAM:"));
+    if (now != -1) last = now;
+    return last;
 }
 
 bool KvmRecordEdition() {
     const KvmInstallInfo& info = KvmInstallMgr::_info;
     const std::string text = recordText(KvmInstallMgr::getProductName(), info.version, info.date,
                                         info.path, info.installHostname);
-    const std::string copy = copyIn(info.path);
-    return replaceRecord(KvmInstallMgr::_infoFile, text) &&
-           (copy == KvmInstallMgr::_infoFile || replaceRecord(copy, text));
+    const std::string used = KvmInstallMgr::_infoFile;
+    bool done = true;
+    if (copyIn(info.path) != used) done = replaceRecord(copyIn(info.path), text);
+    if (own() != used && KvmIsSameDirectory(KvmOwnRecordPlace(), info.path))
+        done = replaceRecord(own(), text) && done;
+    return replaceRecord(used, text) && done;
+}
+
+bool KvmIsSameDirectory(const std::string& a, const std::string& b) {
+    std::error_code error;
+    return a == b || std::filesystem::equivalent(a, b, error);
 }
 
 KvmPreparedRecord::~KvmPreparedRecord() {
     if (file_ >= 0) ::close(file_);
 }
 
+bool KvmPreparedRecord::canBePrepared() const {
+    const std::filesystem::path record = KvmInstallMgr::_infoFile;
+    std::error_code error;
+    return (!std::filesystem::is_directory(std::filesystem::symlink_status(record, error)) &&
+            access(record.parent_path().c_str(), W_OK | X_OK) == 0) ||
+           KvmFail(cantWrite, record.c_str());
+}
+
 bool KvmPreparedRecord::prepare(const std::string& place) {
     const std::string record = KvmInstallMgr::_infoFile;
-    const std::string before = contentsOf(partOf(record));
-    struct stat status;
-    const bool blocked = lstat(record.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-    if (!blocked) file_ = openPart(partOf(record), O_WRONLY | O_CREAT);
-    if (!blocked && file_ < 0 && errno == EWOULDBLOCK)
-        return KvmFail("Another Zarn_install is installing at this moment.");
-    if (file_ < 0) return KvmFail(cantWrite, record.c_str());
+    before_ = contentsOf(partOf(record));
+    file_ = openPart(partOf(record), O_WRONLY | O_CREAT);
+    if (file_ < 0)
+        return errno == EWOULDBLOCK ? KvmFail("Another Zarn_install is installing at this moment.")
+                                    : KvmFail(cantWrite, record.c_str());
     KvText date;
     KvText host;
     KvuSystem::getDate(date);
     getHostName(host);
-    if (writeAll(file_,
-                 recordText(KvmInstallMgr::getProductName(), kvmVersion, date, place, host))) {
-        takeValue(KvmInstallMgr::_info.installHostname, host);
-        return true;
+    if (!writeAll(file_,
+                  recordText(KvmInstallMgr::getProductName(), kvmVersion, date, place, host))) {
+        drop();
+        return KvmFail(cantWrite, record.c_str());
     }
-    // On a full disk the old text still fits where it was.
-    if (before.empty() || !writeAll(file_, before)) drop();
-    return KvmFail(cantWrite, record.c_str());
+    takeValue(KvmInstallMgr::_info.installHostname, host);
+    return true;
 }
 
 bool KvmPreparedRecord::putInPlace() const {
@@ -287,7 +299,9 @@ bool KvmPreparedRecord::putInPlace() const {
 }
 
 void KvmPreparedRecord::drop() const {
-    unlink(partOf(KvmInstallMgr::_infoFile).c_str());
+    // On a full disk the old text still fits where it was.
+    if (before_.empty() || !writeAll(file_, before_))
+        unlink(partOf(KvmInstallMgr::_infoFile).c_str());
 }
 
 std::string KvmUnfinishedPlace() {
@@ -296,8 +310,9 @@ std::string KvmUnfinishedPlace() {
     if (file < 0) return {};
     ::close(file);
     const std::string place = valueIn(part, "PATH:");
-    const bool left = KvuSystem::fileExists(place.c_str(), kvmSystem, 0) ||
-                      KvuSystem::fileExists(place.c_str(), kvmSubsystems, 0);
+    const std::string recorded = contentsOf(copyIn(place));
+    const bool foreign = !recorded.empty() && recorded != contentsOf(part);
+    const bool left = KvuSystem::fileExists(place.c_str(), kvmSystem, 0) && !foreign;
     return !place.empty() && left ? place : "";
 }
 
@@ -321,6 +336,10 @@ int KvmInstallMgr::setInstallInfo(const char* location) {
     const KvmInstallInfo before = _info;
     const std::string recordBefore = _infoFile;
     chooseRecord(record);
+    // What this record leaves out is not what another one said.
+    _info.version[0] = _info.date[0] = '\0';
+    getHostName(_info.installHostname);
+    _info.product = 0;
     if (!KvCopyText(_info.path, place) || !getInstallInfo()) {
         // The session goes on with what it knew, or an installation would be recorded there.
         _info = before;

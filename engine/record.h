@@ -12,15 +12,19 @@ std::string KvmHome();
 /// Goes back to the user's own record from that of an installed tree.
 void KvmReturnToOwnRecord();
 
-/// Whether the user's own record is there and names `place`.
-bool KvmOwnRecordNames(const std::string& place);
+/// The place that the user's own record names; empty when there is none.
+std::string KvmOwnRecordPlace();
 
-/// The row of the edition that the record in use names; -1 when it names none, or is not there.
+/// The row of the edition that the record in use names or, when a failed removal has deleted that,
+/// named; -1 when none was ever named.
 int KvmRecordedProduct();
 
-/// Writes the chosen edition into the record in use and into its copy in the installed tree, and
-/// leaves the other lines as they are; false, and the records as they were, when that fails.
+/// Writes the chosen edition into the record in use, its copy in the installed tree, and the user's
+/// own record if that names this suite; the other lines stay. False when one of them failed.
 bool KvmRecordEdition();
+
+/// Whether both names lead to the same directory, or are the same.
+bool KvmIsSameDirectory(const std::string& a, const std::string& b);
 
 /// The record of an installation that is under way. It lies beside the record, under the record's
 /// name with ".part", until the installation is done; what a process that died left there names
@@ -40,15 +44,21 @@ public:
     /// Makes it the record; false, after an error, when that fails: it stays what it was.
     [[nodiscard]] bool putInPlace() const;
 
-    /// Deletes it: there is nothing unfinished.
+    /// Deletes it, or restores what it said of an unfinished installation elsewhere.
     void drop() const;
+
+    /// Whether the record can be written where it belongs, as far as that shows without writing;
+    /// false after an error.
+    [[nodiscard]] bool canBePrepared() const;
 
 private:
     int file_ = -1;  // locked as long as it is open
+    std::string before_;
 };
 
-/// Where an installation of this user that ended early has left something, of which no installer is
-/// at work any more; empty when there is none.
+/// Where an installation of this user that ended early has left a product tree, and no installer is
+/// at work any more; empty when there is none. A tree that has the record of another installation
+/// is not what it left.
 std::string KvmUnfinishedPlace();
 
 /// Notes in the tree in `place` that all was extracted; a prepared record is there. It is the copy

@@ -82,7 +82,7 @@ int KvmInstallMgr::removeAll() {
     KvmRun("rm -f %s/%s %s/%s", home, program, "/usr/sbin", program);
     // The session may have worked on the record inside the tree.
     KvmReturnToOwnRecord();
-    if (KvmOwnRecordNames(_info.path)) KvmRun("rm -f %s", _infoFile);
+    if (KvmIsSameDirectory(KvmOwnRecordPlace(), _info.path)) KvmRun("rm -f %s", _infoFile);
     _info.installed = 0;
     KvmForgetMarks();
     KvmStatus("Removed ", _info.path, "/Zarn_system\a");

@@ -100,7 +100,10 @@ void KvmTellOfUnfinished() {
     KvmInstallInfo& info = KvmInstallMgr::_info;
     if (!info.installed && !KvCopyText(info.path, place)) return;
     KvcUserInfo("The last installation in ", place.c_str(),
-                " was not finished.\n\"Install\" there removes what it left, and starts again.");
+                KvmIsComplete(place)
+                    ? " was not finished.\n\"Install\" there finishes it."
+                    : " was not finished.\n\"Install\" there removes what it left, and starts "
+                      "again.");
 }
 
 int KvmInstallMgr::start(int, char** argv) {
@@ -165,9 +168,11 @@ int KvmInstallMgr::setLocation(const char* location) {
     if (place.empty()) return 0;
     // The suite that the user installed there, and the rest of an installation of his, are no
     // obstacle.
-    const bool known =
-        KvmOwnRecordNames(place) && KvuSystem::fileExists(place.c_str(), kvmSystem, 0);
-    if (!known && place != KvmUnfinishedPlace() && !isValidInstallPath(place.c_str())) return 0;
+    const bool known = KvmIsSameDirectory(KvmOwnRecordPlace(), place) &&
+                       KvuSystem::fileExists(place.c_str(), kvmSystem, 0);
+    if (!known && !KvmIsSameDirectory(KvmUnfinishedPlace(), place) &&
+        !isValidInstallPath(place.c_str()))
+        return 0;
     if (!KvCopyText(_info.path, place)) return 0;
     _info.installed = 0;
     KvmForgetMarks();

@@ -17,7 +17,8 @@ namespace platform {
 int system(const char* command);
 
 /// Space on the file system of `directory` as that counts it, even if it can't be written: free
-/// blocks that this process's user may have, and their size in bytes. False (the results untouched) when it can't be asked.
+/// blocks that this process's user may have, and their size in bytes. False (the results untouched)
+/// when it can't be asked.
 bool freeSpace(const char* directory, double& blocks, double& blockSize);
 
 /// The canonical absolute form of `path`: ".", "..", and symbolic links are resolved as far as

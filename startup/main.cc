@@ -35,7 +35,7 @@
 #include "ui/KvcInstall.h"
 #include "ui/KviWindow.h"
 
-static Widget KviInstallWidget;
+Widget KviInstallWidget;
 
 // A dialog takes its place from its board: the position of the shell's geometry goes there.
 static void placeWindow() {

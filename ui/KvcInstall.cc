@@ -106,6 +106,8 @@ void KvcInstallSystemInstall(Widget, XtPointer, XtPointer) {
 }
 
 void KvcInstallSystemRemove(Widget, XtPointer, XtPointer) {
+    const FieldKeeper medium(kviInstallReadText, kviInstallReadTextOk);
+    const FieldKeeper location(kviInstallLocationText, kviInstallLocationTextOk);
     KvmInstallMgr::remove();
     KvmInstallMgr::init();
     KvcDropInput();

@@ -363,6 +363,40 @@ TEST_F(Installing, AddsAllOrNothing) {
     EXPECT_EQ(subsystems(), "models textures ");
 }
 
+TEST_F(Installing, LeavesAFolderBesideACopiedSuiteAlone) {
+    writeFile(here / "cd/Zarn_system/bin/Zarn.install", "", 0755);
+    writeFile(here / "cd/Zarn_system/resources/splash", "Zarn");
+    for (const char* name : {"models", "textures"})
+        writeFile(here / "cd/Zarn_system/subsystems" / name / "content", name);
+    keepOnly("textures");
+    start("suite", {});
+    acknowledge();
+    KvmInstallMgr::setReadFrom(KvmCdRom);
+    KvmInstallMgr::setReadText((here / "cd/Zarn_system").c_str());
+    KvmInstallMgr::init();
+    XmTextFieldSetString(kviInstallLocationText, suite.string().data());
+    ASSERT_TRUE(KvmInstallMgr::install()) << message();
+    writeFile(suite / "subsystems/letter", "kept");
+    for (const int button : {1, 0}) {
+        KvmInstallMgr::setSubsystem(kviSubsystemModels, 1);
+        answerWith({button});
+        EXPECT_EQ(KvmInstallMgr::install(), 1 - button) << message();
+        EXPECT_TRUE(fs::exists(suite / "subsystems/letter"));
+    }
+    EXPECT_EQ(subsystems(), "models textures ");
+}
+
+TEST_F(Installing, TakesNobodyElsesSuiteForItsOwnRest) {
+    pack();
+    writeFile(here / "home/.Zarn_inst.part", "# PATH:    " + (here / "suite").string() + "\n");
+    writeFile(here / "suite/Zarn_system/resources/.Zarn_inst", "# PROGRAM: Zarn-Pinnet\n");
+    start("suite", {});
+    EXPECT_EQ(KvmUnfinishedPlace(), "");
+    EXPECT_FALSE(KvmInstallMgr::install());
+    EXPECT_TRUE(says("Zarn_system already exists in ")) << message();
+    EXPECT_TRUE(fs::exists(here / "suite/Zarn_system/resources/.Zarn_inst"));
+}
+
 TEST_F(Installing, RefusesAnotherPlaceWhileASuiteIsInstalled) {
     installBare();
     const std::string elsewhere = here / "elsewhere";
@@ -374,7 +408,7 @@ TEST_F(Installing, RefusesAnotherPlaceWhileASuiteIsInstalled) {
     acknowledge();
     EXPECT_TRUE(KvmInstallMgr::setLocation(elsewhere.c_str()));
     EXPECT_FALSE(KvmInstallMgr::_info.installed);
-    EXPECT_TRUE(KvmInstallMgr::setLocation(suite.c_str())) << message();
+    EXPECT_TRUE(KvmInstallMgr::setLocation((suite.string() + "/").c_str())) << message();
     EXPECT_TRUE(KvmInstallMgr::_info.installed) << "the user's own suite is shown again";
 }
 
@@ -385,7 +419,8 @@ TEST_F(Installing, ShowsTheEditionThatIsInstalled) {
     KvmInstallMgr::init();
     EXPECT_TRUE(XtIsSensitive(kviInstallButtonInstall)) << "the change is still to be made";
     EXPECT_EQ(textOf(kviInstallSystemMsg).find("Zarn-Pinnet Version 2.0"), 0U);
-    EXPECT_FALSE(KvmInstallMgr::install()) << "nothing is to be added";
+    EXPECT_TRUE(KvmInstallMgr::install()) << "nothing is to be added, but this is to be done";
+    EXPECT_TRUE(says("The installed edition is Zarn-Ambrel now.")) << message();
     EXPECT_EQ(contentsOf(suite / "script-said"),
               suite.string() + "\nAMB\nZarn-Ambrel\nscriptOnly\n");
     KvmInstallMgr::init();
