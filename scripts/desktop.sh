@@ -93,9 +93,10 @@ brochure_is_aside() {
 }
 
 # The installer's first installation brings up the information window: whenever it is ready, over
-# whatever is there by then.
+# whatever is there by then. The arguments are what the user does before it comes.
 begin_installation() {
     click kviInstallButtonInstall
+    [ $# = 0 ] || "$@"
     question_expected=yes wait_for brochure_is_aside
 }
 

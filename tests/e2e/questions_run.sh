@@ -1,6 +1,6 @@
 #!/bin/bash
-# What the window does while something else has the user's attention: a question that is open, a
-# command that runs, a window manager that closes windows.
+# What happens while something else has the user's attention: a question that is open, a command that
+# runs, a window manager that closes windows, somebody who kills the installer.
 set -eu
 # shellcheck source=tests/e2e/installing.sh
 . "$(dirname "$0")/installing.sh"
@@ -23,19 +23,42 @@ slow_down() {
     mv "$place/distribution/Zarn_tools/tar" "$place/distribution/Zarn_tools/real-tar"
     cat >"$place/distribution/Zarn_tools/tar" <<'SLOW'
 #!/bin/sh
+/usr/bin/tar "$@"
+status=$?
 touch "$HOME/tar-runs"
-while [ ! -e "$HOME/go-on" ]; do sleep 0.05; done
-exec /usr/bin/tar "$@"
+while [ -d "$HOME" ] && [ ! -e "$HOME/go-on" ]; do sleep 0.05; done
+exit $status
 SLOW
     chmod +x "$place/distribution/Zarn_tools/tar"
 }
 
-set_out tar
-slow_down
-start_installer -ftp
-choose_location
-begin_installation
+begin_slowly() {
+    set_out tar
+    slow_down
+    start_installer -ftp
+    choose_location
+    begin_installation
+}
 
+# The next installer says which place is unfinished, and makes it whole.
+begin_slowly
+wait_for test -e "$(home)/tar-runs" || fail "the extraction does not start"
+pkill -KILL -P "$installer"
+wait_for has_no_window "$window"
+xdotool windowkill "$(pilot find "$brochure")"
+[ ! -e "$(record)" ] || fail "what was not finished is recorded"
+mv "$place/distribution/Zarn_tools/real-tar" "$place/distribution/Zarn_tools/tar"
+start_installer -ftp
+wait_for has_window "$information" || fail "nothing is said of the unfinished installation"
+shot unfinished
+acknowledge "$information"
+begin_installation answer Yes
+answer No
+says "Installed Zarn system"
+leave_installer
+has_suite Zarn-Pinnet
+
+begin_slowly
 # The status is there before the command is, and another window that passes over the window
 # leaves it whole though the installer is busy.
 wait_for test -e "$(home)/tar-runs" || fail "the extraction does not start"
@@ -75,3 +98,10 @@ pilot widgets "$window" >/dev/null
 [ "$(grep -cF "not installed on this system" "$log")" -le 2 ] || fail "a click came through later"
 close_by_window_manager "$window" label15
 wait "$installer" || fail "closing the window ends with status $?"
+
+# A directory without a suite gives its error, and no question about the suite that is there.
+start_installer -icons "$place/nowhere/Zarn_system"
+acknowledge "$error"
+has_no_window "Install Icon" || fail "the icons of another suite are offered"
+click pushButton
+wait "$installer"
