@@ -1,6 +1,7 @@
 #include "engine/archives.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <string_view>
 
 #include "engine/KvmInstallMgr.h"
@@ -45,12 +46,16 @@ std::string presentName(const std::string& word, const char* directory) {
 }
 
 bool locate(const std::string& word, bool asWritten, KvmArchive& archive) {
+    std::error_code error;
     const char* directory = asWritten ? nullptr : KvmInstallMgr::_info.startDir;
     archive.word = presentName(word, directory);
     archive.path = asWritten ? archive.word : KvuPrint("%s/%s", directory, archive.word.c_str());
     archive.unpacked = withoutExtension(archive.path);
     if (!KvuSystem::fileExists(directory, archive.word.c_str(), 0))
         return KvmFail("Could not open tar file:\n", archive.path.c_str());
+    // Reading a pipe, say, could last for ever.
+    if (!std::filesystem::is_regular_file(archive.path, error))
+        return KvmFail("Could not open tar file:\n", archive.path.c_str(), "\nIt is not a file.");
     return KvmCanUnpack(archive);
 }
 

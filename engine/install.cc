@@ -301,8 +301,21 @@ void setUp(const KvmPlan& plan) {
     tell(KvmRun("Zarn_system/bin/Zarn.install %s %s %s", place, KvmInstallMgr::getProductCode(),
                 KvmInstallMgr::getProductName()),
          "the product's install script. The terminal shows what it said.");
-    tell(KvmRun("cp %s/%s %s/%s/bin", state().startDir, "Zarn_install", place, system),
-         "the copy of the installer into the product tree.");
+    if (KvmRun("cp %s/%s %s/%s/bin", state().startDir, "Zarn_install", place, system)) return;
+    // Half a program must not be taken for one.
+    KvmRun("rm -f %s/%s/bin/%s", place, system, "Zarn_install");
+    tell(false, "the copy of the installer into the product tree.");
+}
+
+// An archive can hold anything under these names.
+bool isSound(const KvmPlan& plan) {
+    const std::string tree = KvuPrint("%s/%s", plan.place.c_str(), kvmSystem);
+    const std::string script = tree + "/bin/Zarn.install";
+    struct stat entry;
+    return (lstat(tree.c_str(), &entry) == 0 && S_ISDIR(entry.st_mode) &&
+            lstat(script.c_str(), &entry) == 0 && S_ISREG(entry.st_mode) &&
+            (entry.st_mode & S_IXUSR) != 0) ||
+           KvmFail("What was extracted is no Zarn system: there is no program\n", script.c_str());
 }
 
 int finishFirst(const KvmPlan& plan, const KvmPreparedRecord& record) {
@@ -322,8 +335,8 @@ int finishFirst(const KvmPlan& plan, const KvmPreparedRecord& record) {
         KvmOpenIconDialog();
         KvmInstallMgr::installTranslators();
     }
-    KvmInstallMgr::getInstallInfo();
-    return 1;
+    state().installed = KvmInstallMgr::getInstallInfo();
+    return state().installed;
 }
 
 int finishAdding(const KvmPlan& plan) {
@@ -338,7 +351,7 @@ int finishAdding(const KvmPlan& plan) {
 int KvmInstallMgr::install() {
     if (!takeFields()) return 0;
     KvmPlan plan = planOfFields();
-    if (!KvCopyText(_info.path, plan.place) || !mayInstall()) return 0;
+    if (!KvCopyText(_info.path, plan.place) || !KvmRecordIsAsSeen() || !mayInstall()) return 0;
     const PlaceLock lock(KvmNearestDirectory(plan.place));
     if (!lock.held()) return 0;
     // An edition can be changed without anything being added.
@@ -350,6 +363,7 @@ int KvmInstallMgr::install() {
     const KvmExtraction result = extract(plan);
     if (result == KvmExtraction::failed || result == KvmExtraction::declined)
         return giveUp(plan, record);
+    if (!plan.adding && !isSound(plan)) return giveUp(plan, record);
     if (!KvmPlaceExtracted(plan)) return giveUpPlacing(plan);
     return plan.adding ? finishAdding(plan) : finishFirst(plan, record);
 }

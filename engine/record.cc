@@ -109,8 +109,17 @@ std::string valueIn(const std::string& path, std::string_view wanted) {
 }
 
 std::string contentsOf(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::string contents;
+    const KvuFile file = openRecord(path.c_str());
+    for (int c = 0; file && (c = std::fgetc(file.get())) != EOF;) contents += static_cast<char>(c);
+    return contents;
+}
+
+// The own record as this session last saw it.
+std::string lastSeen;
+
+void noteRecord() {
+    lastSeen = contentsOf(own());
 }
 
 // Whether the record may speak for the suite in `place`. The record of a tree that was moved or
@@ -120,6 +129,10 @@ bool speaksFor(const std::string& recordFile, const std::string& place, const ch
         return KvmFail("Could not find an installed Zarn system in:\n", location);
     const std::string path = valueIn(recordFile, "PATH:");
     const std::string tree = KvuPrint("%s/%s", path.c_str(), kvmSystem);
+    // Without its edition and version it is no record of ours.
+    if (productNamed(valueIn(recordFile, "PROGRAM:")) == -1 ||
+        valueIn(recordFile, "VERSION:").empty())
+        return KvmFail("This is no installation record of Zarn:\n", recordFile.c_str());
     if (path.empty() || KvmIsSameDirectory(tree, KvuPrint("%s/%s", place.c_str(), kvmSystem)))
         return true;
     if (!KvuSystem::isADirectory(tree.c_str())) return KvmFail(goneText, path.c_str());
@@ -202,7 +215,8 @@ bool replaceRecord(const std::string& path, const std::string& text) {
 
 std::string KvmHome() {
     const char* home = std::getenv("HOME");
-    if (home != nullptr && *home != '\0') return home;
+    // A relative one would be another directory after the next change of directory.
+    if (home != nullptr && *home == '/') return home;
     const struct passwd* user = getpwuid(getuid());
     return user != nullptr ? user->pw_dir : "/";
 }
@@ -211,6 +225,7 @@ int KvmInstallMgr::checkIfRoot() {
     if (KvmRun("id | grep root >/dev/null")) _isRoot = 1;
     ownRecord = _isRoot ? "/usr/lib/.Zarn_inst" : KvuPrint("%s/%s", KvmHome().c_str(), kvmRecord);
     chooseRecord(ownRecord);
+    noteRecord();
     return _isRoot;
 }
 
@@ -218,9 +233,11 @@ int KvmInstallMgr::getInstallInfo() {
     const KvuFile record = openRecord(_infoFile);
     if (!record) return 0;
     forEachLine(record.get(), takeLine);
+    noteRecord();
     if (!KvuSystem::fileExists(_info.path, kvmSystem, 0)) {
         KvcUserError(goneText, _info.path);
         KvuSystem::rm(_infoFile, 1);
+        noteRecord();
         return 0;
     }
     readSubsystems();
@@ -252,7 +269,22 @@ bool KvmRecordEdition() {
     if (copyIn(info.path) != used) done = replaceRecord(copyIn(info.path), text);
     if (own() != used && KvmIsSameDirectory(KvmOwnRecordPlace(), info.path))
         done = replaceRecord(own(), text) && done;
-    return replaceRecord(used, text) && done;
+    done = replaceRecord(used, text) && done;
+    noteRecord();
+    return done;
+}
+
+bool KvmRecordIsAsSeen() {
+    return contentsOf(own()) == lastSeen ||
+           KvmFail(
+               "The installation record has changed since this window last read it:\n",
+               own().c_str(),
+               "\nSomebody else has installed or removed Zarn. Please press \"Exit\", and start "
+               "again.");
+}
+
+void KvmForgetRecord() {
+    noteRecord();
 }
 
 bool KvmIsSameDirectory(const std::string& a, const std::string& b) {
@@ -294,8 +326,10 @@ bool KvmPreparedRecord::prepare(const std::string& place) {
 
 bool KvmPreparedRecord::putInPlace() const {
     const std::string record = KvmInstallMgr::_infoFile;
-    return rename(partOf(record).c_str(), record.c_str()) == 0 ||
-           KvmFail(cantWrite, record.c_str());
+    if (rename(partOf(record).c_str(), record.c_str()) != 0)
+        return KvmFail(cantWrite, record.c_str());
+    noteRecord();
+    return true;
 }
 
 void KvmPreparedRecord::drop() const {

@@ -23,6 +23,13 @@ int KvmRecordedProduct();
 /// own record if that names this suite; the other lines stay. False when one of them failed.
 bool KvmRecordEdition();
 
+/// Whether the user's own record still says what this session last read or wrote; false after an
+/// error: what the window shows is out of date.
+bool KvmRecordIsAsSeen();
+
+/// To be called when this session has deleted the record itself.
+void KvmForgetRecord();
+
 /// Whether both names lead to the same directory, or are the same.
 bool KvmIsSameDirectory(const std::string& a, const std::string& b);
 

@@ -70,12 +70,14 @@ int KvmInstallMgr::removeAll() {
         return KvmFail("Zarn is currently running.\nExit the program before removing Zarn_system",
                        "\n\nIf it is not running, delete this file:\n", home.c_str(),
                        "/.zarnRunning");
+    if (!KvmRecordIsAsSeen()) return 0;
     const std::string tree = KvuPrint("%s/%s", _info.path, kvmSystem);
     // Without its script the tree would stay, and nothing would know of it any more.
     if (access(KvuPrint("%s/bin/Zarn.install", tree.c_str()).c_str(), X_OK) != 0)
         return KvmFail("Can't remove ", tree.c_str());
     const std::string program = KvmInstalledProgram();
     if (!KvmRun("rm -f %s", _infoFile)) return KvmFail("Can't remove ", _infoFile);
+    KvmForgetRecord();
     KvmStatus("Removing Zarn system ...\a");
     if (!KvmRun("%s/Zarn_system/bin/Zarn.install -r %s/%s", _info.path, _info.path, kvmSystem))
         return KvmFail("Can't remove ", tree.c_str());
@@ -83,6 +85,7 @@ int KvmInstallMgr::removeAll() {
     // The session may have worked on the record inside the tree.
     KvmReturnToOwnRecord();
     if (KvmIsSameDirectory(KvmOwnRecordPlace(), _info.path)) KvmRun("rm -f %s", _infoFile);
+    KvmForgetRecord();
     _info.installed = 0;
     KvmForgetMarks();
     KvmStatus("Removed ", _info.path, "/Zarn_system\a");

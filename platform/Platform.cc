@@ -148,6 +148,18 @@ int system(const char* command) {
     return runShell(command);
 }
 
+void prepareProcess() {
+    // The next file that is opened gets the lowest free number.
+    while (true) {
+        const int file = open("/dev/null", O_RDWR);
+        if (file < 0 || file > STDERR_FILENO) {
+            close(file);
+            break;
+        }
+    }
+    umask(umask(022) | 022);
+}
+
 bool freeSpace(const char* directory, double& blocks, double& blockSize) {
     struct statvfs status;
     if (directory == nullptr || statvfs(directory, &status) != 0) return false;

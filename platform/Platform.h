@@ -7,6 +7,11 @@
 /// The programs among it (xwsh, xconfirm, jot, a tape-aware tar) lie in the folder Zarn_tools.
 namespace platform {
 
+/// Makes the process fit to run as root, however it was started: standard input, output and error
+/// are open (on "/dev/null" if nowhere else), and what it makes is nobody else's to write. To be
+/// called before anything is opened.
+void prepareProcess();
+
 /// Runs `command` in the shell and waits for it; the status is that of waitpid: 0 for success,
 /// -1 with errno set (EAGAIN: no process to be had) when the shell could not be started. The
 /// stand-in programs are found without the user's doing: the folder Zarn_tools beside the running

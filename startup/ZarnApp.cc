@@ -7,6 +7,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
+#include <string>
 
 #include "platform/Platform.h"
 #include "startup/logo.h"
@@ -100,13 +102,16 @@ static const char* const appDefaults = R"(
 
 namespace {
 
+// What the user's search path was; nothing when there was none.
+std::optional<std::string> searchPathBefore;
+
 // Half a text would end in the middle of a resource.
 bool writeDefaults() {
     std::FILE* file = platform::openTemporary(appDefaultsFile);
     if (file == nullptr) return false;
     const bool written = std::fprintf(file, "%s", appDefaults) > 0;
     if (std::fclose(file) == 0 && written) return true;
-    ZarnAppClose();
+    std::remove(appDefaultsFile);
     return false;
 }
 
@@ -117,7 +122,9 @@ void ZarnAppInit(const char* name) {
         appDefaultsFile[0] = '\0';
         return;
     }
-    // The toolkit keeps looking there for as long as the process lives: putenv keeps the pointer.
+    const char* before = std::getenv("XFILESEARCHPATH");
+    if (before != nullptr) searchPathBefore = before;
+    // putenv keeps the pointer.
     static char searchPath[] = "XFILESEARCHPATH=/usr/lib/X11/app-defaults/%N:/tmp/%N";
     putenv(searchPath);
     // A display that can't be opened ends the process before anybody closes.
@@ -126,6 +133,9 @@ void ZarnAppInit(const char* name) {
 
 void ZarnAppClose() {
     if (appDefaultsFile[0] == '\0') return;
+    // Everybody may put defaults for other programs into /tmp: no child is to look there.
+    unsetenv("XFILESEARCHPATH");
+    if (searchPathBefore) setenv("XFILESEARCHPATH", searchPathBefore->c_str(), 1);
     KvuSystem::system(KvuCommand("rm -f %s", appDefaultsFile).text.c_str(), 1);
     appDefaultsFile[0] = '\0';
 }

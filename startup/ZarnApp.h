@@ -16,7 +16,8 @@ extern KvText appDefaultsFile;
 /// user's own stands in its place, nothing happens: the application runs with what the system has.
 void ZarnAppInit(const char* name);
 
-/// Deletes the defaults file, if there is one. To be called once the toolkit has read it.
+/// Deletes the defaults file, if there is one, and lets the search path be what it was. To be
+/// called once the toolkit has read the file.
 void ZarnAppClose();
 
 /// Makes the suite's logo the icon of a top-level `shell`. The bitmap is never freed.

@@ -29,6 +29,7 @@
 #include "builder/KviBxUtil.h"
 #include "engine/KvmInstallMgr.h"
 #include "motif/KvcUtil.h"
+#include "platform/Platform.h"
 #include "startup/ZarnApp.h"
 #include "startup/Zarn_install.h"
 #include "support/KvuUtil.h"
@@ -75,6 +76,7 @@ static void doWhatWasAskedFor() {
 }
 
 int main(int argc, char** argv) {
+    platform::prepareProcess();
     // The launcher's commands can run out of swap space already, and the warning names the product.
     KvuUtil::initClass("Zarn", "Installation of the Zarn suite", "2", ".0", "", "Zarn_install");
     parseArgs(argc, argv);

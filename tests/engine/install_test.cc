@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 
 #include <set>
 
@@ -241,6 +242,15 @@ TEST_F(Installing, TellsWhichStepFailed) {
     EXPECT_TRUE(says("the copy of the installer into the product tree")) << message();
 }
 
+TEST_F(Installing, RecordsNothingThatIsNoSuite) {
+    fs::permissions("make/Zarn_system/bin/Zarn.install", fs::perms(0644));
+    pack();
+    start("suite", {1});
+    EXPECT_FALSE(KvmInstallMgr::install());
+    EXPECT_TRUE(says("What was extracted is no Zarn system")) << message();
+    EXPECT_FALSE(fs::exists(here / "home/.Zarn_inst"));
+}
+
 TEST_F(Installing, MakesALocationThatIsNotThere) {
     pack();
     start(".", {1});
@@ -275,10 +285,12 @@ TEST_F(Installing, StopsBeforeItDoesHarm) {
         {place + "/ok", "", "Please enter the location of the Zarn system\ntar file first!"},
         {place + "/ok", " Zarn2.0.tar.gz", "this file exists already"},
         {place + "/ok", " nothing.tar", "Could not open tar file:\n"},
+        {place + "/ok", " pipe.tar", "It is not a file."},
         {place + "/ok", " readme", "Error while installing from tar file.\n"},
         {place + "/ok", std::string(1100, 'x'), "is too long"},
     };
     writeFile(here / "readme", "this is no archive");
+    ASSERT_EQ(mkfifo("pipe.tar", 0600), 0);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.location + c.archives.substr(0, 40));
         KvmInstallMgr::_info.readFrom = 2;

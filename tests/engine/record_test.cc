@@ -106,6 +106,20 @@ TEST_F(TreeRecord, TakesOver) {
     EXPECT_FALSE(KvmInstallMgr::isRunningOnServer());
 }
 
+TEST_F(TreeRecord, OfNoEditionIsRefused) {
+    const std::string system = tree("suite", here / "suite");
+    for (const char* text :
+         {"", "# PROGRAM: Other\n# VERSION: 2.0\n", "# PROGRAM: Zarn-Pinnet\n"}) {
+        writeFile(system + "/resources/.Zarn_inst", text);
+        EXPECT_FALSE(KvmInstallMgr::setInstallInfo(system.c_str())) << text;
+    }
+}
+
+TEST_F(Record, OfAUserWithoutAHomeIsNotInTheWorkingDirectory) {
+    setenv("HOME", ".", 1);
+    EXPECT_EQ(KvmHome()[0], '/');
+}
+
 TEST_F(TreeRecord, IsFoundFromAnywhere) {
     tree("suite", here / "suite");
     EXPECT_TRUE(KvmInstallMgr::setInstallInfo("suite/Zarn_system"));

@@ -98,4 +98,16 @@ TEST_F(Removing, GoesByTheRecordAndByWhatTheUserSaid) {
     EXPECT_TRUE(fs::exists(here / "home/Zarn-Corvan"));
 }
 
+TEST_F(Removing, LeavesARecordThatSomebodyElseHasWritten) {
+    const std::string other = "# PROGRAM: Zarn-Corvan\n# VERSION: 2.0\n# PATH:    /elsewhere\n";
+    writeFile(here / "home/.Zarn_inst", other);
+    answerWith({0});
+    EXPECT_FALSE(KvmInstallMgr::remove());
+    EXPECT_EQ(message().find("The installation record has changed"), 0U) << message();
+    EXPECT_EQ(contentsOf(here / "home/.Zarn_inst"), other);
+    EXPECT_TRUE(fs::exists(tree));
+    acknowledge();
+    EXPECT_FALSE(KvmInstallMgr::install()) << "nor is anything added";
+}
+
 }  // namespace

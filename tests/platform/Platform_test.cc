@@ -1,5 +1,6 @@
 #include "platform/Platform.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <csignal>
@@ -78,6 +79,16 @@ TEST_F(PlatformTest, AbsolutePaths) {
     fs::permissions("shut", fs::perms::owner_all);
     for (const auto& [path, real] : {std::pair("", ""), {"loop/x", ""}, {"/none/..//x", "/x"}})
         EXPECT_EQ(real, platform::absolutePath(path)) << path;
+}
+
+TEST_F(PlatformTest, ProcessIsFitHoweverItWasStarted) {
+    runInChild([] {
+        umask(0);
+        for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) close(file);
+        platform::prepareProcess();
+        EXPECT_GT(open("/dev/null", O_RDONLY), STDERR_FILENO);
+        EXPECT_EQ(umask(0), 022U);
+    });
 }
 
 TEST_F(PlatformTest, StatusesSurviveIgnoredChildren) {
