@@ -44,10 +44,10 @@ sources_to_read() {
         return
     }
     changed=$({
-        git diff --name-only "$green"
+        git diff --name-only "$green" || return
         git ls-files --others --exclude-standard
     } | sort -u)
-    if grep -qx "\.clang-tidy" <<<"$changed"; then
+    if grep -qxE "\.clang-tidy|.*CMake(Lists\.txt|Presets\.json)" <<<"$changed"; then
         files '*.cc'
         return
     fi
@@ -59,12 +59,12 @@ sources_to_read() {
                 xargs grep -lf <(sed -n 's|.*/||; s|.*\.h$|[/"]&"|p' <<<"$more") || true
         } | sort -u)
     done
-    grep -xF "$changed" <(files '*.cc')
+    grep -xF "$changed" <(files '*.cc') || [ $? = 1 ]
 }
 
 check_sources() {
     local sources
-    sources=$(sources_to_read) || [ -z "$sources" ] || return
+    sources=$(sources_to_read) || return
     [ -n "$sources" ] || return 0
     # clang cannot read the headers that g++ precompiles, so the commands must do without them.
     cmake --preset release -B build/check -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >build/check.log || {

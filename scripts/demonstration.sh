@@ -13,7 +13,7 @@ lay_out_demo() {
         make_system_private "$project"
         work=/mnt
     else
-        work=$(mktemp -d "${TMPDIR:-/tmp}/zarn.XXXXXX")
+        work=$(mktemp -d /tmp/zarn.XXXXXX)
     fi
     make_home "$work/home"
     export HOME=$work/home
@@ -58,7 +58,7 @@ demonstrate() {
     installer=$!
     install_by_hand
     click pushButton
-    wait $installer || {
+    wait_for_end "$installer" || {
         echo "The installer ended with status $?." >&2
         exit 1
     }

@@ -44,11 +44,13 @@ desktop_stop() {
 pilot() { "$build/pilot" "$@"; }
 
 # Waits, 60 seconds at most, until a command succeeds. A question that nobody is going to answer
-# ends that at once.
+# ends that early: one that stays, since an answer may be on its way through the window manager.
 wait_for() {
-    local end=$((SECONDS + 60))
+    local end=$((SECONDS + 60)) seen=0
     until "$@" >/dev/null 2>&1; do
-        if has_window "$question" && [ -z "${question_expected:-}" ]; then
+        seen=$((seen + 1))
+        [ -z "${question_expected:-}" ] && has_window "$question" || seen=0
+        if [ $seen -ge 20 ]; then
             echo "nobody answers:" >&2
             pilot texts "$question" >&2
             return 1
@@ -60,6 +62,13 @@ wait_for() {
         sleep 0.05
     done
 }
+
+# Waits until a process of this script's has ended; its status is that of the process.
+wait_for_end() {
+    wait_for ended "$1" && wait "$1"
+}
+
+ended() { ! kill -0 "$1" 2>/dev/null; }
 
 shot() { import -window root "$desktop_shots/$1.png"; }
 
@@ -93,10 +102,9 @@ brochure_is_aside() {
 }
 
 # The installer's first installation brings up the information window: whenever it is ready, over
-# whatever is there by then. The arguments are what the user does before it comes.
+# whatever is there by then.
 begin_installation() {
     click kviInstallButtonInstall
-    [ $# = 0 ] || "$@"
     question_expected=yes wait_for brochure_is_aside
 }
 

@@ -24,10 +24,10 @@ require_packages() {
 build_preset() {
     local preset=$1
     shift
-    cmake --preset "$preset" >"build-$preset.log" 2>&1 || {
-        cat "build-$preset.log"
+    mkdir -p build
+    cmake --preset "$preset" >"build/$preset.log" 2>&1 || {
+        cat "build/$preset.log"
         return 1
     }
-    rm -f "build-$preset.log"
     cmake --build --preset "$preset" -j"$(nproc)" ${1:+--target "$@"}
 }

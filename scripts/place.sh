@@ -5,7 +5,7 @@
 # What this user may have: "system", all folders that a super-user's installation changes; "tmp",
 # only /tmp; or "nothing".
 own_place() {
-    if [ "$(id -u)" = 0 ] && unshare -m true 2>/dev/null; then
+    if [ "$(id -u)" = 0 ] && unshare -m mount -t tmpfs tmpfs /mnt 2>/dev/null; then
         echo system
     elif [ "$(id -u)" != 0 ] &&
         unshare -Um --map-current-user --keep-caps mount -t tmpfs tmpfs /tmp 2>/dev/null; then
@@ -60,7 +60,7 @@ make_system_private() {
 run_as_nobody() {
     local script=$1 build=$2 copy status=0
     shift 2
-    copy=$(mktemp -d "${TMPDIR:-/tmp}/zarn.XXXXXX")
+    copy=$(mktemp -d /tmp/zarn.XXXXXX)
     # shellcheck disable=SC2064 # the name is needed when the function is long gone
     trap "rm -rf '$copy'" EXIT
     mkdir -p "$copy/tests" "$copy/build/release"

@@ -14,7 +14,7 @@ keep_archives() {
 }
 
 install_icon() {
-    has_window "Install Icon" || fail "$medium: no icon dialog"
+    question_expected=yes wait_for has_window "Install Icon" || fail "$medium: no icon dialog"
     decide_on_icons
     click kviInstallIconInstall
     click dismiss

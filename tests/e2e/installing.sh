@@ -141,7 +141,7 @@ decide_on_icons() {
 
 leave_installer() {
     click pushButton
-    wait "$installer" || fail "$medium: the installer ended with status $?"
+    wait_for_end "$installer" || fail "$medium: the installer ended with status $?"
     [ ! -e /tmp/.kvcInstallMsg ] || fail "the brochure is left behind"
     # The terminal that shows it stays until its user closes it.
     xdotool windowkill "$(pilot find "$brochure")"

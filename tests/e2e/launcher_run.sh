@@ -9,8 +9,6 @@ settle
 terminal="Zarn Installation "
 password_terminal="Zarn Installation (Please enter super-user password)"
 
-ended() { ! kill -0 "$1" 2>/dev/null; }
-
 # Starts the launcher in the background.
 launch() {
     (cd "$place/distribution" && as_person ./Zarn_install "$@") >"$log" 2>&1 </dev/null &
@@ -19,8 +17,7 @@ launch() {
 
 close_window() {
     click pushButton
-    wait_for ended "$launcher" || fail "the launcher outlives its installer"
-    wait "$launcher" || fail "the launcher ended with status $?"
+    wait_for_end "$launcher" || fail "the launcher ended with status $?"
 }
 
 # As super-user no password is asked for, and the options arrive in the second process.

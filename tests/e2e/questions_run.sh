@@ -26,7 +26,8 @@ slow_down() {
 /usr/bin/tar "$@"
 status=$?
 touch "$HOME/tar-runs"
-while [ -d "$HOME" ] && [ ! -e "$HOME/go-on" ]; do sleep 0.05; done
+turns=0
+while [ $((turns += 1)) -lt 2000 ] && [ ! -e "$HOME/go-on" ]; do sleep 0.05; done
 exit $status
 SLOW
     chmod +x "$place/distribution/Zarn_tools/tar"
@@ -52,7 +53,9 @@ start_installer -ftp
 wait_for has_window "$information" || fail "nothing is said of the unfinished installation"
 shot unfinished
 acknowledge "$information"
-begin_installation answer Yes
+click kviInstallButtonInstall
+answer Yes
+question_expected=yes wait_for brochure_is_aside
 answer No
 says "Installed Zarn system"
 leave_installer
@@ -97,11 +100,11 @@ says "Zarn-Pinnet Version 2.0 is currently installed"
 pilot widgets "$window" >/dev/null
 [ "$(grep -cF "not installed on this system" "$log")" -le 2 ] || fail "a click came through later"
 close_by_window_manager "$window" label15
-wait "$installer" || fail "closing the window ends with status $?"
+wait_for_end "$installer" || fail "closing the window ends with status $?"
 
 # A directory without a suite gives its error, and no question about the suite that is there.
 start_installer -icons "$place/nowhere/Zarn_system"
 acknowledge "$error"
 has_no_window "Install Icon" || fail "the icons of another suite are offered"
 click pushButton
-wait "$installer"
+wait_for_end "$installer"
