@@ -74,17 +74,13 @@ void showBrochure() {
         "-icontitle \"Zarn install\"  -e /bin/csh -c \"more /tmp/.kvcInstallMsg; cat\" &");
 }
 
-// Says what begins and asks whether it may; the status is what it was when it may not.
+// Says what begins, and asks whether it may.
 bool announce(const KvmPlan& plan, bool ask) {
-    const std::string before = KvInstallInfoMsg;
     KvmStatus("Installing ", plan.adding ? "selected subsystems" : "Zarn system",
               ". This will take a few minutes...\a");
-    if (!ask || !plan.adding ||
-        KvcUserConfirm(2, yesNo, "Install the following subsystems?\n",
-                       KvmLabelList(plan.wanted).c_str()) == 0)
-        return true;
-    KvmStatus(before.c_str());
-    return false;
+    return !ask || !plan.adding ||
+           KvcUserConfirm(2, yesNo, "Install the following subsystems?\n",
+                          KvmLabelList(plan.wanted).c_str()) == 0;
 }
 
 KvmExtraction fail(const KvmPlan& plan) {
@@ -231,8 +227,10 @@ void KvmDropExtracted(const KvmPlan& plan) {
         KvmRun("rm -rf %s/%s", place, kvmSubsystems);
         return;
     }
-    for (const KvmInstallSubsystemRow* row : plan.wanted)
+    for (const KvmInstallSubsystemRow* row : plan.wanted) {
         KvmRun("rm -rf %s/%s/%s", place, kvmSystem, row->directory);
+        KvmRun("rm -rf %s/%s/%s/%s", place, kvmSystem, kvmSubsystems, row->directory);
+    }
 }
 
 void KvmReportAdded(const KvmPlan& plan) {

@@ -1,16 +1,14 @@
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <string>
 #include <string_view>
 
+#include "engine/PlaceLock.h"
 #include "engine/catalogue.h"
 #include "engine/command.h"
 #include "engine/extract.h"
@@ -30,27 +28,6 @@ KvmInstallInfo& state() {
 bool holds(const std::string& directory, const char* name) {
     return KvuSystem::fileExists(directory.c_str(), name, 0) != 0;
 }
-
-// Keeps other installers off a place for as long as it lives, and no longer than this process.
-class PlaceLock {
-public:
-    explicit PlaceLock(const std::string& place)
-        : file_(open(place.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
-          held_(file_ < 0 || flock(file_, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {}
-    ~PlaceLock() {
-        if (file_ >= 0) close(file_);
-    }
-    PlaceLock(const PlaceLock&) = delete;
-    PlaceLock& operator=(const PlaceLock&) = delete;
-
-    [[nodiscard]] bool held() const {
-        return held_ || KvmFail("Another Zarn_install is at work in this location.");
-    }
-
-private:
-    int file_;
-    bool held_;
-};
 
 // Take over the fields
 
@@ -90,6 +67,9 @@ KvmPlan planOfFields() {
         KvmShowLocation(plan.place.c_str());
     }
     plan.source = state().readText;
+    // A copy starts in the product tree, the look at its source elsewhere.
+    if (state().readFrom == KvmCdRom && !plan.source.starts_with('/'))
+        plan.source = KvuPrint("%s/%s", state().startDir, plan.source.c_str());
     if (!plan.adding || state().subsystemsAdded) plan.wanted = KvmWantedRows();
     return plan;
 }
@@ -134,7 +114,7 @@ bool canBeWritten(KvmPlan& plan) {
 }
 
 bool findArchives(KvmPlan& plan) {
-    if (state().readFrom != KvmTarFile) return true;
+    if (state().readFrom != KvmTarFile || plan.complete) return true;
     plan.archives = KvmLocateArchives(plan.source.c_str(), plan.allArchives);
     return !plan.archives.empty();
 }
@@ -147,27 +127,36 @@ bool liesBelow(const std::string& path, const std::string& directory) {
 // What the medium holds is read to its end, and lies elsewhere: only then may what it once gave be
 // removed.
 bool canBeReadAgain(const KvmPlan& plan) {
-    const std::string tree = KvuPrint("%s/%s", plan.place.c_str(), kvmSystem);
+    const auto goes = [&](const std::string& path) {
+        return liesBelow(path, KvuPrint("%s/%s", plan.place.c_str(), kvmSystem)) ||
+               liesBelow(path, KvuPrint("%s/%s", plan.place.c_str(), kvmSubsystems));
+    };
     bool readable = plan.allArchives;
     if (state().readFrom == KvmCdRom)
-        readable = KvuSystem::numFiles(plan.source.c_str()) > 0 && !liesBelow(plan.source, tree);
+        readable = KvuSystem::numFiles(plan.source.c_str()) > 0 && !goes(plan.source);
     else if (plan.archives.empty())
         readable = KvmRun("tar tf %s >/dev/null", plan.source);
     for (const KvmArchive& archive : plan.archives)
         readable =
-            readable && !liesBelow(archive.path, tree) &&
+            readable && !goes(archive.path) &&
             (archive.compressed() ? KvmRun("gunzip -c %s | tar tf - >/dev/null", archive.path)
                                   : KvmRun("tar tf %s >/dev/null", archive.path));
     return readable || KvmFail(KvmInstallMedium[state().readFrom].error,
                                "\nWhat the last installation left is kept.");
 }
 
-// Nothing is there that is not wanted; what is wanted and not there, the medium did not have.
+// Nothing is there that is not wanted.
 bool isFinishedButForTheRecord(const KvmPlan& plan) {
-    return KvmIsComplete(plan.place) &&
+    return !plan.adding && KvmIsSameDirectory(KvmUnfinishedPlace(), plan.place) &&
+           KvmIsComplete(plan.place) &&
            std::ranges::all_of(KvmInstallSubsystem, [](const auto& row) {
                return row.selected != 0 || !KvmIsPresent(row);
            });
+}
+
+int refuseFolder(const std::string& folder, const char* name) {
+    return KvmFail("There is a folder \"", name, "\" in ",
+                   (folder + " already.\nPlease move it, or enter another location path.").c_str());
 }
 
 // What is extracted gets the names "Zarn_system" and "subsystems" in the location, or those of the
@@ -175,23 +164,21 @@ bool isFinishedButForTheRecord(const KvmPlan& plan) {
 // would write into it, and placing the subsystems would take it away. But what an installation of
 // this user left there when it ended early is taken up again.
 bool isFree(KvmPlan& plan) {
-    if (!plan.adding && KvmIsSameDirectory(KvmUnfinishedPlace(), plan.place)) {
-        plan.complete = isFinishedButForTheRecord(plan);
-        plan.startAgain = !plan.complete;
-        return plan.complete || canBeReadAgain(plan);
+    if (plan.complete) return true;
+    const std::string tree = KvuPrint("%s/%s", plan.place.c_str(), kvmSystem);
+    const bool folder = holds(plan.place, kvmSubsystems);
+    if (plan.adding && state().readFrom == KvmCdRom) {
+        for (const KvmInstallSubsystemRow* row : plan.wanted)
+            if (holds(tree, row->directory)) return refuseFolder(tree, row->directory);
+        return true;
     }
-    if (!plan.adding && !KvmInstallMgr::isValidInstallPath(plan.place.c_str())) return false;
-    const bool copies = plan.adding && state().readFrom == KvmCdRom;
-    const std::string folder =
-        copies ? KvuPrint("%s/%s", plan.place.c_str(), kvmSystem) : plan.place;
-    std::string taken = !copies && holds(folder, kvmSubsystems) ? kvmSubsystems : "";
-    for (const KvmInstallSubsystemRow* row : plan.wanted)
-        if (copies && holds(folder, row->directory)) taken = row->directory;
-    return taken.empty() ||
-           KvmFail("There is a folder \"", taken.c_str(), "\" in ",
-                   (folder + " already.\nPlease move it, or enter another location "
-                             "path.")
-                       .c_str());
+    plan.startAgain = !plan.adding && KvmIsSameDirectory(KvmUnfinishedPlace(), plan.place);
+    if (!plan.adding && !plan.startAgain && !KvmInstallMgr::isValidInstallPath(plan.place.c_str()))
+        return false;
+    // Beside a tree that has its subsystems already, the folder is not what was left.
+    if (folder && (!plan.startAgain || holds(tree, kvmSubsystems)))
+        return refuseFolder(plan.place, kvmSubsystems);
+    return !plan.startAgain || canBeReadAgain(plan);
 }
 
 // What the user has to agree to, when nothing else is in the way any more.
@@ -213,6 +200,7 @@ bool isAgreedTo(const KvmPlan& plan) {
 
 // Every refusal comes from here, before the first change.
 bool look(KvmPlan& plan, KvmPreparedRecord& record) {
+    plan.complete = isFinishedButForTheRecord(plan);
     return fits(plan) && isSomethingToAdd(plan) && canBeWritten(plan) && findArchives(plan) &&
            isFree(plan) && (plan.adding || record.canBePrepared()) && isAgreedTo(plan) &&
            (plan.adding || record.prepare(plan.place));
@@ -272,13 +260,17 @@ void keepArchives(const KvmPlan& plan) {
         KvcUserInfo("The tar files were kept, since the installation is not complete.");
 }
 
-int giveUp(const KvmPlan& plan, const KvmPreparedRecord& record) {
+// What an extraction into an empty place left without a tree is nothing to be taken up again.
+int giveUp(const KvmPlan& plan, const KvmPreparedRecord& record, bool begun) {
     if (plan.adding) {
         KvmDropExtracted(plan);
-    } else {
-        keepArchives(plan);
-        if (!holds(plan.place, kvmSystem)) record.drop();
+        KvmShowInstalled();
+        return 0;
     }
+    keepArchives(plan);
+    if (holds(plan.place, kvmSystem)) return 0;
+    if (begun && state().readFrom != KvmCdRom) KvmDropExtracted(plan);
+    record.drop();
     return 0;
 }
 
@@ -303,7 +295,11 @@ void setUp(const KvmPlan& plan) {
          "the product's install script. The terminal shows what it said.");
     if (KvmRun("cp %s/%s %s/%s/bin", state().startDir, "Zarn_install", place, system)) return;
     // Half a program must not be taken for one.
-    KvmRun("rm -f %s/%s/bin/%s", place, system, "Zarn_install");
+    std::error_code error;
+    const std::string own = KvuPrint("%s/Zarn_install", state().startDir);
+    const std::string copy = KvuPrint("%s/%s/bin/Zarn_install", plan.place.c_str(), kvmSystem);
+    if (std::filesystem::is_regular_file(own, error) && !KvmIsSameDirectory(own, copy))
+        KvmRun("rm -f %s", copy);
     tell(false, "the copy of the installer into the product tree.");
 }
 
@@ -322,6 +318,7 @@ int finishFirst(const KvmPlan& plan, const KvmPreparedRecord& record) {
     std::printf("\nInitializing Installation...\a\n");
     KvmMarkComplete(plan.place);
     if (!record.putInPlace()) {
+        KvmStatus("Could not install Zarn ", "system.");
         keepArchives(plan);
         return 0;
     }
@@ -330,7 +327,8 @@ int finishFirst(const KvmPlan& plan, const KvmPreparedRecord& record) {
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) row.installed = row.selected;
     state().installed = state().installedInThisSession = 1;
     KvmStatus("Installed Zarn system\a");
-    KvmReportMissing(plan);
+    // What was complete before is not compared with what is wanted now.
+    if (!plan.complete) KvmReportMissing(plan);
     if (KvmInstallMgr::_isRoot) {
         KvmOpenIconDialog();
         KvmInstallMgr::installTranslators();
@@ -359,11 +357,13 @@ int KvmInstallMgr::install() {
     KvmPreparedRecord record;
     if (!look(plan, record)) return 0;
     if (_info.productChanged && !changeEdition(plan)) return 0;
-    if (!begin(plan)) return giveUp(plan, record);
+    const std::string before = KvInstallInfoMsg;
+    if (!begin(plan)) return giveUp(plan, record, false);
     const KvmExtraction result = extract(plan);
-    if (result == KvmExtraction::failed || result == KvmExtraction::declined)
-        return giveUp(plan, record);
-    if (!plan.adding && !isSound(plan)) return giveUp(plan, record);
-    if (!KvmPlaceExtracted(plan)) return giveUpPlacing(plan);
+    if (result == KvmExtraction::declined) KvmStatus(before.c_str());
+    if (result == KvmExtraction::failed || result == KvmExtraction::declined ||
+        (!plan.adding && !isSound(plan)))
+        return giveUp(plan, record, true);
+    if (!plan.complete && !KvmPlaceExtracted(plan)) return giveUpPlacing(plan);
     return plan.adding ? finishAdding(plan) : finishFirst(plan, record);
 }

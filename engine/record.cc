@@ -172,10 +172,10 @@ std::string recordText(const std::string& program, const char* version, const ch
         program.c_str(), version, date, place.c_str(), host);
 }
 
+// The old text is overwritten, not freed: on a full disk there is still room for it.
 bool writeAll(int file, const std::string& text) {
-    return ftruncate(file, 0) == 0 &&
-           pwrite(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()) &&
-           fsync(file) == 0;
+    return pwrite(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()) &&
+           ftruncate(file, static_cast<off_t>(text.size())) == 0 && fsync(file) == 0;
 }
 
 std::string partOf(const std::string& record) {
@@ -186,9 +186,11 @@ std::string partOf(const std::string& record) {
 int openPart(const std::string& path, int flags) {
     const int file = open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644);
     const int lock = (flags & O_ACCMODE) == O_RDONLY ? LOCK_SH : LOCK_EX;
-    struct stat status;
+    struct stat status, named;
+    // Whoever had the lock may have renamed the file meanwhile.
     if (file >= 0 && fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
-        (flock(file, lock | LOCK_NB) == 0 || errno != EWOULDBLOCK))
+        (flock(file, lock | LOCK_NB) == 0 || errno != EWOULDBLOCK) &&
+        lstat(path.c_str(), &named) == 0 && named.st_ino == status.st_ino)
         return file;
     const int reason = errno;
     if (file >= 0) ::close(file);
@@ -306,7 +308,11 @@ bool KvmPreparedRecord::canBePrepared() const {
 
 bool KvmPreparedRecord::prepare(const std::string& place) {
     const std::string record = KvmInstallMgr::_infoFile;
-    before_ = contentsOf(partOf(record));
+    const std::string unfinished = KvmUnfinishedPlace();
+    const bool again = KvmIsSameDirectory(unfinished, place);
+    if (!unfinished.empty() && !again) before_ = contentsOf(partOf(record));
+    // The mark of what is begun anew would make a foreign tree of it.
+    if (again) unlink(copyIn(place).c_str());
     file_ = openPart(partOf(record), O_WRONLY | O_CREAT);
     if (file_ < 0)
         return errno == EWOULDBLOCK ? KvmFail("Another Zarn_install is installing at this moment.")
@@ -333,7 +339,6 @@ bool KvmPreparedRecord::putInPlace() const {
 }
 
 void KvmPreparedRecord::drop() const {
-    // On a full disk the old text still fits where it was.
     if (before_.empty() || !writeAll(file_, before_))
         unlink(partOf(KvmInstallMgr::_infoFile).c_str());
 }
@@ -363,6 +368,7 @@ bool KvmIsComplete(const std::string& place) {
 int KvmInstallMgr::setInstallInfo(const char* location) {
     // The working directory changes with the first installation.
     const std::string tree = location[0] == '/' ? location : platform::absolutePath(location);
+    if (tree.empty()) return KvmFail("Could not find an installed Zarn system in:\n", location);
     const std::string place = KvuSystem::dirname(tree.c_str());
     const std::string record = copyIn(place);
     if (record.size() >= KvTextSize) return KvmFail("This location is too long:\n", location);

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 
+#include "engine/PlaceLock.h"
 #include "engine/catalogue.h"
 #include "engine/command.h"
 #include "engine/record.h"
@@ -94,6 +95,8 @@ int KvmInstallMgr::removeAll() {
 
 int KvmInstallMgr::remove() {
     if (!_info.installed) return KvmFail("Zarn is not installed on this system!");
+    const PlaceLock lock(_info.path);
+    if (!lock.held()) return 0;
     if (_info.subsystemsRemoved) {
         const int answer = KvcUserConfirm(
             2, removeSub,
