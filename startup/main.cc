@@ -62,8 +62,10 @@ static void showWindow(Widget topLevelShell, Atom closing) {
 }
 
 static void selectMedium() {
-    for (int i = 0; i < static_cast<int>(std::size(KvmInstallMedium)); ++i)
-        XmToggleButtonSetState(KvmInstallMedium[i].getWidget(), i == KvReadFrom, i == KvReadFrom);
+    for (int i = 0; i < static_cast<int>(std::size(KvmInstallMedium)); ++i) {
+        const Boolean chosen = i == KvReadFrom ? True : False;
+        XmToggleButtonSetState(KvmInstallMedium[i].getWidget(), chosen, chosen);
+    }
 }
 
 // A directory that holds no suite gives its error and nothing more, whatever else is installed.

@@ -31,7 +31,7 @@ protected:
     }
 
     // Chooses the archives beside the installer and a location; `buttons` will be pressed.
-    void start(const std::string& location, std::vector<int> buttons) {
+    void start(const std::string& location, const std::vector<int>& buttons) {
         KvmInstallMgr::_info.installed = 0;
         ASSERT_EQ(chdir(here.c_str()), 0);
         KvmInstallMgr::setReadFrom(2);
@@ -39,7 +39,7 @@ protected:
         suite = here / location;
         fs::create_directories(suite);
         XmTextFieldSetString(kviInstallLocationText, suite.string().data());
-        answerWith(std::move(buttons));
+        answerWith(buttons);
     }
 
     // A suite without subsystems, installed from an archive with everything.
@@ -338,11 +338,11 @@ TEST_F(Installing, AddsToASuiteThatHasNoSubsystems) {
 
 TEST_F(Installing, AddsAllOrNothing) {
     installBare();
-    const auto add = [&](const char* archives, std::vector<int> buttons) {
+    const auto add = [&](const char* archives, const std::vector<int>& buttons) {
         if (message() != "") acknowledge();
         KvmInstallMgr::setReadText(archives);
         KvmInstallMgr::init();
-        answerWith(std::move(buttons));
+        answerWith(buttons);
         return KvmInstallMgr::install();
     };
     ASSERT_EQ(chdir(here.c_str()), 0);

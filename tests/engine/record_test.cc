@@ -88,7 +88,7 @@ class TreeRecord : public Record {
 protected:
     // A suite in a folder of that name; its record names the suite in `path`.
     std::string tree(const std::string& name, const fs::path& path) const {
-        const std::string system = here / name / "Zarn_system";
+        std::string system = here / name / "Zarn_system";
         writeFile(system + "/resources/.Zarn_inst",
                   "# PROGRAM: Zarn-Corvan\n# VERSION: 2.0\n# PATH:    " + path.string() +
                       "\n# HOST:    crane\n");

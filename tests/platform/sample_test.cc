@@ -63,7 +63,15 @@ TEST_F(ScriptsTest, WhatIsMadeIsTakenAwayAgain) {
 }
 
 TEST_F(ScriptsTest, Refusals) {
+    const char* const foreignCommand =
+        "echo mine >/usr/sbin/Zarn-Pinnet; $B/Zarn.install $T/opt PNT Zarn-Pinnet; r=$?; "
+        "[ \"$(cat /usr/sbin/Zarn-Pinnet)\" = mine ] && exit $r; exit 0";
+    const char* const plantedIcon =
+        "ln -s $T/victim /usr/share/applications/Zarn-Pinnet.desktop; "
+        "$B/Zarn.installDesktop $T/opt Zarn-Pinnet";
     const char* const cases[] = {
+        foreignCommand,
+        plantedIcon,
         "$B/Zarn.install -r /",
         "$B/Zarn.install -r ''",
         "$B/Zarn.install -r $T/opt",
@@ -72,11 +80,7 @@ TEST_F(ScriptsTest, Refusals) {
         "mkdir $T/y; ln -s $T/opt/Zarn_system $T/y; $B/Zarn.install -r $T/y/Zarn_system/",
         "$B/Zarn.install $T/none PNT Zarn-Pinnet",
         "$B/Zarn.install $T/opt PNT ../Zarn-Pinnet",
-        "$B/Zarn.install $T/opt PNT Zarn-Pinnet other",
-        "echo mine >/usr/sbin/Zarn-Pinnet; $B/Zarn.install $T/opt PNT Zarn-Pinnet; r=$?; "
-        "[ \"$(cat /usr/sbin/Zarn-Pinnet)\" = mine ] && exit $r; exit 0",
-        "ln -s $T/victim /usr/share/applications/Zarn-Pinnet.desktop; "
-        "$B/Zarn.installDesktop $T/opt Zarn-Pinnet"};
+        "$B/Zarn.install $T/opt PNT Zarn-Pinnet other"};
     for (const char* script : cases) {
         SCOPED_TRACE(script);
         const Outcome outcome = run(script);

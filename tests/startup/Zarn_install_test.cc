@@ -16,6 +16,7 @@ namespace {
 // parseArgs, with literal words for a command line.
 int parse(std::vector<std::string> words) {
     std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
     for (std::string& word : words) argv.push_back(word.data());
     argv.push_back(nullptr);
     return parseArgs(static_cast<int>(words.size()), argv.data());
@@ -69,10 +70,11 @@ TEST_F(Launcher, OpensTheTerminalThatRunsTheProgramAgain) {
                                          : "su root -c './Zarn_install -noShell -ftp '\n";
         const std::string title = root ? "Zarn Installation \n"
                                        : "Zarn Installation (Please enter super-user password)\n";
-        EXPECT_EQ(contentsOf("said"),
-                  "-bg\nblack\n-fg\ncyan\n-geom\n80x20+100+100\n-cursorfg\ncyan\n-cursorbg\ncyan\n"
-                  "-title\n" +
-                      title + "-icontitle\nZarn install\n-e\n/bin/csh\n-c\necho; echo; " + command);
+        std::string said =
+            "-bg\nblack\n-fg\ncyan\n-geom\n80x20+100+100\n-cursorfg\ncyan\n-cursorbg\ncyan\n-"
+            "title\n";
+        said.append(title).append("-icontitle\nZarn install\n-e\n/bin/csh\n-c\necho; echo; ");
+        EXPECT_EQ(contentsOf("said"), said + command);
         EXPECT_EQ(contentsOf("again"), "<./Zarn_install><-noShell><-ftp>");
         EXPECT_EQ(contentsOf("su-said"), root ? "" : "root\n-c\n./Zarn_install -noShell -ftp \n");
         fs::remove("su-said");
