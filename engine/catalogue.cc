@@ -1,7 +1,6 @@
 #include "engine/catalogue.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <string_view>
 

@@ -25,6 +25,11 @@ bool KvmRun(std::type_identity_t<KvuTemplate<Pieces...>> commandTemplate, const 
     return chdir(directory.c_str()) == 0;
 }
 
+/// Whether `directory` has an entry `name`; an unreadable one has none.
+[[nodiscard]] inline bool KvmHolds(const std::string& directory, const char* name) {
+    return KvuSystem::fileExists(directory.c_str(), name, 0) != 0;
+}
+
 /// Tells the user what is wrong; always 0, for an operation to end with.
 template <typename... Pieces>
 int KvmFail(const Pieces&... pieces) {

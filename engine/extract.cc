@@ -18,10 +18,6 @@ namespace {
 // The status of Zarn_tools/tar for a whole archive that holds nothing of what was asked for.
 constexpr int nothingFound = 1;
 
-bool holds(const std::string& directory, const char* name) {
-    return KvuSystem::fileExists(directory.c_str(), name, 0) != 0;
-}
-
 // The members of an archive, or the directories of a CD-ROM: `prefix` tells where they are.
 KvuShellText sourceList(const KvmRows& rows, const std::string& prefix) {
     KvuShellText files;
@@ -93,7 +89,7 @@ KvmExtraction fail(const KvmPlan& plan) {
 KvmExtraction howMuch(const KvmPlan& plan, const std::string& folder) {
     std::size_t there = 0;
     for (const KvmInstallSubsystemRow* row : plan.wanted)
-        if (holds(folder, row->directory)) ++there;
+        if (KvmHolds(folder, row->directory)) ++there;
     if (plan.adding && there == 0) return fail(plan);
     return there == plan.wanted.size() ? KvmExtraction::all : KvmExtraction::part;
 }
@@ -113,7 +109,7 @@ KvmExtraction extractPass(const KvmPlan& plan, const char* from, bool finalPass)
     const int status = KvuSystem::system(command.text.c_str(), 1);
     const bool read = status == 0 || (WIFEXITED(status) && WEXITSTATUS(status) == nothingFound);
     // Of several archives a later one may hold the product tree.
-    if (!read || (finalPass && !holds(plan.place, kvmSystem))) return fail(plan);
+    if (!read || (finalPass && !KvmHolds(plan.place, kvmSystem))) return fail(plan);
     return finalPass ? howMuch(plan, extractedFolder(plan)) : KvmExtraction::part;
 }
 
@@ -144,7 +140,7 @@ KvmExtraction copyIntoTree(const KvmPlan& plan) {
     showBrochure();
     const bool copied = KvuSystem::system(command.text.c_str(), 1) == 0;
     makeWritable(plan);
-    return copied && holds(plan.place, kvmSystem) ? howMuch(plan, ".") : fail(plan);
+    return copied && KvmHolds(plan.place, kvmSystem) ? howMuch(plan, ".") : fail(plan);
 }
 
 // A first installation goes on without what could not be moved: it is there, if not in its place.
@@ -206,7 +202,8 @@ bool KvmPlaceExtracted(const KvmPlan& plan) {
     const std::string_view system = kvmSystem;
     const std::string_view folder = kvmSubsystems;
     // A CD-ROM's are in the tree already, and a folder of that name beside it is not ours.
-    if (KvmInstallMgr::_info.readFrom == KvmCdRom || !holds(plan.place, kvmSubsystems)) return true;
+    if (KvmInstallMgr::_info.readFrom == KvmCdRom || !KvmHolds(plan.place, kvmSubsystems))
+        return true;
     bool moved = false;
     if (plan.adding) {
         // A suite that was installed without subsystems has no folder for them yet. A move that

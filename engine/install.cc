@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -23,10 +22,6 @@ constexpr const char* cantWrite = "Can't write to disk.\nPlease select another p
 
 KvmInstallInfo& state() {
     return KvmInstallMgr::_info;
-}
-
-bool holds(const std::string& directory, const char* name) {
-    return KvuSystem::fileExists(directory.c_str(), name, 0) != 0;
 }
 
 // Take over the fields
@@ -166,17 +161,17 @@ int refuseFolder(const std::string& folder, const char* name) {
 bool isFree(KvmPlan& plan) {
     if (plan.complete) return true;
     const std::string tree = KvuPrint("%s/%s", plan.place.c_str(), kvmSystem);
-    const bool folder = holds(plan.place, kvmSubsystems);
+    const bool folder = KvmHolds(plan.place, kvmSubsystems);
     if (plan.adding && state().readFrom == KvmCdRom) {
         for (const KvmInstallSubsystemRow* row : plan.wanted)
-            if (holds(tree, row->directory)) return refuseFolder(tree, row->directory);
+            if (KvmHolds(tree, row->directory)) return refuseFolder(tree, row->directory);
         return true;
     }
     plan.startAgain = !plan.adding && KvmIsSameDirectory(KvmUnfinishedPlace(), plan.place);
     if (!plan.adding && !plan.startAgain && !KvmInstallMgr::isValidInstallPath(plan.place.c_str()))
         return false;
     // Beside a tree that has its subsystems already, the folder is not what was left.
-    if (folder && (!plan.startAgain || holds(tree, kvmSubsystems)))
+    if (folder && (!plan.startAgain || KvmHolds(tree, kvmSubsystems)))
         return refuseFolder(plan.place, kvmSubsystems);
     return !plan.startAgain || canBeReadAgain(plan);
 }
@@ -268,7 +263,7 @@ int giveUp(const KvmPlan& plan, const KvmPreparedRecord& record, bool begun) {
         return 0;
     }
     keepArchives(plan);
-    if (holds(plan.place, kvmSystem)) return 0;
+    if (KvmHolds(plan.place, kvmSystem)) return 0;
     if (begun && state().readFrom != KvmCdRom) KvmDropExtracted(plan);
     record.drop();
     return 0;
