@@ -65,6 +65,8 @@ void fetchGunzip() {
         !KvuSystem::fileExists(startDir, "gunzip", 0))
         return;
     const std::string own = KvuPrint("%s/%s", startDir, "gunzip");
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(own, error)) return;
     if (KvuSystem::cp(own.c_str(), "/usr/sbin", 0)) KvmStatus("Copied gunzip to /usr/sbin...");
 }
 
@@ -106,9 +108,14 @@ std::vector<KvmArchive> KvmLocateArchives(const char* text, bool& all) {
 
 // gunzip would ask on the terminal whether to overwrite a file, or fail: neither is wanted.
 bool KvmCanUnpack(const KvmArchive& archive) {
-    return !archive.compressed() || !KvuSystem::fileExists(nullptr, archive.unpacked.c_str(), 0) ||
-           KvmFail("Could not uncompress \"", archive.word.c_str(),
-                   "\",\nsince this file exists already:\n", archive.unpacked.c_str());
+    if (!archive.compressed() || !KvuSystem::fileExists(nullptr, archive.unpacked.c_str(), 0))
+        return true;
+    // An installer that was killed may have left half of either beside the other.
+    const bool whole = KvmRun("gzip -t %s 2>/dev/null", archive.path);
+    return KvmFail("Could not uncompress \"", archive.word,
+                   "\",\nsince this file exists already:\n", archive.unpacked,
+                   whole ? "\nThe compressed archive is whole."
+                         : "\nThe compressed archive is not whole: keep that file.");
 }
 
 bool KvmUnpack(const KvmArchive& archive) {
@@ -131,7 +138,8 @@ void KvmPackAgain(const KvmArchive& archive) {
 int KvmInstallMgr::uncompress(const char* archive, KvText& out) {
     if (!KvCopyText(out, withoutExtension(archive))) return 0;
     fetchGunzip();
-    return KvmRun("gunzip %s", archive) || KvmFail("Could not locate \"gunzip\".");
+    return KvmRun("gunzip %s", archive) ||
+           KvmFail("Could not locate \"gunzip\".", KvmCommandReason());
 }
 
 int KvmInstallMgr::compress(const char* file) {

@@ -33,6 +33,13 @@ bool KvmRun(std::type_identity_t<KvuTemplate<Pieces...>> commandTemplate, const 
 /// Tells the user what is wrong; always 0, for an operation to end with.
 template <typename... Pieces>
 int KvmFail(const Pieces&... pieces) {
-    KvcUserError(pieces...);
+    std::string text;
+    (text.append(pieces), ...);
+    KvcUserError(text.c_str());
     return 0;
 }
+
+/// Why the last command, or a system call with this `errno`, failed: a line for the end of a text.
+/// Empty when the command said nothing.
+std::string KvmCommandReason();
+std::string KvmSystemReason(int error);

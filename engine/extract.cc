@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <sys/wait.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -79,19 +80,21 @@ bool announce(const KvmPlan& plan, bool ask) {
                           KvmLabelList(plan.wanted).c_str()) == 0;
 }
 
-KvmExtraction fail(const KvmPlan& plan) {
+KvmExtraction fail(const KvmPlan& plan, const std::string& reason) {
     KvmStatus("Could not install Zarn ", plan.adding ? "subsystems." : "system.");
-    KvcUserError(KvmInstallMedium[KvmInstallMgr::_info.readFrom].error);
+    KvmFail(KvmInstallMedium[KvmInstallMgr::_info.readFrom].error, reason);
     return KvmExtraction::failed;
 }
 
-// An adding that brought nothing has failed, whatever its commands said.
-KvmExtraction howMuch(const KvmPlan& plan, const std::string& folder) {
-    std::size_t there = 0;
-    for (const KvmInstallSubsystemRow* row : plan.wanted)
-        if (KvmHolds(folder, row->directory)) ++there;
-    if (plan.adding && there == 0) return fail(plan);
-    return there == plan.wanted.size() ? KvmExtraction::all : KvmExtraction::part;
+KvmRows wantedIn(const KvmPlan& plan, const std::string& folder) {
+    KvmRows there;
+    for (KvmInstallSubsystemRow* row : plan.wanted)
+        if (KvmHolds(folder, row->directory)) there.push_back(row);
+    return there;
+}
+
+KvmExtraction howMuch(const KvmPlan& plan, const KvmRows& there) {
+    return there.size() == plan.wanted.size() ? KvmExtraction::all : KvmExtraction::part;
 }
 
 std::string extractedFolder(const KvmPlan& plan) {
@@ -109,8 +112,12 @@ KvmExtraction extractPass(const KvmPlan& plan, const char* from, bool finalPass)
     const int status = KvuSystem::system(command.text.c_str(), 1);
     const bool read = status == 0 || (WIFEXITED(status) && WEXITSTATUS(status) == nothingFound);
     // Of several archives a later one may hold the product tree.
-    if (!read || (finalPass && !KvmHolds(plan.place, kvmSystem))) return fail(plan);
-    return finalPass ? howMuch(plan, extractedFolder(plan)) : KvmExtraction::part;
+    const std::string tree = KvuPrint("%s/%s", plan.place.c_str(), kvmSystem);
+    const KvmRows there = wantedIn(plan, extractedFolder(plan));
+    // An adding that brought nothing has failed, whatever its commands said.
+    const bool nothing = KvuSystem::numFiles(tree.c_str()) == 0 || (plan.adding && there.empty());
+    if (!read || (finalPass && nothing)) return fail(plan, KvmCommandReason());
+    return finalPass ? howMuch(plan, there) : KvmExtraction::part;
 }
 
 void askToDelete(KvmArchive& archive) {
@@ -122,38 +129,44 @@ void askToDelete(KvmArchive& archive) {
 }
 
 // Copies of what lies on a CD-ROM are as read-only as the originals: their owner could neither
-// move nor ever remove them.
-void makeWritable(const KvmPlan& plan) {
+// move nor ever remove them. cp leaves folders sticky, which tar does not.
+void makeWritable(const KvmPlan& plan, const KvmRows& there) {
     if (plan.adding) {
-        KvmRun("chmod -R u+w %s", directoryList(plan.wanted));
+        KvmRun("chmod -R u+w,a-t %s", directoryList(there));
     } else {
-        KvmRun("chmod -R u+w .");
+        KvmRun("chmod -R u+w,a-t .");
     }
 }
 
 // What is copied lands in the working directory, the product tree.
-KvmExtraction copyIntoTree(const KvmPlan& plan) {
-    const KvuShellText files = sourceList(plan.wanted, plan.source);
+KvmExtraction copyIntoTree(const KvmPlan& plan, const KvmRows& there) {
+    if (plan.adding && there.empty())
+        return fail(plan, "\nNone of the selected subsystems is in\n" + plan.source);
+    const KvuShellText files = sourceList(there, plan.source);
     const KvuShellText command =
         plan.adding ? KvuCommand("cp -r %s .", files)
                     : KvuCommand("cp -r %s %s .", baseEntries(plan.source.c_str()), files);
     showBrochure();
-    const bool copied = KvuSystem::system(command.text.c_str(), 1) == 0;
-    makeWritable(plan);
-    return copied && KvmHolds(plan.place, kvmSystem) ? howMuch(plan, ".") : fail(plan);
+    const KvmExtraction result = KvuSystem::system(command.text.c_str(), 1) == 0
+                                     ? howMuch(plan, there)
+                                     : fail(plan, KvmCommandReason());
+    makeWritable(plan, there);
+    return result;
 }
 
 // A first installation goes on without what could not be moved: it is there, if not in its place.
-bool placeCopies(const KvmPlan& plan) {
+bool placeCopies(const KvmRows& there) {
     KvuSystem::mkdir(kvmSubsystems);
-    return KvmRun("mv %s %s", directoryList(plan.wanted), kvmSubsystems) ||
+    return KvmRun("mv %s %s", directoryList(there), kvmSubsystems) ||
            KvmFail("Error: Could not move the following subsystems inside the subsystems folder.",
-                   KvmLabelList(plan.wanted).c_str());
+                   KvmLabelList(there), KvmCommandReason());
 }
 
 }  // namespace
 
 KvmExtraction KvmExtractFromTape(KvmPlan& plan) {
+    // The other machine may want a password.
+    if (KvmInstallMgr::_info.readFrom == KvmRemoteTape) KvmRaiseTerminal();
     return extractPass(plan, plan.source.c_str(), true);
 }
 
@@ -188,12 +201,14 @@ KvmExtraction KvmCopyFromCdRom(KvmPlan& plan) {
     if (!announce(plan, true)) return KvmExtraction::declined;
     if (!plan.adding) KvuSystem::mkdir(kvmSystem);
     if (!KvmChangeDirectory(KvuPrint("%s/%s", plan.place.c_str(), kvmSystem))) {
-        KvcUserError("Can't write to disk.\nPlease select another path");
+        KvmFail("Can't write to disk.\nPlease select another path", KvmSystemReason(errno));
         return KvmExtraction::failed;
     }
-    const KvmExtraction result = copyIntoTree(plan);
+    // What the disc does not hold would make cp fail for the rest as well.
+    const KvmRows there = wantedIn(plan, KvuPrint("%s/%s", plan.source.c_str(), kvmSubsystems));
+    const KvmExtraction result = copyIntoTree(plan, there);
     const bool placed =
-        result == KvmExtraction::failed || plan.wanted.empty() || placeCopies(plan) || !plan.adding;
+        result == KvmExtraction::failed || there.empty() || placeCopies(there) || !plan.adding;
     return KvmChangeDirectory(plan.place) && placed ? result : KvmExtraction::failed;
 }
 
@@ -204,6 +219,8 @@ bool KvmPlaceExtracted(const KvmPlan& plan) {
     // A CD-ROM's are in the tree already, and a folder of that name beside it is not ours.
     if (KvmInstallMgr::_info.readFrom == KvmCdRom || !KvmHolds(plan.place, kvmSubsystems))
         return true;
+    // An archive that held no subsystem has left it empty.
+    if (rmdir(extractedFolder(plan).c_str()) == 0) return true;
     bool moved = false;
     if (plan.adding) {
         // A suite that was installed without subsystems has no folder for them yet. A move that
@@ -215,7 +232,7 @@ bool KvmPlaceExtracted(const KvmPlan& plan) {
         moved = KvmRun("mv %s/%s %s/%s", path, folder, path, system);
     }
     return moved || KvmFail("Error: Could not move subsystems folder \"", "subsystems\"\ninside ",
-                            plan.place.c_str(), "/Zarn_system");
+                            plan.place, "/Zarn_system", KvmCommandReason());
 }
 
 void KvmDropExtracted(const KvmPlan& plan) {

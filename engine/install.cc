@@ -1,24 +1,30 @@
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <string>
 #include <string_view>
 
-#include "engine/PlaceLock.h"
 #include "engine/catalogue.h"
+#include "engine/checksums.h"
 #include "engine/command.h"
 #include "engine/extract.h"
+#include "engine/lock.h"
 #include "engine/record.h"
 #include "engine/session.h"
+#include "engine/trust.h"
 #include "engine/window.h"
 #include "platform/Platform.h"
 
 namespace {
 
 constexpr const char* cantWrite = "Can't write to disk.\nPlease select another path";
+constexpr const char* notAllDone = "The Zarn system is installed, but this failed:\n";
+constexpr const char* noSystem = "What was extracted is no Zarn system: ";
 
 KvmInstallInfo& state() {
     return KvmInstallMgr::_info;
@@ -80,7 +86,7 @@ bool mayInstall() {
 
 bool fits(const KvmPlan& plan) {
     if (access(KvmNearestDirectory(plan.place).c_str(), R_OK | W_OK | X_OK) != 0)
-        return KvmFail(cantWrite);
+        return KvmFail(cantWrite, KvmSystemReason(errno));
     return KvmInstallMgr::initDiskSpace() ||
            KvmFail("Not enough disk space for installation.\nPlease enter another file path.");
 }
@@ -92,24 +98,61 @@ bool isSomethingToAdd(const KvmPlan& plan) {
                    "\".\nNo new subsytems have been marked for installation.");
 }
 
-bool isLink(const char* name) {
+bool isLink(const std::string& name) {
     struct stat entry;
-    return lstat(name, &entry) == 0 && S_ISLNK(entry.st_mode);
+    return lstat(name.c_str(), &entry) == 0 && S_ISLNK(entry.st_mode);
+}
+
+bool isDirectory(const std::string& name) {
+    struct stat entry;
+    return lstat(name.c_str(), &entry) == 0 && S_ISDIR(entry.st_mode);
 }
 
 bool canBeWritten(KvmPlan& plan) {
     std::error_code error;
     plan.makePlace = !std::filesystem::exists(plan.place, error);
     if (plan.makePlace) return true;
+    if (!KvmChangeDirectory(plan.place)) return KvmFail(cantWrite, KvmSystemReason(errno));
     // Touching a link that somebody left there would write elsewhere.
-    if (!KvmChangeDirectory(plan.place) || isLink(".Zarn_system") || !KvmRun("touch .Zarn_system"))
-        return KvmFail(cantWrite);
+    if (isLink(".Zarn_system"))
+        return KvmFail(cantWrite, "\n", plan.place, "/.Zarn_system is a link.");
+    if (!KvmRun("touch .Zarn_system")) return KvmFail(cantWrite, KvmCommandReason());
     KvmRun("rm -f .Zarn_system >/dev/null");
     return true;
 }
 
-bool findArchives(KvmPlan& plan) {
-    if (state().readFrom != KvmTarFile || plan.complete) return true;
+bool isSafe(const KvmPlan& plan) {
+    return KvmOnlySuperUserWrites(plan.place, "Others could change what is installed there.");
+}
+
+// What would never come to an end is not read: a pipe, say.
+bool isTape(const KvmPlan& plan) {
+    struct stat entry;
+    if (stat(plan.source.c_str(), &entry) != 0 || S_ISREG(entry.st_mode) ||
+        S_ISCHR(entry.st_mode) || S_ISBLK(entry.st_mode))
+        return true;
+    return KvmFail(KvmInstallMedium[state().readFrom].error, "\n", plan.source,
+                   "\nis neither a device nor a file.");
+}
+
+// cp makes the same device: for whoever may open it there, the machine's disks, say.
+bool hasNoDevices(const KvmPlan& plan) {
+    std::error_code error;
+    const std::filesystem::recursive_directory_iterator all(
+        plan.source, std::filesystem::directory_options::skip_permission_denied, error);
+    for (auto entry = begin(all); !error && entry != end(all); entry.increment(error)) {
+        if (entry->is_symlink(error)) continue;
+        if (entry->is_block_file(error) || entry->is_character_file(error))
+            return KvmFail(KvmInstallMedium[KvmCdRom].error, "\n", entry->path().native(),
+                           "\nis a device.");
+    }
+    return true;
+}
+
+bool findSource(KvmPlan& plan) {
+    if (plan.complete) return true;
+    if (state().readFrom == KvmCdRom) return hasNoDevices(plan);
+    if (state().readFrom != KvmTarFile) return isTape(plan);
     plan.archives = KvmLocateArchives(plan.source.c_str(), plan.allArchives);
     return !plan.archives.empty();
 }
@@ -196,8 +239,9 @@ bool isAgreedTo(const KvmPlan& plan) {
 // Every refusal comes from here, before the first change.
 bool look(KvmPlan& plan, KvmPreparedRecord& record) {
     plan.complete = isFinishedButForTheRecord(plan);
-    return fits(plan) && isSomethingToAdd(plan) && canBeWritten(plan) && findArchives(plan) &&
-           isFree(plan) && (plan.adding || record.canBePrepared()) && isAgreedTo(plan) &&
+    return fits(plan) && isSomethingToAdd(plan) && isSafe(plan) && canBeWritten(plan) &&
+           findSource(plan) && isFree(plan) && KvmAgreesWithSums(plan) &&
+           (plan.adding || record.canBePrepared()) && isAgreedTo(plan) &&
            (plan.adding || record.prepare(plan.place));
 }
 
@@ -206,6 +250,7 @@ bool look(KvmPlan& plan, KvmPreparedRecord& record) {
 // The product's script sets the tree up for another edition, which is recorded when it is true.
 bool changeEdition(const KvmPlan& plan) {
     const char* edition = KvmInstallMgr::getProductName();
+    if (!KvmMayRun(plan.place + "/Zarn_system/bin/Zarn.install")) return false;
     if (!KvmChangeDirectory(plan.place) ||
         !KvmRun("Zarn_system/bin/Zarn.install %s %s %s %s", plan.place,
                 KvmInstallMgr::getProductCode(), edition, "scriptOnly"))
@@ -213,20 +258,55 @@ bool changeEdition(const KvmPlan& plan) {
                        ".\nThe terminal shows what its script said.");
     if (!KvmRecordEdition())
         return KvmFail("The installed edition is ", edition,
-                       " now, but that could not be recorded in ", KvmInstallMgr::_infoFile);
+                       " now, but that could not be recorded in ", KvmInstallMgr::_infoFile,
+                       KvmSystemReason(errno));
     state().productChanged = 0;
     KvcUserInfo("The installed edition is ", edition, " now.");
     return true;
 }
 
-bool begin(const KvmPlan& plan) {
-    const std::string_view place = plan.place;
-    if (plan.makePlace && !KvuSystem::mkdir(plan.place.c_str())) return KvmFail(cantWrite);
-    if (!KvmChangeDirectory(plan.place)) return KvmFail(cantWrite);
-    if (!plan.startAgain) return true;
-    return (KvmRun("rm -rf %s/%s", place, kvmSystem) || KvmFail("Can't remove ", kvmSystem)) &&
-           (KvmRun("rm -rf %s/%s", place, kvmSubsystems) ||
-            KvmFail("Can't remove ", kvmSubsystems));
+// Only what nobody had before gets what is extracted.
+bool makeFolder(const KvmPlan& plan, const char* name) {
+    constexpr mode_t mode = 0755;
+    if (mkdir(KvuPrint("%s/%s", plan.place.c_str(), name).c_str(), mode) == 0) return true;
+    return errno == EEXIST ? refuseFolder(plan.place, name)
+                           : KvmFail(cantWrite, KvmSystemReason(errno));
+}
+
+bool makeFolders(const KvmPlan& plan) {
+    if (!plan.adding && !makeFolder(plan, kvmSystem)) return false;
+    if (state().readFrom == KvmCdRom || plan.wanted.empty() || makeFolder(plan, kvmSubsystems))
+        return true;
+    if (!plan.adding) rmdir(KvuPrint("%s/%s", plan.place.c_str(), kvmSystem).c_str());
+    return false;
+}
+
+bool enter(const KvmPlan& plan) {
+    return ((!plan.makePlace || KvuSystem::mkdir(plan.place.c_str())) &&
+            KvmChangeDirectory(plan.place)) ||
+           KvmFail(cantWrite, KvmSystemReason(errno));
+}
+
+// The tree goes last: while it is there, the place is known to be unfinished.
+bool removeRest(const KvmPlan& plan) {
+    for (const char* name : {kvmSubsystems, kvmSystem}) {
+        // A copy of a CD-ROM is as read-only as that until it is complete.
+        if (isDirectory(KvuPrint("%s/%s", plan.place.c_str(), name)))
+            KvmRun("chmod -R u+rwX %s/%s", plan.place, name);
+        if (!KvmRun("rm -rf %s/%s", plan.place, name))
+            return KvmFail("Can't remove ", name, KvmCommandReason());
+    }
+    return true;
+}
+
+bool begin(const KvmPlan& plan, const KvmPreparedRecord& record) {
+    // Somebody may have made the place while the user thought about it.
+    const bool entered = enter(plan) && isSafe(plan);
+    // The record goes on naming what could not be removed, and never what somebody else has made.
+    if (entered && plan.startAgain && !removeRest(plan)) return false;
+    if (entered && (plan.complete || makeFolders(plan))) return true;
+    if (entered || !(plan.startAgain || plan.complete)) record.drop();
+    return false;
 }
 
 KvmExtraction extract(KvmPlan& plan) {
@@ -239,7 +319,7 @@ void deleteArchives(const KvmPlan& plan) {
     for (const KvmArchive& archive : plan.archives) {
         if (!archive.unwanted) continue;
         if (!KvmRun("rm -rf %s", archive.unpacked))
-            KvcUserError("Can't remove ", archive.unpacked.c_str());
+            KvmFail("Can't remove ", archive.unpacked, KvmCommandReason());
         sleep(2);
     }
 }
@@ -255,16 +335,21 @@ void keepArchives(const KvmPlan& plan) {
         KvcUserInfo("The tar files were kept, since the installation is not complete.");
 }
 
-// What an extraction into an empty place left without a tree is nothing to be taken up again.
-int giveUp(const KvmPlan& plan, const KvmPreparedRecord& record, bool begun) {
+// A place in which nothing was left is as it was.
+bool isAsBefore(const KvmPlan& plan) {
+    const std::string tree = KvuPrint("%s/%s", plan.place.c_str(), kvmSystem);
+    return rmdir(tree.c_str()) == 0 || !KvmHolds(plan.place, kvmSystem);
+}
+
+int giveUp(const KvmPlan& plan, const KvmPreparedRecord& record) {
     if (plan.adding) {
         KvmDropExtracted(plan);
         KvmShowInstalled();
         return 0;
     }
     keepArchives(plan);
-    if (KvmHolds(plan.place, kvmSystem)) return 0;
-    if (begun && state().readFrom != KvmCdRom) KvmDropExtracted(plan);
+    if (!isAsBefore(plan)) return 0;
+    if (state().readFrom != KvmCdRom) KvmDropExtracted(plan);
     record.drop();
     return 0;
 }
@@ -276,42 +361,67 @@ int giveUpPlacing(const KvmPlan& plan) {
     return 0;
 }
 
-// The installation counts as done whatever becomes of these steps.
-void setUp(const KvmPlan& plan) {
-    const std::string_view system = kvmSystem;
-    const std::string_view place = plan.place;
-    const auto tell = [](bool done, const char* failed) {
-        if (!done) KvcUserError("The Zarn system is installed, but this failed:\n", failed);
-    };
-    tell(KvmRun("cp %s %s/%s/resources/%s", KvmInstallMgr::_infoFile, place, system, kvmRecord),
-         "the copy of the installation record into the product tree.");
-    tell(KvmRun("Zarn_system/bin/Zarn.install %s %s %s", place, KvmInstallMgr::getProductCode(),
-                KvmInstallMgr::getProductName()),
-         "the product's install script. The terminal shows what it said.");
-    if (KvmRun("cp %s/%s %s/%s/bin", state().startDir, "Zarn_install", place, system)) return;
-    // Half a program must not be taken for one.
+// A program in PATH need not lie beside the distribution that it reads.
+std::string installerToCopy() {
     std::error_code error;
-    const std::string own = KvuPrint("%s/Zarn_install", state().startDir);
-    const std::string copy = KvuPrint("%s/%s/bin/Zarn_install", plan.place.c_str(), kvmSystem);
-    if (std::filesystem::is_regular_file(own, error) && !KvmIsSameDirectory(own, copy))
-        KvmRun("rm -f %s", copy);
-    tell(false, "the copy of the installer into the product tree.");
+    if (KvmHolds(state().startDir, "Zarn_install"))
+        return KvuPrint("%s/Zarn_install", state().startDir);
+    return std::filesystem::read_symlink("/proc/self/exe", error);
 }
 
-// An archive can hold anything under these names.
+int copyInstaller(const KvmPlan& plan) {
+    const char* const step = "the copy of the installer into the product tree.";
+    const std::string own = installerToCopy();
+    const std::string copy = KvuPrint("%s/%s/bin/Zarn_install", plan.place.c_str(), kvmSystem);
+    std::error_code error;
+    // Reading a pipe, say, could last for ever.
+    if (!std::filesystem::is_regular_file(own, error))
+        return KvmFail(notAllDone, step, "\n", own, " is not a file.");
+    // An archive may have put a link at the name, which leads anywhere. And whatever comes between,
+    // half a program is never one that can be run.
+    unlink(copy.c_str());
+    close(open(copy.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    const bool copied =
+        KvmHolds(state().startDir, "Zarn_install")
+            ? KvmRun("cp %s/%s %s/%s/bin", state().startDir, "Zarn_install", plan.place, kvmSystem)
+            : KvmRun("cp %s %s", own, copy);
+    if (copied && chmod(copy.c_str(), 0755) == 0) return 1;
+    const std::string reason = KvmCommandReason();
+    KvmRun("rm -f %s", copy);
+    return KvmFail(notAllDone, step, reason);
+}
+
+// The installation counts as done whatever becomes of these steps.
+void setUp(const KvmPlan& plan) {
+    const std::string_view place = plan.place;
+    if (!KvmRun("cp %s %s/%s/resources/%s", KvmInstallMgr::_infoFile, place, kvmSystem, kvmRecord))
+        KvmFail(notAllDone, "the copy of the installation record into the product tree.",
+                KvmCommandReason());
+    if (KvmMayRun(plan.place + "/Zarn_system/bin/Zarn.install") &&
+        !KvmRun("Zarn_system/bin/Zarn.install %s %s %s", place, KvmInstallMgr::getProductCode(),
+                KvmInstallMgr::getProductName()))
+        KvmFail(notAllDone, "the product's install script. The terminal shows what it said.",
+                KvmCommandReason());
+    copyInstaller(plan);
+}
+
+// An archive can hold anything under these names, links included.
 bool isSound(const KvmPlan& plan) {
     const std::string tree = KvuPrint("%s/%s", plan.place.c_str(), kvmSystem);
     const std::string script = tree + "/bin/Zarn.install";
+    const std::string resources = tree + "/resources";
     struct stat entry;
-    return (lstat(tree.c_str(), &entry) == 0 && S_ISDIR(entry.st_mode) &&
-            lstat(script.c_str(), &entry) == 0 && S_ISREG(entry.st_mode) &&
-            (entry.st_mode & S_IXUSR) != 0) ||
-           KvmFail("What was extracted is no Zarn system: there is no program\n", script.c_str());
+    if (!isDirectory(tree) || !isDirectory(tree + "/bin") || lstat(script.c_str(), &entry) != 0 ||
+        !S_ISREG(entry.st_mode) || (entry.st_mode & S_IXUSR) == 0)
+        return KvmFail(noSystem, "there is no program\n", script);
+    return isDirectory(resources) || KvmFail(noSystem, "there is no folder\n", resources);
 }
 
 int finishFirst(const KvmPlan& plan, const KvmPreparedRecord& record) {
     std::printf("\nInitializing Installation...\a\n");
     KvmMarkComplete(plan.place);
+    // After a power failure a record must not name files that never reached the disk.
+    platform::syncFiles(plan.place);
     if (!record.putInPlace()) {
         KvmStatus("Could not install Zarn ", "system.");
         keepArchives(plan);
@@ -321,6 +431,7 @@ int finishFirst(const KvmPlan& plan, const KvmPreparedRecord& record) {
     deleteArchives(plan);
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) row.installed = row.selected;
     state().installed = state().installedInThisSession = 1;
+    const std::string before = KvInstallInfoMsg;
     KvmStatus("Installed Zarn system\a");
     // What was complete before is not compared with what is wanted now.
     if (!plan.complete) KvmReportMissing(plan);
@@ -329,6 +440,7 @@ int finishFirst(const KvmPlan& plan, const KvmPreparedRecord& record) {
         KvmInstallMgr::installTranslators();
     }
     state().installed = KvmInstallMgr::getInstallInfo();
+    if (!state().installed) KvmStatus(before.c_str());
     return state().installed;
 }
 
@@ -345,7 +457,7 @@ int KvmInstallMgr::install() {
     if (!takeFields()) return 0;
     KvmPlan plan = planOfFields();
     if (!KvCopyText(_info.path, plan.place) || !KvmRecordIsAsSeen() || !mayInstall()) return 0;
-    const PlaceLock lock(KvmNearestDirectory(plan.place));
+    const KvmPlaceLock lock(KvmNearestDirectory(plan.place));
     if (!lock.held()) return 0;
     // An edition can be changed without anything being added.
     if (_info.productChanged && plan.wanted.empty()) return fits(plan) && changeEdition(plan);
@@ -353,12 +465,12 @@ int KvmInstallMgr::install() {
     if (!look(plan, record)) return 0;
     if (_info.productChanged && !changeEdition(plan)) return 0;
     const std::string before = KvInstallInfoMsg;
-    if (!begin(plan)) return giveUp(plan, record, false);
+    if (!begin(plan, record)) return 0;
     const KvmExtraction result = extract(plan);
     if (result == KvmExtraction::declined) KvmStatus(before.c_str());
     if (result == KvmExtraction::failed || result == KvmExtraction::declined ||
         (!plan.adding && !isSound(plan)))
-        return giveUp(plan, record, true);
+        return giveUp(plan, record);
     if (!plan.complete && !KvmPlaceExtracted(plan)) return giveUpPlacing(plan);
     return plan.adding ? finishAdding(plan) : finishFirst(plan, record);
 }

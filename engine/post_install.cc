@@ -8,6 +8,7 @@
 #include "engine/catalogue.h"
 #include "engine/command.h"
 #include "engine/record.h"
+#include "engine/trust.h"
 #include "engine/window.h"
 #include "support/KvuString.h"
 
@@ -54,7 +55,7 @@ int KvmInstallMgr::installIcon_icon() {
     if (path.empty()) return 0;
     const std::string program = KvmInstalledProgram();
     const int linked = KvmRun("ln -s %s/%s %s", "/usr/sbin", program, path);
-    if (!linked) KvcUserError("Could not write to: ", path.c_str());
+    if (!linked) KvmFail("Could not write to: ", path, KvmCommandReason());
     KvmStatus("Installed ", program.c_str(), " in ", path.c_str());
     return linked;
 }
@@ -63,6 +64,7 @@ int KvmInstallMgr::installDesktop() {
     if (KvcUserConfirm(2, yesNo, "Do you want to install Indigo Magic desktop icons?") != 0)
         return 0;
     KvmStatus("Installing desktop icons, please wait...");
+    if (!KvmMayRun(KvuPrint("%s/%s/bin/Zarn.installDesktop", _info.path, kvmSystem))) return 0;
     if (!KvmRun("%s/%s/bin/%s %s %s", _info.path, kvmSystem, "Zarn.installDesktop", _info.path,
                 KvmInstalledProgram()))
         return 0;
@@ -84,6 +86,7 @@ int KvmInstallMgr::installTranslators() {
             "Alright, if you'd like to install the translators at a later point,\nplease refer "
             "to ",
             translatorPage, " for more information.");
+    if (!KvmMayRun(KvuPrint("%s/%s/bin/Zarn.installTranslators", _info.path, kvmSystem))) return 0;
     if (KvmRun("%s/%s/bin/%s &", _info.path, kvmSystem, "Zarn.installTranslators")) return 1;
     return KvmFail("Could not run Netscape on this system. Please refer to\n", translatorPage,
                    " for information\n on downloading these translators.");

@@ -12,14 +12,17 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
+#include <map>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 #include "engine/catalogue.h"
 #include "engine/command.h"
+#include "engine/lock.h"
+#include "engine/trust.h"
 #include "engine/window.h"
 #include "platform/Platform.h"
 #include "support/KvuOwners.h"
@@ -46,6 +49,7 @@ void chooseRecord(const std::string& path) {
 }
 
 constexpr const char* cantWrite = "Can't write out info file ";
+constexpr const char* noRecord = "This is no installation record of Zarn:\n";
 constexpr const char* goneText =
     "Could not locate Zarn system files in\npreviously installed Zarn system location:\n";
 
@@ -58,6 +62,11 @@ KvuFile openRecord(const char* path) {
     if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) return KvuFile(fdopen(file, "r"));
     ::close(file);
     return nullptr;
+}
+
+bool isBelieved(const std::string& path) {
+    return KvmOnlySuperUserWrites(
+        path, "The installation record is not believed, and nothing was changed:\n" + path);
 }
 
 using Words = std::array<std::string_view, 3>;
@@ -100,7 +109,7 @@ void forEachLine(std::FILE* record, Action action) {
 std::string valueIn(const std::string& path, std::string_view wanted) {
     std::string found;
     const KvuFile record = openRecord(path.c_str());
-    if (!record) return found;
+    if (!record || !KvmIsTrusted(path)) return found;
     forEachLine(record.get(), [&](std::string_view line) {
         const auto [mark, key, value] = wordsOf(line);
         if (mark == "#" && key == wanted && !value.empty()) found = value;
@@ -115,11 +124,19 @@ std::string contentsOf(const std::string& path) {
     return contents;
 }
 
-// The own record as this session last saw it.
-std::string lastSeen;
+// The records as this session last saw them.
+std::map<std::string, std::string> seen;
 
-void noteRecord() {
-    lastSeen = contentsOf(own());
+void note(const std::string& record) {
+    seen[record] = contentsOf(record);
+}
+
+bool isAsSeen(const std::string& record) {
+    return seen[record] == contentsOf(record) ||
+           KvmFail(
+               "The installation record has changed since this window last read it:\n", record,
+               "\nSomebody else has installed or removed Zarn. Please press \"Exit\", and start "
+               "again.");
 }
 
 // Whether the record may speak for the suite in `place`. The record of a tree that was moved or
@@ -127,12 +144,13 @@ void noteRecord() {
 bool speaksFor(const std::string& recordFile, const std::string& place, const char* location) {
     if (!openRecord(recordFile.c_str()))
         return KvmFail("Could not find an installed Zarn system in:\n", location);
+    if (!isBelieved(recordFile)) return false;
     const std::string path = valueIn(recordFile, "PATH:");
     const std::string tree = KvuPrint("%s/%s", path.c_str(), kvmSystem);
     // Without its edition and version it is no record of ours.
     if (productNamed(valueIn(recordFile, "PROGRAM:")) == -1 ||
         valueIn(recordFile, "VERSION:").empty())
-        return KvmFail("This is no installation record of Zarn:\n", recordFile.c_str());
+        return KvmFail(noRecord, recordFile);
     if (path.empty() || KvmIsSameDirectory(tree, KvuPrint("%s/%s", place.c_str(), kvmSystem)))
         return true;
     if (!KvuSystem::isADirectory(tree.c_str())) return KvmFail(goneText, path.c_str());
@@ -156,6 +174,13 @@ void takeLine(std::string_view line) {
     if (key == "HOST:") takeValue(info.installHostname, value);
 }
 
+// A place that can't be looked into, or not now, is not gone.
+bool isGone(const std::string& place) {
+    struct stat status;
+    return lstat(KvuPrint("%s/%s", place.c_str(), kvmSystem).c_str(), &status) != 0 &&
+           (errno == ENOENT || errno == ENOTDIR);
+}
+
 void readSubsystems() {
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
         row.installed = row.selected = KvmIsPresent(row);
@@ -174,9 +199,13 @@ std::string recordText(const std::string& program, const char* version, const ch
 
 // The old text is overwritten, not freed: on a full disk there is still room for it.
 bool writeAll(int file, const std::string& text) {
-    return pwrite(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()) &&
+    const ssize_t written = pwrite(file, text.data(), text.size(), 0);
+    if (written >= 0 && written < static_cast<ssize_t>(text.size())) errno = ENOSPC;
+    return written == static_cast<ssize_t>(text.size()) &&
            ftruncate(file, static_cast<off_t>(text.size())) == 0 && fsync(file) == 0;
 }
+
+constexpr mode_t recordMode = 0644;
 
 std::string partOf(const std::string& record) {
     return record + ".part";
@@ -184,7 +213,8 @@ std::string partOf(const std::string& record) {
 
 // A link that somebody planted at the name is not followed. Who only reads shares the lock.
 int openPart(const std::string& path, int flags) {
-    const int file = open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644);
+    // Nobody else can lock what he can't open.
+    const int file = open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
     const int lock = (flags & O_ACCMODE) == O_RDONLY ? LOCK_SH : LOCK_EX;
     struct stat status, named;
     // Whoever had the lock may have renamed the file meanwhile.
@@ -207,10 +237,20 @@ bool replaceRecord(const std::string& path, const std::string& text) {
     const std::string successor = path + ".new";
     const int file = openPart(successor, O_WRONLY | O_CREAT);
     if (file < 0) return false;
-    const bool done = writeAll(file, text) && rename(successor.c_str(), path.c_str()) == 0;
+    const bool done = writeAll(file, text) && fchmod(file, recordMode) == 0 &&
+                      rename(successor.c_str(), path.c_str()) == 0;
+    const int reason = errno;
     if (!done) unlink(successor.c_str());
     ::close(file);
+    errno = reason;
     return done;
+}
+
+int refuseOther(const std::string& part) {
+    const int file = open(part.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    const std::string other = KvmOtherInstaller(file);
+    if (file >= 0) ::close(file);
+    return KvmFail(other, " is at work at this moment.");
 }
 
 }  // namespace
@@ -227,19 +267,22 @@ int KvmInstallMgr::checkIfRoot() {
     if (KvmRun("id | grep root >/dev/null")) _isRoot = 1;
     ownRecord = _isRoot ? "/usr/lib/.Zarn_inst" : KvuPrint("%s/%s", KvmHome().c_str(), kvmRecord);
     chooseRecord(ownRecord);
-    noteRecord();
+    note(own());
     return _isRoot;
 }
 
 int KvmInstallMgr::getInstallInfo() {
     const KvuFile record = openRecord(_infoFile);
-    if (!record) return 0;
+    if (!record || !isBelieved(_infoFile)) return 0;
+    note(_infoFile);
+    // The place that happens to be shown is not its own.
+    if (valueIn(_infoFile, "PATH:").empty()) return KvmFail(noRecord, _infoFile);
     forEachLine(record.get(), takeLine);
-    noteRecord();
     if (!KvuSystem::fileExists(_info.path, kvmSystem, 0)) {
-        KvcUserError(goneText, _info.path);
-        KvuSystem::rm(_infoFile, 1);
-        noteRecord();
+        const bool gone = isGone(_info.path);
+        KvmFail(goneText, _info.path, gone ? "" : KvmSystemReason(errno));
+        if (gone) KvuSystem::rm(_infoFile, 1);
+        note(_infoFile);
         return 0;
     }
     readSubsystems();
@@ -267,26 +310,25 @@ bool KvmRecordEdition() {
     const std::string text = recordText(KvmInstallMgr::getProductName(), info.version, info.date,
                                         info.path, info.installHostname);
     const std::string used = KvmInstallMgr::_infoFile;
-    bool done = true;
-    if (copyIn(info.path) != used) done = replaceRecord(copyIn(info.path), text);
+    std::vector<std::string> records{copyIn(info.path), used};
     if (own() != used && KvmIsSameDirectory(KvmOwnRecordPlace(), info.path))
-        done = replaceRecord(own(), text) && done;
-    done = replaceRecord(used, text) && done;
-    noteRecord();
-    return done;
+        records.push_back(own());
+    int reason = 0;
+    for (const std::string& record : records) {
+        if (!replaceRecord(record, text)) reason = errno;
+        note(record);
+    }
+    errno = reason;
+    return reason == 0;
 }
 
 bool KvmRecordIsAsSeen() {
-    return contentsOf(own()) == lastSeen ||
-           KvmFail(
-               "The installation record has changed since this window last read it:\n",
-               own().c_str(),
-               "\nSomebody else has installed or removed Zarn. Please press \"Exit\", and start "
-               "again.");
+    return isAsSeen(own()) && isAsSeen(KvmInstallMgr::_infoFile);
 }
 
 void KvmForgetRecord() {
-    noteRecord();
+    note(own());
+    note(KvmInstallMgr::_infoFile);
 }
 
 bool KvmIsSameDirectory(const std::string& a, const std::string& b) {
@@ -295,52 +337,74 @@ bool KvmIsSameDirectory(const std::string& a, const std::string& b) {
 }
 
 KvmPreparedRecord::~KvmPreparedRecord() {
-    if (file_ >= 0) ::close(file_);
+    if (file_ < 0) return;
+    struct stat status;
+    if (fstat(file_, &status) == 0 && status.st_size == 0) unlink(part_.c_str());
+    ::close(file_);
 }
 
 bool KvmPreparedRecord::canBePrepared() const {
     const std::filesystem::path record = KvmInstallMgr::_infoFile;
     std::error_code error;
-    return (!std::filesystem::is_directory(std::filesystem::symlink_status(record, error)) &&
-            access(record.parent_path().c_str(), W_OK | X_OK) == 0) ||
-           KvmFail(cantWrite, record.c_str());
+    if (std::filesystem::is_directory(std::filesystem::symlink_status(record, error)))
+        return KvmFail(cantWrite, record.native(), KvmSystemReason(EISDIR));
+    if (access(record.parent_path().c_str(), W_OK | X_OK) != 0)
+        return KvmFail(cantWrite, record.native(), KvmSystemReason(errno));
+    return isBelieved(record);
+}
+
+bool KvmPreparedRecord::keepOthersOff() {
+    part_ = partOf(own());
+    file_ = openPart(part_, O_WRONLY | O_CREAT);
+    return file_ >= 0 || errno != EWOULDBLOCK || refuseOther(part_);
 }
 
 bool KvmPreparedRecord::prepare(const std::string& place) {
     const std::string record = KvmInstallMgr::_infoFile;
     const std::string unfinished = KvmUnfinishedPlace();
     const bool again = KvmIsSameDirectory(unfinished, place);
-    if (!unfinished.empty() && !again) before_ = contentsOf(partOf(record));
+    if (!keepOthersOff()) return false;
+    if (file_ < 0) return KvmFail(cantWrite, record, KvmSystemReason(errno));
+    // Somebody may have finished an installation while the user thought about his answer.
+    if (!KvmRecordIsAsSeen()) return false;
+    if (!unfinished.empty()) before_ = contentsOf(part_);
     // The mark of what is begun anew would make a foreign tree of it.
-    if (again) unlink(copyIn(place).c_str());
-    file_ = openPart(partOf(record), O_WRONLY | O_CREAT);
-    if (file_ < 0)
-        return errno == EWOULDBLOCK ? KvmFail("Another Zarn_install is installing at this moment.")
-                                    : KvmFail(cantWrite, record.c_str());
+    if (again) KvmUnmarkComplete(place);
     KvText date;
     KvText host;
     KvuSystem::getDate(date);
     getHostName(host);
     if (!writeAll(file_,
                   recordText(KvmInstallMgr::getProductName(), kvmVersion, date, place, host))) {
+        const int reason = errno;
         drop();
-        return KvmFail(cantWrite, record.c_str());
+        return KvmFail(cantWrite, record, KvmSystemReason(reason));
     }
+    // From here on what is there is this installation's.
+    if (again) before_.clear();
     takeValue(KvmInstallMgr::_info.installHostname, host);
     return true;
 }
 
+void KvmPreparedRecord::announceRemoval(const std::string& place) {
+    const std::string record = contentsOf(KvmInstallMgr::_infoFile);
+    if (!KvmIsSameDirectory(valueIn(part_, "PATH:"), place)) before_ = contentsOf(part_);
+    // A removal that failed before has deleted the record, and announced itself.
+    if (file_ >= 0 && !record.empty()) writeAll(file_, record);
+}
+
 bool KvmPreparedRecord::putInPlace() const {
     const std::string record = KvmInstallMgr::_infoFile;
-    if (rename(partOf(record).c_str(), record.c_str()) != 0)
-        return KvmFail(cantWrite, record.c_str());
-    noteRecord();
+    if (fchmod(file_, recordMode) != 0 || rename(part_.c_str(), record.c_str()) != 0)
+        return KvmFail(cantWrite, record, KvmSystemReason(errno));
+    platform::syncFiles(std::filesystem::path(record).parent_path());
+    note(record);
     return true;
 }
 
 void KvmPreparedRecord::drop() const {
-    if (before_.empty() || !writeAll(file_, before_))
-        unlink(partOf(KvmInstallMgr::_infoFile).c_str());
+    if (file_ < 0) return;
+    if (before_.empty() || !writeAll(file_, before_)) unlink(part_.c_str());
 }
 
 std::string KvmUnfinishedPlace() {
@@ -349,14 +413,22 @@ std::string KvmUnfinishedPlace() {
     if (file < 0) return {};
     ::close(file);
     const std::string place = valueIn(part, "PATH:");
+    // What was to be removed is installed as long as its record is there.
+    if (KvmIsSameDirectory(KvmOwnRecordPlace(), place)) return {};
     const std::string recorded = contentsOf(copyIn(place));
     const bool foreign = !recorded.empty() && recorded != contentsOf(part);
     const bool left = KvuSystem::fileExists(place.c_str(), kvmSystem, 0) && !foreign;
     return !place.empty() && left ? place : "";
 }
 
+void KvmUnmarkComplete(const std::string& place) {
+    unlink(copyIn(place).c_str());
+}
+
 void KvmMarkComplete(const std::string& place) {
-    std::ofstream(copyIn(place)) << contentsOf(partOf(KvmInstallMgr::_infoFile));
+    // An archive may have put a link at the name, which leads anywhere.
+    KvmUnmarkComplete(place);
+    replaceRecord(copyIn(place), contentsOf(partOf(KvmInstallMgr::_infoFile)));
 }
 
 bool KvmIsComplete(const std::string& place) {

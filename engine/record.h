@@ -20,7 +20,8 @@ std::string KvmOwnRecordPlace();
 int KvmRecordedProduct();
 
 /// Writes the chosen edition into the record in use, its copy in the installed tree, and the user's
-/// own record if that names this suite; the other lines stay. False when one of them failed.
+/// own record if that names this suite; the other lines stay. False, with errno set, when one of
+/// them failed.
 bool KvmRecordEdition();
 
 /// Whether the user's own record still says what this session last read or wrote; false after an
@@ -44,21 +45,31 @@ public:
     ~KvmPreparedRecord();
 
     /// Writes the nine lines for an installation of the chosen edition in `place`. False, after an
-    /// error, when the record could not be written there or another installer is at work; what was
-    /// there is as it was.
+    /// error, when the record could not be written there, is not as this session has seen it, or
+    /// another installer is at work; what was there is as it was.
     [[nodiscard]] bool prepare(const std::string& place);
 
     /// Makes it the record; false, after an error, when that fails: it stays what it was.
     [[nodiscard]] bool putInPlace() const;
 
-    /// Deletes it, or restores what it said of an unfinished installation elsewhere.
+    /// Deletes it, or restores what it said of an unfinished installation elsewhere. Nothing
+    /// happens when it was neither prepared nor announced.
     void drop() const;
 
     /// Whether the record can be written where it belongs, as far as that shows without writing;
     /// false after an error.
     [[nodiscard]] bool canBePrepared() const;
 
+    /// Instead of prepare: only keeps other installers from preparing one as long as this lives.
+    /// False, after an error, when one is at work; true also where no record can be written.
+    [[nodiscard]] bool keepOthersOff();
+
+    /// After keepOthersOff, before the record in use is deleted: the suite in `place` is remembered
+    /// as unfinished until `drop`. Where that can't be written, it is not.
+    void announceRemoval(const std::string& place);
+
 private:
+    std::string part_;
     int file_ = -1;  // locked as long as it is open
     std::string before_;
 };
@@ -71,6 +82,9 @@ std::string KvmUnfinishedPlace();
 /// Notes in the tree in `place` that all was extracted; a prepared record is there. It is the copy
 /// of the record that a finished installation has there, too.
 void KvmMarkComplete(const std::string& place);
+
+/// Takes that mark, or copy, away.
+void KvmUnmarkComplete(const std::string& place);
 
 /// Whether the unfinished installation in `place` is marked complete and of the chosen edition.
 bool KvmIsComplete(const std::string& place);

@@ -1,13 +1,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <string>
 
-#include "engine/PlaceLock.h"
 #include "engine/catalogue.h"
 #include "engine/command.h"
+#include "engine/lock.h"
 #include "engine/record.h"
+#include "engine/trust.h"
 #include "engine/window.h"
 
 namespace {
@@ -20,10 +22,18 @@ bool isOwnDirectory(const std::string& path) {
 }
 
 // A product tree or subsystem folder that is a link leads out of the installed tree.
-bool removeDirectory(const std::string& folder, const char* directory) {
+bool removeDirectory(const std::string& folder, const char* directory, std::string& reason) {
     const std::string tree = KvuPrint("%s/%s", KvmInstallMgr::_info.path, kvmSystem);
-    return isOwnDirectory(tree) && isOwnDirectory(folder) &&
-           KvmRun("rm -rf %s/%s", folder, directory);
+    reason = KvmSystemReason(ENOTDIR);
+    if (!isOwnDirectory(tree) || !isOwnDirectory(folder)) return false;
+    const bool removed = KvmRun("rm -rf %s/%s", folder, directory);
+    reason = KvmCommandReason();
+    return removed;
+}
+
+// Who may write there could let the names that are removed lead anywhere.
+bool isSafe(const std::string& folder) {
+    return KvmOnlySuperUserWrites(folder, "For safety nothing was removed from\n" + folder);
 }
 
 // What could not be removed is there, at least in part: its row says so again, as it would at the
@@ -40,8 +50,9 @@ void showWhatStayed() {
 // Removes the row's subsystem if the user agrees; true when it is gone.
 bool removeSubsystem(KvmInstallSubsystemRow& row, const std::string& folder) {
     if (KvcUserConfirm(2, yesNo, "Remove subsystem '", row.label, "'?") != 0) return false;
-    const bool removed = removeDirectory(folder, row.directory);
-    if (!removed) KvcUserError("Error: could not remove subsystem \"", row.label, "\"");
+    std::string reason;
+    const bool removed = removeDirectory(folder, row.directory, reason);
+    if (!removed) KvmFail("Error: could not remove subsystem \"", row.label, "\"", reason);
     std::printf(removed ? "Removed subsystem [%s]\n" : "Could not remove subsystem [%s]\n",
                 row.label);
     std::fflush(stdout);
@@ -71,22 +82,35 @@ int KvmInstallMgr::removeAll() {
         return KvmFail("Zarn is currently running.\nExit the program before removing Zarn_system",
                        "\n\nIf it is not running, delete this file:\n", home.c_str(),
                        "/.zarnRunning");
-    if (!KvmRecordIsAsSeen()) return 0;
+    KvmPreparedRecord record;
+    if (!record.keepOthersOff() || !KvmRecordIsAsSeen()) return 0;
     const std::string tree = KvuPrint("%s/%s", _info.path, kvmSystem);
     // Without its script the tree would stay, and nothing would know of it any more.
-    if (access(KvuPrint("%s/bin/Zarn.install", tree.c_str()).c_str(), X_OK) != 0)
-        return KvmFail("Can't remove ", tree.c_str());
+    const std::string script = tree + "/bin/Zarn.install";
+    if (access(script.c_str(), X_OK) != 0)
+        return KvmFail("Can't remove ", tree, KvmSystemReason(errno));
+    if (!KvmMayRun(script)) return 0;
     const std::string program = KvmInstalledProgram();
-    if (!KvmRun("rm -f %s", _infoFile)) return KvmFail("Can't remove ", _infoFile);
+    record.announceRemoval(_info.path);
+    if (!KvmRun("rm -f %s", _infoFile)) {
+        record.drop();
+        return KvmFail("Can't remove ", _infoFile, KvmCommandReason());
+    }
+    KvmUnmarkComplete(_info.path);
     KvmForgetRecord();
     KvmStatus("Removing Zarn system ...\a");
     if (!KvmRun("%s/Zarn_system/bin/Zarn.install -r %s/%s", _info.path, _info.path, kvmSystem))
-        return KvmFail("Can't remove ", tree.c_str());
+        return KvmFail("Can't remove ", tree, KvmCommandReason());
     KvmRun("rm -f %s/%s %s/%s", home, program, "/usr/sbin", program);
     // The session may have worked on the record inside the tree.
     KvmReturnToOwnRecord();
     if (KvmIsSameDirectory(KvmOwnRecordPlace(), _info.path)) KvmRun("rm -f %s", _infoFile);
     KvmForgetRecord();
+    // What is still there is remembered as unfinished.
+    if (KvmHolds(_info.path, kvmSystem))
+        KvmFail("The product's script has left this behind:\n", tree);
+    else
+        record.drop();
     _info.installed = 0;
     KvmForgetMarks();
     KvmStatus("Removed ", _info.path, "/Zarn_system\a");
@@ -95,14 +119,15 @@ int KvmInstallMgr::removeAll() {
 
 int KvmInstallMgr::remove() {
     if (!_info.installed) return KvmFail("Zarn is not installed on this system!");
-    const PlaceLock lock(_info.path);
-    if (!lock.held()) return 0;
+    const KvmPlaceLock lock(_info.path);
+    if (!lock.held() || !KvmRecordIsAsSeen()) return 0;
     if (_info.subsystemsRemoved) {
         const int answer = KvcUserConfirm(
             2, removeSub,
             "Some subsystems have been marked for removal. Do you want to\nremove just those "
             "subsystems, or do you want the entire\nZarn system removed?");
         if (answer == 0) {
+            if (!isSafe(KvmSubsystemFolder())) return 0;
             const int done = removeSubsystems();
             showWhatStayed();
             return done;

@@ -13,11 +13,10 @@
 #include "engine/catalogue.h"
 #include "engine/command.h"
 #include "engine/record.h"
+#include "engine/sizes.h"
 #include "engine/window.h"
 
 namespace {
-
-constexpr float baseMB = 17.0F;
 
 // Every file that the installer names below the location must fit its buffer, and the record's
 // line for it the reader's.
@@ -56,7 +55,7 @@ void showState() {
 }
 
 float requiredMB() {
-    float required = baseMB;
+    float required = KvmSystemMB();
     for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
         if (row.selected) required += row.sizeMB;
     return required;
@@ -127,6 +126,7 @@ int KvmInstallMgr::start(int, char** argv) {
 int KvmInstallMgr::initInfo() {
     if (!KvCopyText(_info.startDir, KvuSystem::getwd()))
         std::fprintf(stderr, "The path of the start directory is too long.\n");
+    KvmReadSizes(_info.startDir);
     setReadFrom(_info.readFrom);
     if (!KvCopyText(_info.path, _isRoot ? "/usr/local" : KvmHome())) _info.path[0] = '\0';
     _info.product = _info.installed = _info.installedInThisSession = 0;

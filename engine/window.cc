@@ -22,15 +22,34 @@ namespace {
 // Pixels from the value's left edge to the window's right one.
 constexpr int spaceRoom = 150;
 
+// Left edges of the subsystems' columns.
+constexpr int secondColumn = 225;
+constexpr int thirdColumn = 439;
+constexpr int windowEdge = 9;
+constexpr const char* narrowFont = "-misc-fixed-medium-r-semicondensed-*-13-*-*-*-*-*-iso8859-1";
+
 std::string textOf(Widget field) {
     const KviText text(XmTextFieldGetString(field));
     return text ? text.get() : "";
 }
 
-void showText(Widget field, const char* text, Widget ok) {
-    XmTextFieldSetString(field, const_cast<char*>(text));
-    XtSetSensitive(ok, False);
-}
+// A field can't hold every path: it shows what is readable of it, and the path itself is kept.
+struct ShownPath {
+    std::string path, shown;
+
+    void show(Widget field, const char* text, Widget ok) {
+        path = text;
+        shown = KvcReadable(path);
+        XmTextFieldSetString(field, shown.data());
+        XtSetSensitive(ok, False);
+    }
+
+    [[nodiscard]] std::string in(Widget field) const {
+        const std::string typed = textOf(field);
+        return typed == shown ? path : typed;
+    }
+};
+ShownPath locationPath, mediumPath;
 
 // A colour whose name the display doesn't know changes nothing.
 void setForeground(Widget w, const char* colour) {
@@ -43,19 +62,19 @@ void setForeground(Widget w, const char* colour) {
 }  // namespace
 
 std::string KvmLocationField() {
-    return textOf(kviInstallLocationText);
+    return locationPath.in(kviInstallLocationText);
 }
 
 std::string KvmMediumField() {
-    return textOf(kviInstallReadText);
+    return mediumPath.in(kviInstallReadText);
 }
 
 void KvmShowLocation(const char* location) {
-    showText(kviInstallLocationText, location, kviInstallLocationTextOk);
+    locationPath.show(kviInstallLocationText, location, kviInstallLocationTextOk);
 }
 
 void KvmShowMediumText(const char* text) {
-    showText(kviInstallReadText, text, kviInstallReadTextOk);
+    mediumPath.show(kviInstallReadText, text, kviInstallReadTextOk);
 }
 
 void KvmLocationTaken() {
@@ -76,6 +95,21 @@ void KvmSetToggle(Widget toggle, bool on) {
 
 void KvmLabelToggle(Widget toggle, const std::string& label) {
     KvcLabelSetString(toggle, label.c_str());
+    Position x = 0;
+    Dimension own = 0;
+    Dimension width = 0;
+    XtVaGetValues(toggle, XmNx, &x, XmNwidth, &own, nullptr);
+    XtVaGetValues(XtParent(toggle), XmNwidth, &width, nullptr);
+    const int end = x < secondColumn  ? secondColumn
+                    : x < thirdColumn ? thirdColumn
+                                      : width - windowEdge;
+    if (own <= end - x && KvcFitLabel(toggle, end - x)) return;
+    // The font that stands in for a missing one may be too wide for the columns.
+    Boolean converted = False;
+    Arg font{const_cast<char*>(XmNfontList),
+             CONVERT(toggle, narrowFont, XmRFontList, 0, &converted)};
+    if (converted) XtSetValues(toggle, &font, 1);
+    KvcFitLabel(toggle, end - x);
 }
 
 void KvmShowMark(Widget toggle, KvmMark mark) {
@@ -114,7 +148,7 @@ void KvmInstallMgr::info(Widget label, const char* a, const char* b, const char*
     XtManageChild(label);
     const std::string text = KvuString::concatStrings(a, b, c, d);
     // The bell at the end is for the terminal; a font has a box for it.
-    std::string shown = text;
+    std::string shown = KvcReadable(text);
     std::erase(shown, '\a');
     KvcLabelSetString(label, shown.c_str());
     // Of a text that is too long the beginning matters most, and the terminal has all of it.
@@ -131,6 +165,19 @@ void KvmInstallMgr::info(Widget label, const char* a, const char* b, const char*
 
 void KvmStatus(const char* a, const char* b, const char* c, const char* d) {
     KvmInstallMgr::info(kviInstallSystemMsg, a, b, c, d);
+}
+
+void KvmRaiseTerminal() {
+    const char* id = std::getenv("WINDOWID");
+    const Window terminal = id != nullptr ? std::strtoul(id, nullptr, 10) : None;
+    if (terminal == None) return;
+    Display* display = XtDisplay(kviInstallWidget);
+    XSync(display, False);
+    // The terminal may have been closed, or the number be another display's.
+    const XErrorHandler before = XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
+    XRaiseWindow(display, terminal);
+    XSync(display, False);
+    XSetErrorHandler(before);
 }
 
 void KvmOpenIconDialog() {

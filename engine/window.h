@@ -49,6 +49,10 @@ void KvmShowAvailable(const std::string& text, bool enough);
 void KvmStatus(const char* a, const char* b = nullptr, const char* c = nullptr,
                const char* d = nullptr);
 
+/// Brings the terminal that the installer runs in, if it has one of its own, before its window: to
+/// be called before a command that may ask for something there.
+void KvmRaiseTerminal();
+
 // The icon dialog
 
 /// Opens it, as its button does: it lists the users and asks for the desktop icons.

@@ -3,6 +3,8 @@
 #include <X11/Intrinsic.h>
 #include <dirent.h>
 
+#include <string>
+
 #include "support/KvTypes.h"
 
 /// Motif in single calls: messages to the user, values of widgets, lists of files.
@@ -52,6 +54,9 @@ void KvcDropInput();
 /// 1 while a question waits for its answer or for the message before it: who handles a window
 /// manager's request then must refuse it, as such requests bypass the question's hold on the input.
 int KvcQuestionOpen();
+
+/// The text as the toolkit can show it: a byte that is no character of the locale becomes '?'.
+[[nodiscard]] std::string KvcReadable(const std::string& text);
 
 /// Callback of the box: takes `clientData` for the answer and hides the box.
 void KvcConfirmCB(Widget box, XtPointer clientData, XtPointer callData);

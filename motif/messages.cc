@@ -9,6 +9,8 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <cwchar>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -120,7 +122,7 @@ private:
 
 void setMessage(const std::string& message) {
     BoxArguments arguments;
-    arguments.addText(XmNmessageString, literal(message).c_str());
+    arguments.addText(XmNmessageString, literal(KvcReadable(message)).c_str());
     arguments.apply();
 }
 
@@ -591,6 +593,20 @@ void KvcDropInput() {
 
 int KvcQuestionOpen() {
     return questionOpen ? 1 : 0;
+}
+
+std::string KvcReadable(const std::string& text) {
+    if (MB_CUR_MAX == 1) return text;
+    std::string shown;
+    std::mbstate_t state = {};
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t length = std::mbrlen(&text[at], text.size() - at, &state);
+        const bool valid = length > 0 && length <= text.size() - at;
+        shown += valid ? text.substr(at, length) : "?";
+        if (!valid) state = {};
+        at += valid ? length : 1;
+    }
+    return shown;
 }
 
 void KvcConfirmCB(Widget, XtPointer clientData, XtPointer) {

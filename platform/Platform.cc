@@ -1,121 +1,23 @@
 #include "platform/Platform.h"
 
 #include <fcntl.h>
-#include <spawn.h>
+#include <grp.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <sys/wait.h>
+#include <sys/sysmacros.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <string>
 #include <system_error>
 
 namespace platform {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string toolsFolder() {
-    std::error_code error;
-    const fs::path self = fs::read_symlink("/proc/self/exe", error);
-    // Without its own place the program must not take a relative folder for it.
-    if (error) return ZARN_TOOLS_DIR;
-    std::string beside = self.parent_path() / "Zarn_tools";
-    if (!fs::is_directory(beside, error)) return ZARN_TOOLS_DIR;
-    if (beside.find(':') == std::string::npos) return beside;
-    std::fprintf(stderr,
-                 "The programs in %s can't be used: the name of a folder in PATH must not hold a "
-                 "\":\". Those in %s are used if they are there.\n",
-                 beside.c_str(), ZARN_TOOLS_DIR);
-    return ZARN_TOOLS_DIR;
-}
-
-void putToolsIntoPath() {
-    const char* path = std::getenv("PATH");
-    const std::string standard = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
-    const std::string extended =
-        toolsFolder() + ":" + (path != nullptr && *path != '\0' ? path : standard);
-    setenv("PATH", extended.c_str(), 1);
-}
-
-// While a command runs, the terminal's interrupts are for the command and SIGCHLD must not fetch
-// its status away.
-class CommandSignals {
-public:
-    CommandSignals() {
-        struct sigaction ignore = {};
-        ignore.sa_handler = SIG_IGN;
-        sigaction(SIGINT, &ignore, &interrupt_);
-        sigaction(SIGQUIT, &ignore, &quit_);
-        sigset_t child;
-        sigemptyset(&child);
-        sigaddset(&child, SIGCHLD);
-        sigprocmask(SIG_BLOCK, &child, &mask_);
-        // Where SIGCHLD is ignored, no child leaves a status behind. A handler stays: replacing it
-        // would drop what is waiting for it.
-        sigaction(SIGCHLD, nullptr, &child_);
-        if (child_.sa_handler != SIG_IGN && (child_.sa_flags & SA_NOCLDWAIT) == 0) return;
-        struct sigaction standard = {};
-        standard.sa_handler = SIG_DFL;
-        sigaction(SIGCHLD, &standard, nullptr);
-    }
-    CommandSignals(const CommandSignals&) = delete;
-    CommandSignals& operator=(const CommandSignals&) = delete;
-    ~CommandSignals() {
-        sigaction(SIGCHLD, &child_, nullptr);
-        sigprocmask(SIG_SETMASK, &mask_, nullptr);
-        sigaction(SIGQUIT, &quit_, nullptr);
-        sigaction(SIGINT, &interrupt_, nullptr);
-    }
-
-    void restoreIn(posix_spawnattr_t& attributes) const {
-        sigset_t standard;
-        sigemptyset(&standard);
-        if (interrupt_.sa_handler != SIG_IGN) sigaddset(&standard, SIGINT);
-        if (quit_.sa_handler != SIG_IGN) sigaddset(&standard, SIGQUIT);
-        posix_spawnattr_setsigdefault(&attributes, &standard);
-        posix_spawnattr_setsigmask(&attributes, &mask_);
-        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-    }
-
-private:
-    struct sigaction interrupt_ = {};
-    struct sigaction quit_ = {};
-    struct sigaction child_ = {};
-    sigset_t mask_ = {};
-};
-
-int startShell(const char* command, const CommandSignals& signals, pid_t& shell) {
-    posix_spawnattr_t attributes;
-    if (const int error = posix_spawnattr_init(&attributes); error != 0) return error;
-    signals.restoreIn(attributes);
-    std::string name = "sh";
-    std::string option = "-c";
-    std::string text = command;
-    char* const arguments[] = {name.data(), option.data(), text.data(), nullptr};
-    const int error = posix_spawn(&shell, "/bin/sh", nullptr, &attributes, arguments, environ);
-    posix_spawnattr_destroy(&attributes);
-    return error;
-}
-
-// The C library's own call answers 127 instead of -1 when no process could be made.
-int runShell(const char* command) {
-    const CommandSignals signals;
-    pid_t shell = 0;
-    if (const int error = startShell(command, signals, shell); error != 0) {
-        errno = error;
-        return -1;
-    }
-    int status = 0;
-    pid_t ended;
-    do {
-        ended = waitpid(shell, &status, 0);
-    } while (ended < 0 && errno == EINTR);
-    return ended == shell ? status : -1;
-}
 
 // What lies below a folder that may not be searched is known by its text alone.
 fs::path resolved(const fs::path& path, std::error_code& error) {
@@ -131,34 +33,65 @@ fs::path resolved(const fs::path& path, std::error_code& error) {
     return text;
 }
 
+bool isTrusted(uid_t user) {
+    return user == 0 || user == geteuid();
+}
+
+// A group of which nobody else is a member: "staff", to which /usr/local belongs on some systems.
+bool isOursAlone(gid_t id) {
+    const struct group* const group = getgrgid(id);
+    for (char** name = group != nullptr ? group->gr_mem : nullptr; name && *name; ++name) {
+        const struct passwd* const user = getpwnam(*name);
+        if (user == nullptr || !isTrusted(user->pw_uid)) return false;
+    }
+    bool alone = true;
+    setpwent();
+    while (const struct passwd* const user = getpwent())
+        alone = alone && (user->pw_gid != id || isTrusted(user->pw_uid));
+    endpwent();
+    return alone;
+}
+
+// Whether nobody but the super-user and this process's user may write what has this status. In a
+// sticky folder everybody's entries are his own.
+bool isOurs(const struct stat& status, const std::string& name) {
+    const bool trusted = isTrusted(status.st_uid);
+    // With an access list, the bits of the group are its mask.
+    const bool listed = getxattr(name.c_str(), "system.posix_acl_access", nullptr, 0) > 0;
+    const bool byGroup = (status.st_mode & S_IWGRP) != 0 &&
+                         (listed || (status.st_gid != 0 && !isOursAlone(status.st_gid)));
+    const bool open = byGroup || (status.st_mode & S_IWOTH) != 0;
+    const bool sticky = S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
+    return trusted && (!open || sticky);
+}
+
 bool isSafeFolder(const std::string& folder) {
     struct stat status;
-    if (stat(folder.c_str(), &status) != 0) return false;
-    const bool trusted = status.st_uid == 0 || status.st_uid == geteuid();
-    const bool open = (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
-    return trusted && (!open || (status.st_mode & S_ISVTX) != 0);
+    return stat(folder.c_str(), &status) == 0 && isOurs(status, folder);
+}
+
+// As the system goes along the path: through every link.
+fs::path firstOfOthers(const fs::path& path, int& links) {
+    fs::path reached;
+    struct stat status;
+    for (const fs::path& part : path) {
+        reached /= part;
+        if (lstat(reached.c_str(), &status) != 0) return {};
+        if (S_ISLNK(status.st_mode)) {
+            std::error_code error;
+            if (!isTrusted(status.st_uid)) return reached;
+            const fs::path target = reached.parent_path() / fs::read_symlink(reached, error);
+            if (fs::path found = --links < 0 ? reached : firstOfOthers(target, links);
+                !found.empty())
+                return found;
+        } else if (!isOurs(status, reached)) {
+            return reached;
+        }
+    }
+    return {};
 }
 
 }  // namespace
-
-int system(const char* command) {
-    [[maybe_unused]] static const bool once = (putToolsIntoPath(), true);
-    std::fflush(stdout);
-    std::fflush(stderr);
-    return runShell(command);
-}
-
-void prepareProcess() {
-    // The next file that is opened gets the lowest free number.
-    while (true) {
-        const int file = open("/dev/null", O_RDWR);
-        if (file < 0 || file > STDERR_FILENO) {
-            close(file);
-            break;
-        }
-    }
-    umask(umask(022) | 022);
-}
 
 bool freeSpace(const char* directory, double& blocks, double& blockSize) {
     struct statvfs status;
@@ -180,6 +113,35 @@ std::string absolutePath(const std::string& path) {
     if (!canonical.has_filename() && canonical.has_relative_path())
         canonical = canonical.parent_path();
     return canonical.string();
+}
+
+std::string writableByOthers(const std::string& path) {
+    constexpr int longestChain = 40;
+    int links = longestChain;
+    return firstOfOthers(path, links);
+}
+
+int lockHolder(int file) {
+    struct stat status;
+    if (fstat(file, &status) != 0) return 0;
+    std::ifstream locks("/proc/locks");
+    for (std::string line; std::getline(locks, line);) {
+        int process = 0;
+        unsigned int major_ = 0, minor_ = 0;
+        unsigned long node = 0;
+        if (std::sscanf(line.c_str(), "%*d: FLOCK %*s %*s %d %x:%x:%lu", &process, &major_, &minor_,
+                        &node) == 4 &&
+            makedev(major_, minor_) == status.st_dev && node == status.st_ino)
+            return process;
+    }
+    return 0;
+}
+
+void syncFiles(const std::string& directory) {
+    const int file = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (file < 0) return;
+    syncfs(file);
+    close(file);
 }
 
 std::FILE* openTemporary(const char* path) {

@@ -27,6 +27,8 @@ desktop_start() {
     }
     export DISPLAY=:$DISPLAY
     unset XAUTHORITY
+    # The pilot reads texts as single fonts draw them.
+    export LC_ALL=C
     mwm >"$desktop_shots/mwm.log" 2>&1 &
     wait_for eval 'xprop -root _MOTIF_WM_INFO | grep -q =' || {
         cat "$desktop_shots"/*.log >&2

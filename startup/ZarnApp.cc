@@ -5,10 +5,12 @@
 #include <Xm/AtomMgr.h>
 #include <Xm/Protocols.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/Platform.h"
 #include "startup/logo.h"
@@ -107,12 +109,35 @@ std::optional<std::string> searchPathBefore;
 
 // Half a text would end in the middle of a resource.
 bool writeDefaults() {
+    // Who could swap the file would configure the super-user's window.
+    if (!platform::prepareTemporary(appDefaultsFile)) return false;
     std::FILE* file = platform::openTemporary(appDefaultsFile);
     if (file == nullptr) return false;
     const bool written = std::fprintf(file, "%s", appDefaults) > 0;
     if (std::fclose(file) == 0 && written) return true;
     std::remove(appDefaultsFile);
     return false;
+}
+
+struct FontResource {
+    std::vector<XrmBinding> bindings;
+    std::vector<XrmQuark> names;
+    std::string font;
+};
+
+Bool collectFont(XrmDatabase*, XrmBindingList bindings, XrmQuarkList names, XrmRepresentation*,
+                 XrmValue* value, XPointer fonts) {
+    const std::string text = value->addr != nullptr ? value->addr : "";
+    if (!text.ends_with("-iso8859-1")) return False;
+    FontResource resource;
+    resource.font = text + ':';
+    for (; *names != NULLQUARK; ++names, ++bindings) {
+        resource.names.push_back(*names);
+        resource.bindings.push_back(*bindings);
+    }
+    resource.names.push_back(NULLQUARK);
+    reinterpret_cast<std::vector<FontResource>*>(fonts)->push_back(resource);
+    return False;
 }
 
 }  // namespace
@@ -138,6 +163,31 @@ void ZarnAppClose() {
     if (searchPathBefore) setenv("XFILESEARCHPATH", searchPathBefore->c_str(), 1);
     KvuSystem::system(KvuCommand("rm -f %s", appDefaultsFile).text.c_str(), 1);
     appDefaultsFile[0] = '\0';
+}
+
+char** ZarnAppFallbacks() {
+    static std::string text = appDefaults;
+    static std::vector<char*> lines;
+    if (lines.empty()) {
+        for (std::size_t at = 0, end = 0; (end = text.find('\n', at)) != text.npos; at = end + 1) {
+            text[end] = '\0';
+            if (end > at && text[at] != '!') lines.push_back(&text[at]);
+        }
+        lines.push_back(nullptr);
+    }
+    return lines.data();
+}
+
+void ZarnAppUseFontSets(Display* display) {
+    if (MB_CUR_MAX == 1) return;
+    XrmDatabase resources = XrmGetDatabase(display);
+    std::array<XrmQuark, 1> all = {NULLQUARK};
+    std::vector<FontResource> fonts;
+    XrmEnumerateDatabase(resources, all.data(), all.data(), XrmEnumAllLevels, collectFont,
+                         reinterpret_cast<XPointer>(&fonts));
+    for (FontResource& resource : fonts)
+        XrmQPutStringResource(&resources, resource.bindings.data(), resource.names.data(),
+                              resource.font.c_str());
 }
 
 void ZarnAppSetIcon(Widget shell) {

@@ -1,9 +1,13 @@
 #include "startup/Zarn_install.h"
 
+#include <X11/Xlib.h>
+#include <pwd.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -76,24 +80,92 @@ KvuShellText terminalCommand(const char* program, const KvuShellText& arguments)
         title, KvuInDoubleQuotes(KvuForCsh(command)));
 }
 
+// In a process of its own, which leaves no connection behind.
+bool displayOpens() {
+    const pid_t child = fork();
+    if (child == 0) _exit(XOpenDisplay(nullptr) != nullptr ? 0 : 1);
+    int status = 0;
+    return child < 0 || waitpid(child, &status, 0) != child || status == 0;
+}
+
+std::string authorityIn(const char* home) {
+    std::string file = KvuPrint("%s/.Xauthority", home);
+    return access(file.c_str(), R_OK) == 0 ? file : "";
+}
+
+// sudo keeps DISPLAY, but puts the super-user's home in place of the caller's, where the file lies
+// that permits to use it.
+void useCallersAuthority() {
+    const char* caller = std::getenv("SUDO_USER");
+    if (geteuid() != 0 || caller == nullptr || std::getenv("XAUTHORITY") != nullptr) return;
+    const struct passwd* user = getpwnam(caller);
+    const std::string file = user != nullptr ? authorityIn(user->pw_dir) : "";
+    if (file.empty()) return;
+    setenv("XAUTHORITY", file.c_str(), 1);
+    // The super-user's own file may have been given what that one lacks.
+    if (!displayOpens()) unsetenv("XAUTHORITY");
+}
+
 // su lets the super-user see the display, but not the file that permits him to use it.
 void handOnDisplayAuthority() {
     const char* home = std::getenv("HOME");
-    if (home == nullptr) return;
-    const std::string authority = KvuPrint("%s/.Xauthority", home);
-    if (access(authority.c_str(), R_OK) == 0) setenv("XAUTHORITY", authority.c_str(), 0);
+    const std::string file = home != nullptr ? authorityIn(home) : "";
+    if (!file.empty()) setenv("XAUTHORITY", file.c_str(), 0);
+}
+
+// Nobody should be asked for a password for what is known to fail.
+[[noreturn]] void refuse(const char* program, const std::string& reason) {
+    std::fprintf(stderr, "%s: %s\n", program, reason.c_str());
+    std::exit(0);
+}
+
+bool isInPath(const std::string& program) {
+    const char* path = std::getenv("PATH");
+    std::istringstream folders(path != nullptr ? path : "");
+    for (std::string folder; std::getline(folders, folder, ':');)
+        if (access(KvuPrint("%s/%s", folder.c_str(), program.c_str()).c_str(), X_OK) == 0)
+            return true;
+    return false;
+}
+
+// The second process is started as "./" and the name: that finds it in the working directory only.
+void checkPlace(const char* program) {
+    std::string_view name = program;
+    while (name.starts_with("./")) name.remove_prefix(2);
+    if (name.find('/') != std::string_view::npos ||
+        access(KvuPrint("./%s", program).c_str(), X_OK) != 0)
+        refuse(program, "please change to the directory that holds it, and start it there");
+}
+
+void checkDisplay(const char* program) {
+    const char* display = std::getenv("DISPLAY");
+    if (display == nullptr || *display == '\0')
+        refuse(program, "there is no display; please set DISPLAY, or log in with \"ssh -X\"");
+    if (!displayOpens())
+        refuse(program, KvuPrint("the display \"%s\" can't be opened; please check DISPLAY, and "
+                                 "that XAUTHORITY names a file that lets you use it (for sudo: "
+                                 "xauth extract - %s | sudo -H xauth merge -)",
+                                 display, display));
+}
+
+// To be called when the stand-ins are in PATH.
+void checkPrograms(const char* program) {
+    for (const char* tool : {"xwsh", "xconfirm", "jot"})
+        if (!isInPath(tool))
+            refuse(program, KvuPrint("\"%s\" is missing or can't be run; please copy the folder "
+                                     "Zarn_tools of the distribution beside this program",
+                                     tool));
+    if (!isInPath("xterm")) refuse(program, "there is no xterm on this system; please install it");
+    if (access("/bin/csh", X_OK) != 0)
+        refuse(program, "there is no /bin/csh on this system; please install csh or tcsh");
 }
 
 [[noreturn]] void launch(int argc, char** argv) {
-    // Nobody should be asked for a password for what is known to fail.
-    if (access(KvuPrint("./%s", argv[0]).c_str(), X_OK) != 0) {
-        std::fprintf(stderr,
-                     "%s: please change to the directory that holds it, and start it there\n",
-                     argv[0]);
-        std::exit(0);
-    }
+    checkPlace(argv[0]);
     handOnDisplayAuthority();
+    checkDisplay(argv[0]);
     const KvuShellText command = terminalCommand(argv[0], argumentList(argc, argv));
+    checkPrograms(argv[0]);
     KvuSystem::system(command.text.c_str(), 1);
     std::exit(0);
 }
@@ -120,6 +192,7 @@ int parseArgs(int argc, char** argv) {
         }
         if (option->takesLocation) takeLocation(argv[0], argv[++i]);
     }
+    useCallersAuthority();
     if (shell) launch(argc, argv);
     std::printf("\nOk. Running Zarn installation...\n");
     std::fflush(stdout);

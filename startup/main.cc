@@ -23,8 +23,11 @@
 #include <Xm/ToggleB.h>
 #include <Xm/Xm.h>
 
+#include <algorithm>
+#include <clocale>
 #include <cstdio>
 #include <iterator>
+#include <string_view>
 
 #include "builder/KviBxUtil.h"
 #include "engine/KvmInstallMgr.h"
@@ -38,6 +41,23 @@
 
 Widget KviInstallWidget;
 
+// The window can't shrink: on a small screen its lower buttons would lie below the edge. What a
+// window manager puts around it needs room as well, above it more than at its side.
+static int onScreen(int wanted, int length, int screen, int frame) {
+    return std::min(wanted, std::max(0, screen - length - frame));
+}
+
+static void placeAt(int x, int y) {
+    constexpr int sides = 16;
+    constexpr int titleAndSides = 40;
+    Dimension ownWidth = 0;
+    Dimension ownHeight = 0;
+    XtVaGetValues(KviInstallWidget, XmNwidth, &ownWidth, XmNheight, &ownHeight, nullptr);
+    const Screen* screen = XtScreen(KviInstallWidget);
+    XtVaSetValues(KviInstallWidget, XmNx, onScreen(x, ownWidth, WidthOfScreen(screen), sides), XmNy,
+                  onScreen(y, ownHeight, HeightOfScreen(screen), titleAndSides), nullptr);
+}
+
 // A dialog takes its place from its board: the position of the shell's geometry goes there.
 static void placeWindow() {
     char* geometry = nullptr;
@@ -48,7 +68,7 @@ static void placeWindow() {
     unsigned int height = 0;
     const int given = geometry ? XParseGeometry(geometry, &x, &y, &width, &height) : NoValue;
     if ((given & (XValue | XNegative)) == XValue && (given & (YValue | YNegative)) == YValue)
-        XtVaSetValues(KviInstallWidget, XmNx, x, XmNy, y, nullptr);
+        placeAt(x, y);
 }
 
 static void showWindow(Widget topLevelShell, Atom closing) {
@@ -77,21 +97,41 @@ static void doWhatWasAskedFor() {
     if (KvReadFrom != -1) selectMedium();
 }
 
+// The user's characters, and nothing else: a date or number in a record or label stays what it is.
+static String setLanguage(Display*, String language, XtPointer) {
+    if (std::setlocale(LC_CTYPE, language) == nullptr || XSupportsLocale() == False)
+        std::setlocale(LC_CTYPE, "C");
+    XSetLocaleModifiers("");
+    return std::setlocale(LC_CTYPE, nullptr);
+}
+
+static XtErrorMsgHandler warnAsBefore;
+
+// No font has the characters of every language, and nobody has to hear of those of others.
+static void warn(String name, String type, String defaultClass, String text, String* parameters,
+                 Cardinal* count) {
+    if (std::string_view(name) != "missingCharsetList")
+        warnAsBefore(name, type, defaultClass, text, parameters, count);
+}
+
 int main(int argc, char** argv) {
     platform::prepareProcess();
     // The launcher's commands can run out of swap space already, and the warning names the product.
     KvuUtil::initClass("Zarn", "Installation of the Zarn suite", "2", ".0", "", "Zarn_install");
     parseArgs(argc, argv);
     ZarnAppInit("Zarn_install");
+    XtSetLanguageProc(nullptr, setLanguage, nullptr);
     XtAppContext appContext = nullptr;
-    const Widget topLevelShell =
-        XtVaAppInitialize(&appContext, "Zarn_install", nullptr, 0, &argc, argv, nullptr, nullptr);
+    const Widget topLevelShell = XtVaAppInitialize(&appContext, "Zarn_install", nullptr, 0, &argc,
+                                                   argv, ZarnAppFallbacks(), nullptr);
     const Atom closing =
         XmInternAtom(XtDisplay(topLevelShell), const_cast<char*>("WM_DELETE_WINDOW"), False);
     if (closing == 0) std::printf("Internal Error: Could not create protocol atom.\n");
     RegisterBxConverters(appContext);
     XmRepTypeInstallTearOffModelConverter();
     ZarnAppClose();
+    ZarnAppUseFontSets(XtDisplay(topLevelShell));
+    warnAsBefore = XtAppSetWarningMsgHandler(appContext, warn);
     showWindow(topLevelShell, closing);
     // The session tells the user what it finds, so that the messages have to be ready before it.
     KvcInit(topLevelShell, &appContext);

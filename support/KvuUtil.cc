@@ -1,10 +1,14 @@
 #include "support/KvuUtil.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "platform/Platform.h"
 #include "support/KvuCommand.h"
@@ -34,6 +38,36 @@ struct Question {
     const char* const* labels;
     const char* message;
     const char* title;
+    std::string answerFile;
+};
+
+// Only the super-user can make "/usr/tmp" where it is missing. Then it is a file in a folder that
+// nobody else can enter.
+class AnswerFile {
+public:
+    AnswerFile() {
+        if (platform::prepareTemporary(KvAnswerFile)) {
+            path_ = KvAnswerFile;
+            return;
+        }
+        std::string folder = "/tmp/.zarnUserConfirm.XXXXXX";
+        if (access("/usr/tmp", F_OK) == 0 || mkdtemp(folder.data()) == nullptr) return;
+        folder_ = folder;
+        if (platform::prepareTemporary((folder + "/answer").c_str())) path_ = folder + "/answer";
+    }
+    ~AnswerFile() {
+        std::error_code error;
+        if (!folder_.empty()) std::filesystem::remove_all(folder_, error);
+    }
+    AnswerFile(const AnswerFile&) = delete;
+    AnswerFile& operator=(const AnswerFile&) = delete;
+
+    /// Empty when there can be none.
+    [[nodiscard]] const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+    std::string folder_;
 };
 
 void store(KvText& member, const char* text) {
@@ -83,7 +117,7 @@ std::string confirmProgram() {
 }
 
 KvuShellText confirmCommand(std::string_view program, const Question& question) {
-    const std::string_view answer = KvAnswerFile;
+    const std::string_view answer = question.answerFile;
     const KvuShellText message = inDoubleQuotes(question.message);
     const KvuShellText title = inDoubleQuotes(question.title);
     if (question.n == 1) {
@@ -108,7 +142,7 @@ KvuShellText xconfirmCommand(const Question& question) {
     return KvuCommand("xconfirm -useslider -icon %s -header '%s' %s %s > %s",
                       std::string_view(KvMesgIcon), KvuInSingleQuotes({question.title}),
                       KvuShellText{arguments}, buttonList(question),
-                      std::string_view(KvAnswerFile));
+                      std::string_view(question.answerFile));
 }
 
 KvuShellText questionCommand(const Question& question) {
@@ -124,8 +158,9 @@ int reportNoAnswerFile() {
     return 0;
 }
 
-void removeAnswer() {
-    KvuSystem::system("rm -f /usr/tmp/.zarnUserConfirm", 1);
+void removeAnswer(const Question& question) {
+    if (question.answerFile == KvAnswerFile)
+        KvuSystem::system("rm -f /usr/tmp/.zarnUserConfirm", 1);
 }
 
 int answerIn(const char* line, const Question& question) {
@@ -138,11 +173,11 @@ int answerIn(const char* line, const Question& question) {
 int readAnswer(const Question& question) {
     char line[256] = "";
     {
-        const KvuFile file(std::fopen(KvAnswerFile, "r"));
+        const KvuFile file(std::fopen(question.answerFile.c_str(), "r"));
         if (file == nullptr) return reportNoAnswerFile();
         if (std::fgets(line, sizeof line, file.get()) == nullptr) line[0] = '\0';
     }
-    removeAnswer();
+    removeAnswer(question);
     return question.n < 1 ? 0 : answerIn(line, question);
 }
 
@@ -154,11 +189,13 @@ int tellWithoutProgram(const Question& question) {
     return 1;
 }
 
-int ask(const Question& question) {
-    if (!platform::prepareTemporary(KvAnswerFile)) return tellWithoutProgram(question);
+int ask(Question question) {
+    const AnswerFile file;
+    question.answerFile = file.path();
+    if (question.answerFile.empty()) return tellWithoutProgram(question);
     KvuSystem::system(questionCommand(question).text.c_str(), 1);
     if (question.n != 1) return readAnswer(question);
-    removeAnswer();
+    removeAnswer(question);
     return 1;
 }
 
@@ -189,5 +226,5 @@ int KvuUtil::userError(const char* message) {
 int KvuUtil::userConfirm(int n, const char* const* labels, const char* message, const char* title) {
     if (title == nullptr) store(KvMesgIcon, "question");
     return ask({n, labels, message != nullptr ? message : "",
-                title != nullptr ? title : "Please confirm..."});
+                title != nullptr ? title : "Please confirm...", ""});
 }

@@ -9,7 +9,8 @@
 ///
 /// That program is "bin/KvConfirm" in the directory that ZARNHOME names, for up to three buttons,
 /// or else `xconfirm` on the search path. The answer file is used only when it can be made an own
-/// regular file (see `platform::prepareTemporary`).
+/// regular file (see `platform::prepareTemporary`). Where there is no "/usr/tmp" and this user
+/// can't make it, the answer goes to a file in a private folder below "/tmp".
 class KvuUtil {
 public:
     KvuUtil() = delete;

@@ -11,6 +11,7 @@
 #include "builder/KviOwners.h"
 #include "engine/KvmInstallMgr.h"
 #include "engine/catalogue.h"
+#include "engine/window.h"
 #include "motif/KvcUtil.h"
 #include "support/KvuCommand.h"
 #include "ui/KviInstall.h"
@@ -72,8 +73,7 @@ void KvcInstallToggleRead(Widget w, XtPointer, XtPointer callData) {
 }
 
 void KvcInstallReadTextOk(Widget, XtPointer, XtPointer) {
-    const KviText text(XmTextFieldGetString(kviInstallReadText));
-    if (text) KvmInstallMgr::setReadText(text.get());
+    KvmInstallMgr::setReadText(KvmMediumField().c_str());
 }
 
 void KvcInstallReadTextVal(Widget, XtPointer, XtPointer) {
@@ -81,11 +81,9 @@ void KvcInstallReadTextVal(Widget, XtPointer, XtPointer) {
 }
 
 void KvcInstallLocationTextOk(Widget, XtPointer, XtPointer) {
-    const KviText text(XmTextFieldGetString(kviInstallLocationText));
-    if (!text) return;
     const FieldKeeper medium(kviInstallReadText, kviInstallReadTextOk);
     FieldKeeper location(kviInstallLocationText, kviInstallLocationTextOk);
-    if (KvmInstallMgr::setLocation(text.get())) location.confirmed();
+    if (KvmInstallMgr::setLocation(KvmLocationField().c_str())) location.confirmed();
 }
 
 void KvcInstallLocationTextVal(Widget, XtPointer, XtPointer) {

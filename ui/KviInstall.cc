@@ -13,6 +13,8 @@
 #include <Xm/TextF.h>
 #include <Xm/ToggleB.h>
 
+#include <cstdlib>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -247,7 +249,7 @@ public:
         Boolean converted = True;
         XtArgVal value = resource.value;
         if (resource.type != nullptr)
-            value = CONVERT(converting_, resource.text, resource.type, 0, &converted);
+            value = CONVERT(converting_, sourceOf(resource).c_str(), resource.type, 0, &converted);
         if (!converted) return;
         if (resource.type != nullptr && std::string_view(resource.type) == XmRXmString)
             strings_.emplace_back(reinterpret_cast<XmString>(value));
@@ -258,6 +260,18 @@ public:
     Cardinal count() const { return static_cast<Cardinal>(args_.size()); }
 
 private:
+    // A single font would show each byte of a longer character as one. In a set a size in points
+    // does not come from the 75 dpi fonts by itself.
+    static std::string sourceOf(const Resource& resource) {
+        std::string source = resource.text;
+        if (MB_CUR_MAX == 1 || std::string_view(resource.type) != XmRFontList) return source;
+        constexpr std::string_view anyResolution = "0-*-*-";
+        std::string drawnFor = source;
+        const std::size_t at = drawnFor.find(anyResolution);
+        if (at != drawnFor.npos) drawnFor.replace(at, anyResolution.size(), "0-75-75-");
+        return drawnFor + ',' + source + ':';
+    }
+
     void addUnlessUnset(const char* name, int value) {
         if (value != unset) add(Resource(name, value));
     }

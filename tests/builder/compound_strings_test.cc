@@ -8,6 +8,7 @@
 
 #include "builder/KviOwners.h"
 #include "tests/fixtures/display.h"
+#include "tests/fixtures/random.h"
 
 namespace {
 
@@ -54,6 +55,17 @@ TEST(CompoundStrings, AreMadeFromTextInAnyLocale) {
         for (const auto& one : cases) EXPECT_EQ(converted(one.first), one.second) << one.first;
         for (const auto& one : tables)
             EXPECT_EQ(convertedTable(one.first), one.second) << one.first;
+        for (RandomTexts random{100, {"::", "#tag", ":r\"", "\",::"}}; random.next();) {
+            // Motif itself loses memory with line breaks.
+            const std::string line = "x" + random.draw(3000, "\n"), junk = "::" + line;
+            const std::string text = random.draw(3000, "\"\\\n");
+            std::string one = "::\"";
+            one.append(text).append("\\\"\",x");
+            EXPECT_EQ(converted(line.c_str()), "(l)" + line);
+            EXPECT_EQ(convertedTable(one.c_str()),
+                      std::string(" (l)").append(text).append("\" (l)x "));
+            EXPECT_NE(converted(junk.c_str()) + convertedTable(junk.c_str()), "");
+        }
     }
     std::setlocale(LC_ALL, "C");
 }

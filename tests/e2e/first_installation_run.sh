@@ -25,7 +25,7 @@ install_icon() {
     rm /usr/local/bin/Zarn-Lustrel
 }
 
-for medium in tar gz Z two tape cdrom; do
+for medium in ${ZARN_MEDIA:-tar gz Z two tape cdrom}; do
     set_out "$medium"
     start_installer
     choose_medium

@@ -110,7 +110,9 @@ set_out() {
 
 # shellcheck disable=SC2120 # most runs need no options
 start_installer() {
-    (cd "$place/distribution" && as_person ./Zarn_install -noShell "$@") >"$log" 2>&1 </dev/null &
+    # shellcheck disable=SC2086 # a program with its options
+    (cd "$place/distribution" && as_person ${ZARN_UNDER:-} ./Zarn_install -noShell "$@") \
+        >"$log" 2>&1 </dev/null &
     installer=$!
     wait_for has_window "$window" || fail "no window"
 }
@@ -149,6 +151,27 @@ leave_installer() {
 }
 
 says() { wait_for grep -qF -- "$1" "$log" || fail "$medium: it never said: $1"; }
+
+toggle() {
+    local name
+    for name in "$@"; do click "${toggle_of[$name]}"; done
+}
+
+# All that an installation could leave behind, the brochure of a running installer apart. Of the
+# many files in /usr/lib only those can differ that lie in its layer.
+disk() {
+    local shared=(/mnt/.layers/_usr_lib/upper /usr/sbin /usr/share/applications /tmp)
+    # Elsewhere an ordinary user could not change those, and /tmp may be everybody's.
+    [ "$place" = /mnt ] || shared=()
+    find "$suite" ${elsewhere:+"$elsewhere"} "$(home)" "${shared[@]}" \
+        -path "$project" -prune -o -not -path '/tmp/.X*' -not -name .kvcInstallMsg \
+        \( -type d -printf '%p %m\n' -o -printf '%p %y %s %m %l\n' \) | sort -T "$place"
+}
+
+disk_is_as_before() {
+    disk >"$place/after"
+    diff "$place/before" "$place/after" || fail "$medium: the disk is not as it was"
+}
 
 # Compares the subsystems on the disk with the names given.
 has_subsystems() {

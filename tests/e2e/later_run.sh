@@ -7,22 +7,6 @@ set -eu
 . "$(dirname "$0")/installing.sh"
 settle
 
-# All that an installation could leave behind, the brochure of a running installer apart. Of the
-# many files in /usr/lib only those can differ that lie in its layer.
-disk() {
-    local shared=(/mnt/.layers/_usr_lib/upper /usr/sbin /usr/share/applications /tmp)
-    # Elsewhere an ordinary user could not change those, and /tmp may be everybody's.
-    [ "$place" = /mnt ] || shared=()
-    find "$suite" "$elsewhere" "$(home)" "${shared[@]}" \
-        -path "$project" -prune -o -not -path '/tmp/.X*' -not -name .kvcInstallMsg \
-        \( -type d -printf '%p %m\n' -o -printf '%p %y %s %m %l\n' \) | sort -T "$place"
-}
-
-disk_is_as_before() {
-    disk >"$place/after"
-    diff "$place/before" "$place/after" || fail "$medium: the disk is not as it was"
-}
-
 # The subsystems whose toggles are on, in alphabetical order.
 toggles_on() {
     local name widgets
@@ -39,11 +23,6 @@ agree() {
     grep -qx "# PATH:    $suite" "$(record)" || fail "the record is gone"
     wait_for toggles_are "$(printf '%s\n' "$@" | sort | tr '\n' ' ')" ||
         fail "$medium: $* are there, these toggles are on: $(toggles_on)"
-}
-
-toggle() {
-    local name
-    for name in "$@"; do click "${toggle_of[$name]}"; done
 }
 
 # Installs; the arguments are the way to begin, since only an installer's first installation brings

@@ -32,10 +32,55 @@ as_super_user() {
     decide_on_icons
     grep -qx "# PATH:    /usr/local" "$(record)" || fail "not recorded, or at the wrong location"
     click dismiss
-    close_window
+    # Who closes the terminal does not end the installer, only the command that runs.
+    xdotool windowkill "$(pilot find "$terminal")"
+    wait_for_end "$launcher" || fail "the launcher ended with status $?"
+    click kviInstallButtonRemove
+    answer Yes
+    wait_for test ! -e /usr/local/Zarn_system || fail "nothing is removed without a terminal"
+    click pushButton
+    wait_for has_no_window "$window"
+}
+
+# sudo leaves the super-user with DISPLAY, but in a home without the caller's cookie.
+as_caller_of_sudo() {
+    local authority=$place/ann/.Xauthority number
+    mkdir -p "$place/ann"
+    xauth -qf "$authority" add ":0" . 0123456789abcdef0123456789abcdef
+    exec {number}< <(exec Xvfb -displayfd 1 -auth "$authority" -nolisten tcp -noreset 2>/dev/null)
+    guarded=$!
+    read -r -u "$number" DISPLAY
+    xauth -qf "$authority" add ":$DISPLAY" . 0123456789abcdef0123456789abcdef
+    export DISPLAY=:$DISPLAY
+    launch -ftp
+    wait_for_end "$launcher"
+    grep -q "display \"$DISPLAY\" can't be opened" "$log" || fail "an open display, without sudo"
+    SUDO_USER=ann launch -ftp
+    XAUTHORITY=$authority wait_for has_window "$window" || fail "no window under sudo"
+    kill "$guarded"
 }
 
 asks_for_password() { pilot texts "$password_terminal" | grep -q "^Password:"; }
+
+explains() { pilot texts "$password_terminal" | grep -q "^This ended with status"; }
+
+type_password() {
+    wait_for asks_for_password || fail "no password is asked for"
+    pilot focus "$password_terminal" vt100
+    xdotool type --delay 0 "$1"
+    xdotool key Return
+}
+
+# The terminal stays until its user has read what went wrong.
+with_a_wrong_password() {
+    type_password wrong
+    wait_for explains || fail "the terminal does not say what went wrong"
+    shot refused
+    xdotool key Return
+    wait_for_end "$launcher" || fail "the launcher ended with status $?"
+    launch -cdrom
+    wait_for has_window "$password_terminal" || fail "no terminal"
+}
 
 # As ordinary user through su, or through something that asks for no password where the
 # super-user can't be had.
@@ -51,11 +96,8 @@ as_ordinary_user() {
     launch -cdrom
     wait_for has_window "$password_terminal" || fail "no terminal"
     if [ "$who" = ann ]; then
-        wait_for asks_for_password || fail "no password is asked for"
-        shot password
-        pilot focus "$password_terminal" vt100
-        xdotool type --delay 0 "zarn"
-        xdotool key Return
+        with_a_wrong_password
+        type_password zarn
     fi
     wait_for has_window "$window" || fail "no window behind it"
     wait_for is_on kviInstallToggleCD || fail "the option got lost on the way through su"
@@ -64,6 +106,9 @@ as_ordinary_user() {
 }
 
 case $person in
-root) as_super_user ;;
+root)
+    as_super_user
+    as_caller_of_sudo
+    ;;
 user) as_ordinary_user ;;
 esac

@@ -1,3 +1,9 @@
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <tuple>
+
 #include "tests/fixtures/window.h"
 
 namespace {
@@ -70,6 +76,31 @@ TEST_F(Catalogue, AnotherEditionOfAnInstalledSuiteIsRemembered) {
     mark(kviInstallAmbrel, 1);
     EXPECT_TRUE(KvmInstallMgr::_info.productChanged);
     EXPECT_FALSE(KvmInstallMgr::_info.subsystemsAdded) << "the user marked nothing";
+}
+
+TEST_F(Catalogue, ADistributionTellsItsSizes) {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"# sizes\n\n models\t31500000\r\nrender 1500000", "51.6 Mbytes", "31.5"},
+        {"models -5\nmodels 1e9\nmodels 5 6\nmodels\nmodels 99999999999999999999999\n"
+         "models 2000000000000000\nnobody 7\nmodels +1\nmodels 0x1\n5\nrender 1500000\n#models 1",
+         "20.2 Mbytes", "0.1"},
+        {"Zarn_system 2100000000", "2103.9 Mbytes", "0.1"},
+        {"Zarn_system 900000000000000", "900000000.0 Mbytes", "0.1"},
+    };
+    const auto given = std::to_array(KvmInstallSubsystem);
+    for (const auto& [text, required, models] : cases) {
+        SCOPED_TRACE(text);
+        writeFile("Zarn_sizes", text);
+        std::ranges::copy(given, KvmInstallSubsystem);
+        KvmInstallMgr::initInfo();
+        KvmInstallMgr::init();
+        EXPECT_EQ(textOf(kviInstallDiskReq), required);
+        EXPECT_EQ(textOf(kviSubsystemModels), "Clip art - Models (" + std::string(models) + " Mb)");
+    }
+    EXPECT_FALSE(KvmInstallMgr::initDiskSpace()) << "no disk bears that";
+    fs::remove("Zarn_sizes");
+    ASSERT_EQ(mkfifo("Zarn_sizes", 0600), 0);
+    EXPECT_TRUE(KvmInstallMgr::initInfo()) << "nothing waits for a pipe";
 }
 
 }  // namespace

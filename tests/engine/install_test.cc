@@ -1,83 +1,14 @@
-#include "tests/fixtures/window.h"
+#include "tests/fixtures/installing.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 
-#include <set>
-
 #include "engine/record.h"
 #include "engine/session.h"
+#include "support/KvuCommand.h"
 
 namespace {
-
-class Installing : public InstallerWindow {
-protected:
-    void SetUp() override {
-        InstallerWindow::SetUp();
-        // The product script leaves its arguments beside the suite, one a line.
-        writeProgram(here / "make/Zarn_system/bin/Zarn.install",
-                     "printf '%s\\n' \"$@\" >\"$(dirname \"$0\")/../../script-said\"");
-        writeFile(here / "make/Zarn_system/resources/splash", "Zarn");
-        writeProgram(here / "Zarn_install", "");
-        for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
-            writeFile(here / "make/subsystems" / row.directory / "content", row.label);
-    }
-
-    static void pack(const std::string& archive = "Zarn2.0.tar",
-                     const std::string& members = "Zarn_system subsystems") {
-        const std::string command = "cd make && tar cf '../" + archive + "' " + members;
-        ASSERT_EQ(std::system(command.c_str()), 0);
-    }
-
-    // Chooses the archives beside the installer and a location; `buttons` will be pressed.
-    void start(const std::string& location, const std::vector<int>& buttons) {
-        KvmInstallMgr::_info.installed = 0;
-        ASSERT_EQ(chdir(here.c_str()), 0);
-        KvmInstallMgr::setReadFrom(2);
-        KvmInstallMgr::init();
-        suite = here / location;
-        fs::create_directories(suite);
-        XmTextFieldSetString(kviInstallLocationText, suite.string().data());
-        answerWith(buttons);
-    }
-
-    // A suite without subsystems, installed from an archive with everything.
-    void installBare() {
-        pack();
-        keepOnly("none");
-        start("suite", {1});
-        ASSERT_TRUE(KvmInstallMgr::install()) << message();
-        KvmInstallMgr::init();
-    }
-
-    static bool says(const std::string& text) { return message().find(text) != std::string::npos; }
-
-    void keepOnly(const std::string& directory) {
-        for (KvmInstallSubsystemRow& row : KvmInstallSubsystem)
-            row.selected = directory == row.directory;
-    }
-
-    // What lies in a folder, in alphabetical order.
-    static std::string listing(const fs::path& folder) {
-        std::set<std::string> names;
-        for (const auto& entry : fs::directory_iterator(folder))
-            names.insert(entry.path().filename());
-        std::string all;
-        for (const std::string& name : names) all += name + " ";
-        return all;
-    }
-
-    [[nodiscard]] std::string subsystems() const {
-        return listing(suite / "Zarn_system/subsystems");
-    }
-
-    fs::path suite;
-};
-
-constexpr const char* allSubsystems =
-    "materials models pictures projects render src textures translatorDev translators "
-    "translatorsIn ";
 
 TEST_F(Installing, WorksInLocationsThatTheShellWouldMistake) {
     pack();
@@ -136,15 +67,37 @@ TEST_F(Installing, TakesFromSeveralArchivesWhatEachHolds) {
 
 TEST_F(Installing, FindsACompressedArchiveUnderTheNameThatItHasNow) {
     pack();
-    ASSERT_EQ(std::system("compress Zarn2.0.tar"), 0);
+    ASSERT_EQ(std::system("compress Zarn2.0.tar; rm Zarn_install"), 0);
     keepOnly("src");
     start("suite", {1});
     EXPECT_TRUE(KvmInstallMgr::install()) << message();
+    EXPECT_EQ(std::system("cmp Zarn_system/bin/Zarn_install /proc/$PPID/exe"), 0);
     EXPECT_TRUE(fs::exists("../Zarn2.0.tar.gz")) << "it was to stay";
     mark(kviSubsystemModels, 1);
     answerWith({0});
     EXPECT_TRUE(KvmInstallMgr::install()) << message();
     EXPECT_EQ(subsystems(), "models src ");
+}
+
+TEST_F(Installing, ReadsOnlyWhatWasPublished) {
+    pack();
+    const std::string other = std::string(64, '0') + "  Zarn2.0.tar";
+    writeFile("wrong", other + ".gz\n");
+    writeFile("wrongContent", "# content " + other + "\n");
+    // The content is right, and the compressed bytes are another gzip's.
+    ASSERT_EQ(std::system("{ cat wrong; sha256sum Zarn2.0.tar | sed 's/^/# content /'; } >right; "
+                          "gzip Zarn2.0.tar"),
+              0);
+    keepOnly("src");
+    for (const char* sums : {"wrong", "wrongContent", "right"}) {
+        fs::copy_file(here / sums, here / "SHA256SUMS", fs::copy_options::overwrite_existing);
+        const bool right = std::string(sums) == "right";
+        start(std::string("from-") + sums, right ? std::vector{1} : std::vector<int>{});
+        EXPECT_EQ(KvmInstallMgr::install() != 0, right) << sums << message();
+        EXPECT_EQ(right, fs::exists(suite / "Zarn_system")) << sums;
+        EXPECT_NE(right, says("Zarn2.0.tar.gz\nIts SHA256SUMS")) << message();
+        if (!right) acknowledge();
+    }
 }
 
 TEST_F(Installing, AsksNobodyOnTheTerminal) {
@@ -227,6 +180,7 @@ TEST_F(Installing, KeepsArchivesUntilAllAreThrough) {
     start("suite", {0});
     EXPECT_FALSE(KvmInstallMgr::install()) << "the second archive breaks off";
     EXPECT_TRUE(says("The tar files were kept")) << message();
+    EXPECT_TRUE(says("Zarn2.0b.tar is cut off: it has no end")) << message();
     EXPECT_TRUE(fs::exists(here / "Zarn2.0a.tar.gz"));
     EXPECT_FALSE(fs::exists(here / "home/.Zarn_inst"));
     EXPECT_STRNE(KvInstallInfoMsg, "Installed Zarn system\a");
@@ -235,6 +189,7 @@ TEST_F(Installing, KeepsArchivesUntilAllAreThrough) {
 TEST_F(Installing, TellsWhichStepFailed) {
     writeProgram(here / "make/Zarn_system/bin/Zarn.install", "exit 1");
     fs::remove(here / "Zarn_install");
+    fs::create_directory(here / "Zarn_install");
     pack();
     start("suite", {1});
     EXPECT_TRUE(KvmInstallMgr::install());
@@ -369,7 +324,8 @@ TEST_F(Installing, AddsAllOrNothing) {
     const int other = open(suite.c_str(), O_RDONLY | O_DIRECTORY);
     flock(other, LOCK_EX);
     EXPECT_FALSE(add("Zarn2.0a.tar Zarn2.0b.tar", {}));
-    EXPECT_TRUE(says("Another Zarn_install is at work in this location.")) << message();
+    EXPECT_TRUE(says(KvuPrint("Another Zarn_install (process %d) is at work", getpid())))
+        << message();
     close(other);
     EXPECT_TRUE(add("Zarn2.0a.tar Zarn2.0b.tar", {0})) << message();
     EXPECT_EQ(subsystems(), "models textures ");
@@ -379,8 +335,11 @@ TEST_F(Installing, LeavesAFolderBesideACopiedSuiteAlone) {
     writeFile(here / "cd/Zarn_system/bin/Zarn.install", "", 0755);
     writeFile(here / "cd/Zarn_system/resources/splash", "Zarn");
     for (const char* name : {"models", "textures"})
-        writeFile(here / "cd/Zarn_system/subsystems" / name / "content", name);
+        writeFile(here / "cd/Zarn_system/subsystems" / name / "content", name, 07777);
+    for (const char* name : {"resources", "subsystems/models", "subsystems/textures"})
+        fs::permissions(here / "cd/Zarn_system" / name, fs::perms(07777));
     keepOnly("textures");
+    KvmInstallSubsystem[1].selected = 1;
     start("suite", {});
     acknowledge();
     KvmInstallMgr::setReadFrom(KvmCdRom);
@@ -388,7 +347,15 @@ TEST_F(Installing, LeavesAFolderBesideACopiedSuiteAlone) {
     KvmInstallMgr::init();
     XmTextFieldSetString(kviInstallLocationText, suite.string().data());
     ASSERT_TRUE(KvmInstallMgr::install()) << message();
+    EXPECT_TRUE(says("not on the medium:\n\nClip art - Materials")) << message();
+    EXPECT_EQ(subsystems(), "textures ");
+    acknowledge();
     writeFile(suite / "subsystems/letter", "kept");
+    KvmInstallMgr::setSubsystem(kviSubsystemMaterials, 1);
+    answerWith({0});
+    EXPECT_FALSE(KvmInstallMgr::install()) << "the disc holds nothing of it";
+    EXPECT_TRUE(says("None of the selected subsystems is in")) << message();
+    acknowledge();
     for (const int button : {1, 0}) {
         KvmInstallMgr::setSubsystem(kviSubsystemModels, 1);
         answerWith({button});
@@ -396,6 +363,8 @@ TEST_F(Installing, LeavesAFolderBesideACopiedSuiteAlone) {
         EXPECT_TRUE(fs::exists(suite / "subsystems/letter"));
     }
     EXPECT_EQ(subsystems(), "models textures ");
+    EXPECT_EQ(outcomeOf("find " + suite.string() + " -perm /7000").output, "")
+        << "as with archives";
 }
 
 TEST_F(Installing, TakesNobodyElsesSuiteForItsOwnRest) {

@@ -1,6 +1,8 @@
 #include "tests/fixtures/window.h"
 
+#include "engine/archives.h"
 #include "engine/record.h"
+#include "tests/fixtures/random.h"
 
 namespace {
 
@@ -151,6 +153,35 @@ TEST_F(TreeRecord, ThatDoesNotSpeakForItsTreeChangesNothing) {
     EXPECT_TRUE(fs::exists(here / "moved/Zarn_system/resources/.Zarn_inst"));
 }
 
+TEST_F(TreeRecord, OfAnyTextAndArchivesOfAnyNameAreRead) {
+    const std::string own = KvmInstallMgr::_infoFile, suite = here / "suite";
+    const std::string system = tree("suite", suite);
+    for (RandomTexts random{60, {"\n# VERSION", ":\n# PATH", "\n# ", "tar "}}; random.next();) {
+        const std::string version = "1" + random.draw(900, " \t\n");
+        std::string lines = random.text;
+        lines.append("\n# PROGRAM: Zarn-Corvan\n# VERSION: ").append(version);
+        lines.append("\n##").append(random.draw(900, "\n")).append("\n# PATH: ");
+        lines.append(suite).append("\n");
+        fs::remove(own);
+        for (const std::string& record : {own + ".part", system + "/resources/.Zarn_inst"})
+            writeFile(record, lines);
+        EXPECT_EQ(KvmUnfinishedPlace(), suite);
+        writeFile(own, lines);
+        EXPECT_TRUE(KvmInstallMgr::getInstallInfo());
+        EXPECT_EQ(KvmInstallMgr::_info.version, version);
+        EXPECT_TRUE(KvmInstallMgr::setInstallInfo(system.c_str()));
+        EXPECT_TRUE(KvCopyText(KvmInstallMgr::_infoFile, own));
+        const std::string name = writeFile(here / (random.draw(99, "\"\n/#") + "Zarn2.0tar"), "");
+        bool all = false;
+        const auto found = KvmLocateArchives(KvmArchiveNames().c_str(), all);
+        EXPECT_TRUE(all && found.size() == 1 && found[0].path == name) << name;
+        EXPECT_TRUE(KvmLocateArchives(random.draw(60).c_str(), all).empty());
+        fs::remove(name);
+        // Of several messages in one box Motif itself loses memory.
+        if (message() != "") acknowledge();
+    }
+}
+
 TEST_F(TreeRecord, IsLeftBehindWithItsTree) {
     script("id", "echo 'uid=1000(ann) gid=1000(ann)'");
     KvmInstallMgr::checkIfRoot();
@@ -158,6 +189,7 @@ TEST_F(TreeRecord, IsLeftBehindWithItsTree) {
     const std::string system = tree("suite", here / "suite");
     writeProgram(system + "/bin/Zarn.install", "exec rm -r \"$2\"");
     writeFile(own, "# PATH:    " + (here / "suite").string() + "\n");
+    KvmForgetRecord();
     ASSERT_TRUE(KvmInstallMgr::setInstallInfo(system.c_str()));
     EXPECT_TRUE(KvmInstallMgr::removeAll());
     EXPECT_FALSE(fs::exists(system));

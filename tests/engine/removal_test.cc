@@ -1,5 +1,7 @@
 #include "tests/fixtures/window.h"
 
+#include "engine/record.h"
+
 namespace {
 
 // A suite with three subsystems, read from its record.
@@ -39,7 +41,8 @@ TEST_F(Removing, NeverFollowsALink) {
     mark(kviSubsystemModels, 0);
     answerWith({0, 0});
     KvmInstallMgr::remove();
-    EXPECT_EQ(message(), "Error: could not remove subsystem \"Clip art - Models\"");
+    EXPECT_EQ(message(),
+              "Error: could not remove subsystem \"Clip art - Models\"\nNot a directory");
     EXPECT_TRUE(fs::exists(here / "outside/models/content"));
     EXPECT_TRUE(fs::exists(here / "elsewhere/textures/content"));
 }
@@ -67,6 +70,12 @@ TEST_F(Removing, ThatFailsLeavesWindowAndDiskAgreed) {
     EXPECT_FALSE(KvmInstallMgr::remove());
     EXPECT_EQ(message(), "Can't remove " + tree.string());
     EXPECT_TRUE(KvmInstallMgr::_info.installed);
+
+    writeProgram(tree / "bin/Zarn.install", "exit 0");
+    answerWith({0, 0});
+    EXPECT_TRUE(KvmInstallMgr::remove());
+    EXPECT_NE(message().find("left this behind:\n" + tree.string()), std::string::npos);
+    EXPECT_EQ(KvmUnfinishedPlace(), tree.parent_path());
 }
 
 TEST_F(Removing, GoesByTheRecordAndByWhatTheUserSaid) {
@@ -101,7 +110,6 @@ TEST_F(Removing, GoesByTheRecordAndByWhatTheUserSaid) {
 TEST_F(Removing, LeavesARecordThatSomebodyElseHasWritten) {
     const std::string other = "# PROGRAM: Zarn-Corvan\n# VERSION: 2.0\n# PATH:    /elsewhere\n";
     writeFile(here / "home/.Zarn_inst", other);
-    answerWith({0});
     EXPECT_FALSE(KvmInstallMgr::remove());
     EXPECT_EQ(message().find("The installation record has changed"), 0U) << message();
     EXPECT_EQ(contentsOf(here / "home/.Zarn_inst"), other);

@@ -2,6 +2,7 @@
 
 #include <Xm/XmAll.h>
 
+#include <clocale>
 #include <string>
 #include <tuple>
 
@@ -191,6 +192,14 @@ TEST_F(Messages, AreOverTheWindowAndOnTheScreen) {
         EXPECT_LE(box.y + box.height, HeightOfScreen(box.screen)) << one;
         EXPECT_TRUE(message().starts_with(begin) && message().ends_with(end)) << message();
     }
+}
+
+TEST(Readable, KeepsWhatTheLocaleHasAndMarksTheRest) {
+    const char* latin = "/L\374ck/\303";
+    EXPECT_EQ(KvcReadable(latin), latin) << "one byte is one character";
+    ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
+    EXPECT_EQ(KvcReadable(latin), "/L?ck/?");
+    EXPECT_EQ(KvcReadable("/B\303\274cher"), "/B\303\274cher");
 }
 
 }  // namespace

@@ -46,8 +46,11 @@ TEST_F(PlatformTest, TemporaryFilesBeginEmptyInASafeFolder) {
     const std::string file = folder + "/common/file";
     EXPECT_TRUE(platform::prepareTemporary(file.c_str())) << "a folder for everybody is made";
     EXPECT_EQ(fs::perms(01777), fs::status("common").permissions());
+    if (geteuid() == 0) {
+        ASSERT_EQ(0, chown("common", 0, 1)) << "the group of the user daemon";
+    }
     for (const auto& [mode, safe] :
-         {std::pair(0777, 0), {0775, 0}, {0757, 0}, {01775, 1}, {0755, 1}}) {
+         {std::pair(0777, 0), {0775, geteuid() == 0 ? 0 : 1}, {0757, 0}, {01775, 1}, {0755, 1}}) {
         fs::permissions("common", fs::perms(mode));
         EXPECT_EQ(safe, platform::prepareTemporary(file.c_str())) << mode;
     }
@@ -88,6 +91,12 @@ TEST_F(PlatformTest, ProcessIsFitHoweverItWasStarted) {
         platform::prepareProcess();
         EXPECT_GT(open("/dev/null", O_RDONLY), STDERR_FILENO);
         EXPECT_EQ(umask(0), 022U);
+        // A terminal that goes away ends the command that runs, and nothing more.
+        for (const int signal : {SIGHUP, SIGPIPE, SIGXFSZ}) {
+            raise(signal);
+            const std::string end = "kill -" + std::to_string(signal) + " $$";
+            EXPECT_EQ(signal, WTERMSIG(platform::system(end.c_str())));
+        }
     });
 }
 
@@ -96,6 +105,56 @@ TEST_F(PlatformTest, StatusesSurviveIgnoredChildren) {
     EXPECT_EQ(3 << 8, platform::system("sh -c 'exit 3'; exit $?"));
     EXPECT_EQ(0, platform::system("! grep 'SigIgn:.*[13579bdf]....$' /proc/self/status"));
     EXPECT_EQ(SIG_IGN, std::signal(SIGCHLD, SIG_DFL));
+}
+
+TEST_F(PlatformTest, SuperUsersCommandsAreNobodyElses) {
+    for (const char* name : {"own", "open", "foreign", "."})
+        writeFile(fs::path(name) / "greet", "#!/bin/sh\necho " + std::string(name), 0755);
+    fs::permissions("open", fs::perms(0777));
+    if (geteuid() != 0 || chown("foreign", nobody, nobody) != 0)
+        GTEST_SKIP() << "only for the super-user";
+    const std::string path =
+        ".::" + folder + "/open:" + folder + "/foreign:" + folder + "/own:" + std::getenv("PATH");
+    runInChild([&] {
+        setenv("PATH", path.c_str(), 1);
+        platform::system("greet >said");
+    });
+    EXPECT_EQ("own\n", contentsOf("said"));
+}
+
+TEST_F(PlatformTest, OutputThatNobodyReadsEndsNoCommand) {
+    runInChild([] {
+        int pipe[2] = {};
+        ASSERT_EQ(0, ::pipe(pipe));
+        dup2(pipe[1], STDOUT_FILENO);
+        for (const int end : pipe) close(end);
+        platform::prepareProcess();
+        EXPECT_EQ(0, platform::system("/bin/echo printed"));
+    });
+    // What goes on complaining must not hide that the command has ended.
+    platform::system("(while :; do echo 'again and again' >&2; done) & echo $! >noisy; sleep 0.1");
+    platform::system(("kill " + contentsOf("noisy")).c_str());
+}
+
+TEST_F(PlatformTest, TheLastComplaintIsKept) {
+    const std::string longest(400, 'y');
+    const std::pair<const char*, const char*> cases[] = {
+        {"echo first >&2; printf 'last\\n\\n' >&2; echo out", "last"},
+        {"printf unended >&2", "unended"},
+        {"false", ""},
+        {"echo before >&2; kill -KILL $$", "Killed"},
+        {"head -c 500 /dev/zero | tr '\\0' y >&2", longest.c_str()},
+        {"(until [ -e go ]; do sleep 0.01; done; echo late >&2; echo $? >alive) & echo now >&2",
+         "now"},
+    };
+    for (const auto& [command, complaint] : cases) {
+        platform::system(command);
+        EXPECT_EQ(complaint, platform::lastComplaint()) << command;
+    }
+    // What runs in the background may go on complaining.
+    writeFile("go", "");
+    for (int i = 0; i < 200 && contentsOf("alive").empty(); ++i) usleep(10000);
+    EXPECT_EQ("0\n", contentsOf("alive"));
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "startup/ZarnApp.h"
 #include "startup/Zarn_install.h"
+#include "tests/fixtures/random.h"
 #include "tests/fixtures/scratch.h"
 
 namespace {
@@ -31,6 +32,10 @@ TEST(CommandLine, LastOptionWins) {
     EXPECT_EQ(KvReadFrom, 2);
     EXPECT_TRUE(KvInvokeSubsystems && KvInvokeIconInstall);
     EXPECT_STREQ(KvInstallLocation, "/b/Zarn_system");
+    for (RandomTexts random{99, {"-noShell", "-icons"}}; random.next();) {
+        const std::string location = random.draw(KvTextSize - 1);
+        EXPECT_TRUE(parse({"zi", "-icons", location, "-noShell"}) && KvInstallLocation == location);
+    }
 }
 
 TEST(CommandLine, RefusesWhatItDoesNotKnow) {
@@ -54,13 +59,12 @@ protected:
     Launcher() {
         writeProgram("xwsh", "printf '%s\\n' \"$@\" >said\nshift $(($# - 3))\nexec \"$@\"");
         writeProgram("su", "printf '%s\\n' \"$@\" >su-said\nexec sh -c \"$3\"");
+        for (const char* tool : {"xconfirm", "jot"}) writeProgram(tool, "");
         setenv("PATH", (folder + ":" + std::getenv("PATH")).c_str(), 1);
     }
 };
 
 TEST_F(Launcher, OpensTheTerminalThatRunsTheProgramAgain) {
-    EXPECT_EXIT(parse({"/elsewhere/Zarn_install"}), testing::ExitedWithCode(0), "change to the");
-    EXPECT_FALSE(fs::exists("said")) << "no password is asked for in vain";
     for (const bool root : {false, true}) {
         SCOPED_TRACE(root);
         writeProgram("id", root ? "echo root" : "echo ann");
@@ -80,6 +84,35 @@ TEST_F(Launcher, OpensTheTerminalThatRunsTheProgramAgain) {
         fs::remove("su-said");
         if (!root) fs::remove("again");
     }
+}
+
+TEST_F(Launcher, AsksForNoPasswordInVain) {
+    writeProgram("Zarn_install", "");
+    writeProgram("sub/Zarn_install", "");
+    const std::string path = folder + "/tools";
+    const auto without = [&](const std::string& missing) {
+        for (const std::string tool : {"sh", "id", "grep", "xwsh", "xconfirm", "jot", "xterm"})
+            writeFile(fs::path(path) / tool, "#!/bin/sh\n", tool == missing ? 0644 : 0755);
+        setenv("PATH", path.c_str(), 1);
+    };
+    const struct {
+        const char* program;
+        std::function<void()> before;
+        const char* says;
+    } cases[] = {
+        {"/elsewhere/Zarn_install", [] {}, "change to the"},
+        {"sub/Zarn_install", [] {}, "change to the"},
+        {"Zarn_install", [] { unsetenv("DISPLAY"); }, "no display; please set"},
+        {"Zarn_install", [] { setenv("DISPLAY", ":987", 1); }, "display \":987\" can't be opened"},
+        {"Zarn_install", [&] { without("xwsh"); }, "\"xwsh\" is missing"},
+        {"Zarn_install", [&] { without("jot"); }, "\"jot\" is missing"},
+        {"./Zarn_install", [&] { without("xterm"); }, "no xterm on this system"},
+    };
+    for (const auto& c : cases) {
+        const auto start = [&] { c.before(), parse({c.program}); };
+        EXPECT_EXIT(start(), testing::ExitedWithCode(0), c.says);
+    }
+    EXPECT_FALSE(fs::exists("said"));
 }
 
 TEST_F(Launcher, HandsStrangeWordsOnUnchanged) {
@@ -121,6 +154,9 @@ TEST(Defaults, LieInAFileOfTheirOwnForAMoment) {
     EXPECT_EQ(text.find("\n! General\n\n*sgiMode:"), 0U);
     EXPECT_EQ(std::count(text.begin(), text.end(), ':'), 63);
     EXPECT_TRUE(text.ends_with("\n*install.geometry:                           +80+50\n"));
+    std::string fallbacks;
+    for (char** line = ZarnAppFallbacks(); *line != nullptr; ++line) fallbacks += *line;
+    EXPECT_EQ(std::count(fallbacks.begin(), fallbacks.end(), ':'), 63) << "the same without it";
     EXPECT_STREQ(std::getenv("XFILESEARCHPATH"), "/usr/lib/X11/app-defaults/%N:/tmp/%N");
     ZarnAppClose();
     EXPECT_FALSE(fs::exists(file));

@@ -1,6 +1,7 @@
 #include "support/KvuCommand.h"
 
 #include "platform/Platform.h"
+#include "tests/fixtures/random.h"
 #include "tests/fixtures/scratch.h"
 
 namespace {
@@ -29,7 +30,9 @@ TEST_F(KvuCommandTest, ShellSeesTheTextItself) {
     writeFile("script", "printf '%s\\0' \"$@\" >out\n");
     Shell plain{"sh script"};
     std::string expected;
-    for (const char* word : words) {
+    std::vector<std::string> list(std::begin(words), std::end(words));
+    for (RandomTexts random{40, {"!!", "''"}}; random.next();) list.push_back(random.draw(40));
+    for (const std::string& word : list) {
         plain = KvuCommand("%s %s", plain, KvuShellArgument(word));
         expected.append(word).push_back('\0');
     }

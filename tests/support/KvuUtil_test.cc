@@ -2,6 +2,7 @@
 
 #include <sched.h>
 
+#include "tests/fixtures/random.h"
 #include "tests/fixtures/scratch.h"
 
 namespace {
@@ -68,8 +69,13 @@ TEST_F(KvuUtilTest, FallbackProgramGetsTextAndButtons) {
                       "[Please confirm...][-t][a \"b\" `c` $d \\]"
                       "[-b][May\"be $x][-b][No][-B][Yes]",
                   contentsOf("notes"));
+        for (RandomTexts random{20, {"\nYes"}}; random.next();)
+            EXPECT_EQ(2, answer((labels[2] + random.text).c_str(), 4));
         EXPECT_EQ(fs::perms(01777), fs::status("/usr/tmp").permissions());
         EXPECT_TRUE(fs::is_empty("/usr/tmp")) << "the answer file stayed";
+        ASSERT_EQ(0, outcomeOf("rmdir /usr/tmp && mount -o remount,ro /usr").status);
+        EXPECT_EQ(1, answer("No\n", 2)) << "without /usr/tmp";
+        EXPECT_NE(0, outcomeOf("ls -d /tmp/.zarnUserConfirm.*").status);
     });
 }
 

@@ -1,0 +1,107 @@
+#include "engine/checksums.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "engine/command.h"
+#include "engine/window.h"
+#include "platform/Platform.h"
+
+namespace {
+
+// An archive that was compressed again has other bytes: its sum is that of what tar reads.
+constexpr std::string_view contentMark = "# content ";
+constexpr std::size_t digits = 64;
+
+struct Sum {
+    std::string value;
+    std::string path;  ///< of an archive's content, that of the uncompressed file
+    bool ofContent = false;
+};
+
+// sha256sum puts a backslash before the line of a name with a backslash, and doubles that.
+std::string plainName(const std::string& name) {
+    std::string plain;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if (name[i] == '\\') ++i;
+        if (i < name.size()) plain += name[i];
+    }
+    return plain;
+}
+
+std::vector<Sum> readSums(const std::string& folder) {
+    std::vector<Sum> sums;
+    const std::string list = folder + "/SHA256SUMS";
+    std::error_code error;
+    // Reading a pipe, say, could last for ever.
+    if (!std::filesystem::is_regular_file(list, error)) return sums;
+    std::ifstream file(list);
+    for (std::string line; std::getline(file, line);) {
+        Sum sum;
+        sum.ofContent = line.starts_with(contentMark);
+        if (sum.ofContent) line.erase(0, contentMark.size());
+        const bool escaped = line.starts_with('\\');
+        if (escaped) line.erase(0, 1);
+        sum.value = line.substr(0, digits);
+        if (line.size() <= digits + 2 ||
+            sum.value.find_first_not_of("0123456789abcdef") != std::string::npos)
+            continue;
+        const std::string name = line.substr(digits + 2);
+        sum.path = platform::absolutePath(folder + "/" + (escaped ? plainName(name) : name));
+        sums.push_back(sum);
+    }
+    return sums;
+}
+
+bool agrees(const Sum& sum, const std::string& path, bool uncompress) {
+    KvmStatus("Checking ", path.c_str(), ", please wait...");
+    std::error_code error;
+    const bool readable = std::filesystem::is_regular_file(path, error);
+    const bool same =
+        readable && (uncompress ? KvmRun("gunzip -c %s | sha256sum | grep -q %s", path, sum.value)
+                                : KvmRun("sha256sum <%s | grep -q %s", path, sum.value));
+    return same || KvmFail("This file is not the one that was published:\n", path,
+                           "\nIts SHA256SUMS does not agree.");
+}
+
+bool archiveAgrees(const std::vector<Sum>& sums, const KvmArchive& archive) {
+    const auto find = [&](const std::string& path, bool ofContent) {
+        return std::ranges::find_if(sums, [&, real = platform::absolutePath(path)](const Sum& sum) {
+            return sum.ofContent == ofContent && sum.path == real;
+        });
+    };
+    const auto content = find(archive.unpacked, true);
+    if (content != sums.end()) return agrees(*content, archive.path, archive.compressed());
+    const auto own = find(archive.path, false);
+    return own == sums.end() || agrees(*own, archive.path, false);
+}
+
+// A subsystem that nobody wants, or that the medium does not hold, is not read.
+bool isRead(const KvmPlan& plan, const std::string& tree, const std::string& path) {
+    if (!path.starts_with(tree + "/")) return false;
+    const std::string folder = tree + "/" + kvmSubsystems + "/";
+    if (!path.starts_with(folder)) return !plan.adding;
+    return std::ranges::any_of(plan.wanted, [&](const KvmInstallSubsystemRow* row) {
+        return path.starts_with(folder + row->directory + "/") && KvmHolds(folder, row->directory);
+    });
+}
+
+}  // namespace
+
+bool KvmAgreesWithSums(const KvmPlan& plan) {
+    if (plan.complete) return true;
+    const std::vector<Sum> sums = readSums(KvmInstallMgr::_info.startDir);
+    if (sums.empty()) return true;
+    if (KvmInstallMgr::_info.readFrom != KvmCdRom)
+        return std::ranges::all_of(
+            plan.archives, [&](const KvmArchive& archive) { return archiveAgrees(sums, archive); });
+    const std::string tree = platform::absolutePath(plan.source);
+    return std::ranges::all_of(sums, [&](const Sum& sum) {
+        return !isRead(plan, tree, sum.path) || agrees(sum, sum.path, false);
+    });
+}

@@ -1,0 +1,41 @@
+#include "engine/lock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "engine/command.h"
+#include "platform/Platform.h"
+
+namespace {
+
+// Whoever may read a directory can lock it: that must not keep the super-user from it.
+bool isOrdinaryUsers(int process) {
+    struct stat status;
+    return geteuid() == 0 && process != 0 &&
+           stat(KvuPrint("/proc/%d", process).c_str(), &status) == 0 && status.st_uid != 0;
+}
+
+}  // namespace
+
+KvmPlaceLock::KvmPlaceLock(const std::string& place)
+    : file_(open(place.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+      held_(file_ < 0 || flock(file_, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK ||
+            isOrdinaryUsers(platform::lockHolder(file_))) {}
+
+KvmPlaceLock::~KvmPlaceLock() {
+    if (file_ >= 0) close(file_);
+}
+
+bool KvmPlaceLock::held() const {
+    return held_ || KvmFail(KvmOtherInstaller(file_), " is at work in this location.");
+}
+
+std::string KvmOtherInstaller(int file) {
+    const int process = platform::lockHolder(file);
+    return process == 0 ? "Another Zarn_install"
+                        : KvuPrint("Another Zarn_install (process %d)", process);
+}

@@ -1,0 +1,71 @@
+#include "engine/sizes.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include "engine/catalogue.h"
+#include "support/KvuOwners.h"
+
+namespace {
+
+float systemMB = 17.0F;
+
+// Anybody may have written the file: what blocks is not opened, and what never ends not read on.
+std::string beginningOf(const std::string& path) {
+    constexpr std::size_t mostRead = 65536;
+    const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0) return {};
+    struct stat status;
+    const bool regular = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    const KvuFile file(regular ? fdopen(descriptor, "r") : nullptr);
+    if (file == nullptr) {
+        close(descriptor);
+        return {};
+    }
+    std::string text(mostRead, '\0');
+    text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+    return text;
+}
+
+std::optional<float> megabytes(std::string_view digits) {
+    constexpr std::uint64_t mostBytes = 1'000'000'000'000'000;
+    std::uint64_t bytes = 0;
+    const auto [end, error] = std::from_chars(digits.begin(), digits.end(), bytes);
+    if (error != std::errc() || end != digits.end() || bytes > mostBytes) return std::nullopt;
+    return static_cast<float>(static_cast<double>(bytes) * 1.0e-6);
+}
+
+void take(std::string_view name, float size) {
+    if (name == kvmSystem) systemMB = size;
+    for (KvmInstallSubsystemRow& row : KvmInstallSubsystem)
+        if (name == row.directory) row.sizeMB = size;
+}
+
+}  // namespace
+
+void KvmReadSizes(const std::string& directory) {
+    std::istringstream lines(beginningOf(directory + "/Zarn_sizes"));
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string name;
+        std::string bytes;
+        std::string more;
+        words >> name >> bytes >> more;
+        const std::optional<float> size = more.empty() ? megabytes(bytes) : std::nullopt;
+        if (size) take(name, *size);
+    }
+}
+
+float KvmSystemMB() {
+    return systemMB;
+}

@@ -1,0 +1,28 @@
+#include "engine/trust.h"
+
+#include <unistd.h>
+
+#include "engine/command.h"
+#include "platform/Platform.h"
+
+namespace {
+
+std::string openPlace(const std::string& path) {
+    return geteuid() == 0 ? platform::writableByOthers(path) : "";
+}
+
+}  // namespace
+
+bool KvmOnlySuperUserWrites(const std::string& path, const std::string& consequence) {
+    const std::string open = openPlace(path);
+    return open.empty() || KvmFail("Not only the super-user may write to\n", open, ".\n",
+                                   consequence, "\nPlease change its owner or its permissions.");
+}
+
+bool KvmMayRun(const std::string& path) {
+    return KvmOnlySuperUserWrites(path, "For safety this program was not run:\n" + path);
+}
+
+bool KvmIsTrusted(const std::string& path) {
+    return openPlace(path).empty();
+}
