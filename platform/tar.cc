@@ -4,9 +4,11 @@
 // top of the system's GNU tar for "tar xvof ARCHIVE MEMBER..."; everything else it hands straight
 // on. Success is GNU tar's own, or an extraction that lacked nothing but some of the named members.
 // A whole archive that holds none of them is told apart from one that can't be read: status 1. The
-// same goes for listings, "tar tf ARCHIVE".
+// same goes for listings, "tar tf ARCHIVE". And what comes out of an archive stays within the named
+// members: no link leads an extraction out of them.
 
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
@@ -49,6 +51,8 @@ struct Extraction {
     std::string key;
     std::string archive;
     Words members;
+
+    [[nodiscard]] bool asksFor(char letter) const { return key.find(letter) != std::string::npos; }
 };
 
 // Only plain extractions are ours; a key with letters beyond these has wishes that GNU tar knows.
@@ -83,7 +87,9 @@ Words searchFolders(const fs::path& own) {
 std::string systemTar() {
     std::error_code error;
     const fs::path self = fs::read_symlink("/proc/self/exe", error);
-    for (const std::string& folder : searchFolders(self.parent_path())) {
+    // Without knowing its own place the program could take itself for the system's.
+    const Words folders = error ? Words{"/usr/bin", "/bin"} : searchFolders(self.parent_path());
+    for (const std::string& folder : folders) {
         std::string tar = folder + "/tar";
         const bool usable = fs::is_regular_file(tar, error) && access(tar.c_str(), X_OK) == 0;
         if (usable && !fs::equivalent(tar, self, error)) return tar;
@@ -117,12 +123,86 @@ std::string remoteHost(const std::string& archive) {
     return login.substr(login.find('@') + 1);
 }
 
+// A member's name for one of GNU tar's expressions.
+std::string patternOf(const std::string& member) {
+    std::string pattern;
+    for (const char c : member) {
+        if (std::string_view("\\.[*^$,").find(c) != std::string_view::npos) pattern += '\\';
+        pattern += c;
+    }
+    return pattern;
+}
+
+// GNU tar keeps an archive in the working directory, but not off what else lies there. So a hard
+// link leads to a member that is wanted or, by a name that nothing has, nowhere. And a folder that
+// is there stays one: no link to another takes its place.
+Words limitsFor(const Words& members) {
+    const std::string nowhere = "what is not wanted: ";
+    Words limits{"--transform=s,^," + nowhere + ",RS"};
+    std::error_code error;
+    for (const std::string& member : members) {
+        const std::string name = patternOf(member);
+        limits.push_back("--transform=s,^" + nowhere);
+        limits.back().append("\\(").append(name).append("\\(/\\|$\\)\\),\\1,RS");
+        if (fs::is_directory(fs::symlink_status(member, error)))
+            limits.push_back("--transform=s,^" + name + "$,&/,SH");
+    }
+    limits.push_back("--transform=s,\\.\\./," + nowhere + "/,gRS");
+    return limits;
+}
+
+// As GNU tar has it, the user may name another one.
+std::string remoteShell() {
+    const char* shell = std::getenv("TAR_RSH");
+    return shell != nullptr && *shell != '\0' ? shell : "/usr/bin/ssh";
+}
+
 Words gnuWords(const Extraction& extraction, bool remote) {
     Words words{"tar", extraction.key, extraction.archive, "--no-wildcards", "--no-unquote"};
-    words.emplace_back(remote ? "--rsh-command=/usr/bin/ssh" : "--force-local");
+    words.emplace_back(remote ? "--rsh-command=" + remoteShell() : "--force-local");
+    // The super-user's GNU tar would make programs that anybody runs as the super-user.
+    if (!extraction.asksFor('p')) words.emplace_back("--no-same-permissions");
+    if (extraction.asksFor('x') && !extraction.members.empty()) {
+        const Words limits = limitsFor(extraction.members);
+        words.insert(words.end(), limits.begin(), limits.end());
+    }
     words.emplace_back("--");
     words.insert(words.end(), extraction.members.begin(), extraction.members.end());
     return words;
+}
+
+// A link to a folder outside of the tree in which it lies.
+bool leadsOut(const fs::directory_entry& entry) {
+    std::error_code error;
+    if (!entry.is_symlink(error) || !entry.is_directory(error)) return false;
+    const fs::path tree = fs::current_path(error) / *entry.path().begin() / "";
+    return !(fs::canonical(entry, error) / "").string().starts_with(tree.string());
+}
+
+// GNU tar follows no link that its archive brings, but it would follow this one, which an archive
+// before it left.
+std::string wayOut(const Words& members) {
+    std::error_code error;
+    for (const std::string& member : members) {
+        const fs::directory_entry folder(fs::path(member).relative_path(), error);
+        if (leadsOut(folder)) return folder.path();
+        const auto readable = fs::directory_options::skip_permission_denied;
+        for (fs::recursive_directory_iterator at(folder, readable, error), end; at != end;
+             at.increment(error))
+            if (leadsOut(*at)) return at->path();
+    }
+    return {};
+}
+
+// Why it is not even begun; empty when it may be.
+std::string refusal(const Extraction& extraction, const std::string& host) {
+    if (host.starts_with('-')) return host + " is not the name of a machine";
+    // A relative one would come from wherever the super-user happens to be.
+    if (!host.empty() && !remoteShell().starts_with('/'))
+        return "TAR_RSH has to be the full path of a program";
+    const std::string way = extraction.asksFor('x') ? wayOut(extraction.members) : "";
+    return way.empty() ? ""
+                       : way + " is a link to a folder elsewhere: an archive could write there";
 }
 
 // Messages in English, names in the user's own characters.
@@ -140,12 +220,14 @@ using Block = std::array<char, blockSize>;
 
 // The bytes that a member's header says follow it; nothing when it is no header that we know.
 std::optional<std::uint64_t> sizeOf(const Block& header) {
-    constexpr std::size_t sumAt = 148, sumLength = 8, sizeAt = 124, sizeLength = 12;
+    constexpr std::size_t sumAt = 148, sumLength = 8, sizeAt = 124, sizeLength = 12, typeAt = 156;
     unsigned long sum = 0;
     for (std::size_t i = 0; i < header.size(); ++i)
         sum += i >= sumAt && i < sumAt + sumLength ? ' ' : static_cast<unsigned char>(header[i]);
     if (std::strtoul(std::string(&header[sumAt], sumLength).c_str(), nullptr, 8) != sum)
         return std::nullopt;
+    // Links, devices, and folders: nothing follows them, even if their size says so.
+    if (header[typeAt] >= '1' && header[typeAt] <= '6') return 0;
     const std::string octal(&header[sizeAt], sizeLength);
     if ((octal[0] & 0x80) != 0) return std::nullopt;
     return std::strtoull(octal.c_str(), nullptr, 8);
@@ -187,6 +269,7 @@ public:
         if (!line_.empty()) endLine();
     }
 
+    [[nodiscard]] bool failed() const { return failed_; }
     [[nodiscard]] bool onlyMissed() const { return !failed_ && missing_ > 0; }
     [[nodiscard]] std::size_t missing() const { return missing_; }
     [[nodiscard]] const std::string& missingNames() const { return names_; }
@@ -195,6 +278,12 @@ public:
 private:
     static constexpr std::string_view own = "tar: ";
     static constexpr std::string_view notFound = ": Not found in archive";
+
+    // That something was wrong, after what was wrong.
+    static bool isFarewell(std::string_view text) {
+        return text == "Exiting with failure status due to previous errors" ||
+               text == "Error is not recoverable: exiting now";
+    }
 
     // Remarks that GNU tar makes without failing for them.
     static bool isRemark(std::string_view text) {
@@ -222,7 +311,7 @@ private:
             ++missing_;
             names_.append(" ").append(text.substr(0, text.size() - notFound.size()));
             held_ += line_;
-        } else if (isOwn && text == "Exiting with failure status due to previous errors") {
+        } else if (isOwn && isFarewell(text)) {
             held_ += line_;
         } else {
             failed_ = failed_ || (isOwn && !isRemark(text));
@@ -264,6 +353,8 @@ void readUntilEnd(int pipe, pid_t program, Messages& messages) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (getppid() != parent) _exit(fatalStatus);
     dup2(errors, STDERR_FILENO);
+    // An archive may not make devices. Only the super-user can drop this, or need to.
+    prctl(PR_CAPBSET_DROP, CAP_MKNOD);
     become(tar, words);
 }
 
@@ -288,7 +379,8 @@ int judge(int status, const Messages& messages, const Extraction& extraction) {
         print("tar: not in this archive, passed over:" + messages.missingNames() + "\n");
         return messages.missing() < extraction.members.size() ? 0 : nothingFoundStatus;
     }
-    print(messages.held());
+    // What was wrong has the last word; after that, every missing member is a consequence.
+    if (!messages.failed()) print(messages.held());
     return status;
 }
 
@@ -324,8 +416,8 @@ int main(int argc, char** argv) {
     if (!extraction) become(tar, words);
     extraction->archive = deviceOf(extraction->archive);
     const std::string host = remoteHost(extraction->archive);
-    if (host.starts_with('-')) {
-        print("tar: " + host + " is not the name of a machine\n");
+    if (const std::string reason = refusal(*extraction, host); !reason.empty()) {
+        print("tar: " + reason + "\n");
         return fatalStatus;
     }
     setLanguage();

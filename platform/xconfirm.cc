@@ -14,14 +14,15 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace {
 
-constexpr std::size_t mostLines = 30;  // a longer or wider text gets scroll bars
-constexpr std::size_t mostColumns = 100;
+constexpr std::size_t mostLines = 30;  // a longer text gets a scroll bar
+constexpr std::size_t mostColumns = 80;
 constexpr int usageStatus = 2;
 
 struct Button {
@@ -34,6 +35,7 @@ struct Request {
     std::string header = "xconfirm";
     std::vector<std::string> lines;
     std::vector<Button> buttons;
+    std::size_t mostButtons = std::string::npos;
 };
 
 struct StringFree {
@@ -54,6 +56,28 @@ unsigned char iconOf(const std::string& name) {
     return XmDIALOG_MESSAGE;
 }
 
+void addLines(std::vector<std::string>& lines, const std::string& text) {
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+}
+
+// The options of KvConfirm, as which this program may be installed. Its first button is the
+// leftmost, and the default.
+bool takeConfirmOption(Request& request, std::string_view option, const std::string& value) {
+    if (option == "-num") {
+        request.mostButtons = std::strtoul(value.c_str(), nullptr, 10);
+        if (request.mostButtons > 1) request.icon = XmDIALOG_QUESTION;
+    } else if (option == "-b1" || option == "-b2" || option == "-b3") {
+        if (request.buttons.size() < request.mostButtons)
+            request.buttons.insert(request.buttons.begin(), {value, option == "-b1"});
+    } else if (option == "-text") {
+        addLines(request.lines, value);
+    } else {
+        return false;
+    }
+    return true;
+}
+
 bool takeOption(Request& request, std::string_view option, const std::string& value) {
     if (option == "-icon") {
         request.icon = iconOf(value);
@@ -64,7 +88,7 @@ bool takeOption(Request& request, std::string_view option, const std::string& va
     } else if (option == "-b" || option == "-B") {
         request.buttons.push_back({value, option == "-B"});
     } else {
-        return false;
+        return takeConfirmOption(request, option, value);
     }
     return true;
 }
@@ -87,10 +111,32 @@ std::string textOf(const std::vector<std::string>& lines) {
     return text.substr(0, text.empty() ? 0 : text.size() - 1);
 }
 
-bool needsSlider(const std::vector<std::string>& lines) {
-    return lines.size() > mostLines || std::ranges::any_of(lines, [](const std::string& line) {
-               return line.size() > mostColumns;
-           });
+bool beginsCharacter(char c) {
+    return (c & 0xC0) != 0x80;
+}
+
+// Where a line has to end: behind its last blank that fits, or else before the first letter that
+// does not.
+std::size_t endOfLine(std::string_view text) {
+    std::size_t columns = 0;
+    std::size_t blank = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (beginsCharacter(text[i]) && ++columns > mostColumns) return blank != 0 ? blank : i;
+        if (text[i] == ' ') blank = i + 1;
+    }
+    return text.size();
+}
+
+std::vector<std::string> wrapped(const std::vector<std::string>& lines) {
+    std::vector<std::string> all;
+    for (std::string_view rest : lines) {
+        do {
+            const std::size_t end = endOfLine(rest);
+            all.emplace_back(rest.substr(0, end));
+            rest.remove_prefix(end);
+        } while (!rest.empty());
+    }
+    return all;
 }
 
 void answer(Widget, XtPointer label, XtPointer) {
@@ -103,9 +149,19 @@ void closed(Widget, XtPointer, XtPointer) {
     std::exit(1);
 }
 
-void addText(Widget box, const std::vector<std::string>& lines) {
+void closeByKey(Widget, XEvent*, String*, Cardinal*) {
+    std::exit(1);
+}
+
+// Escape is no answer either. Motif would look for a button "Cancel".
+void closeOnEscape(Widget widget) {
+    XtOverrideTranslations(widget, XtParseTranslationTable("<Key>osfCancel: closeByKey()"));
+}
+
+void addText(Widget box, const std::vector<std::string>& given) {
+    const std::vector<std::string> lines = wrapped(given);
     const std::string text = textOf(lines);
-    if (!needsSlider(lines)) {
+    if (lines.size() <= mostLines) {
         const Label label = labelOf(text);
         XtVaSetValues(box, XmNmessageString, label.get(), nullptr);
         return;
@@ -120,6 +176,7 @@ void addText(Widget box, const std::vector<std::string>& lines) {
                                   {XmNvalue, reinterpret_cast<XtArgVal>(text.c_str())}}};
     Widget scrolled = XmCreateScrolledText(box, const_cast<char*>("text"), resources.data(),
                                            static_cast<Cardinal>(resources.size()));
+    closeOnEscape(scrolled);
     XtManageChild(scrolled);
 }
 
@@ -131,6 +188,7 @@ void addButtons(Widget box, const std::vector<Button>& buttons) {
         Widget widget =
             XtVaCreateManagedWidget("button", xmPushButtonWidgetClass, box, XmNlabelString,
                                     label.get(), XmNdefaultButtonShadowThickness, 1, nullptr);
+        closeOnEscape(widget);
         XtAddCallback(widget, XmNactivateCallback, answer,
                       const_cast<std::string*>(&button->label));
         if (button->isDefault || chosen == nullptr) chosen = widget;
@@ -147,6 +205,7 @@ Widget createBox(Widget shell, const Request& request) {
     for (const unsigned char unused :
          {XmDIALOG_OK_BUTTON, XmDIALOG_CANCEL_BUTTON, XmDIALOG_HELP_BUTTON})
         XtUnmanageChild(XmMessageBoxGetChild(box, unused));
+    closeOnEscape(box);
     addText(box, request.lines);
     addButtons(box, request.buttons);
     XtManageChild(box);
@@ -186,6 +245,8 @@ int main(int argc, char** argv) {
         std::fputs(
             "usage: xconfirm [-useslider] [-icon info|error|question] [-header title]\n"
             "                [-t line]... [-b label]... [-B default-label]\n"
+            "       KvConfirm -num count -b1 label [-b2 label] [-b3 label] -text text\n"
+            "                [-header title]\n"
             "At least one button must be given.\n",
             stderr);
         return usageStatus;
@@ -198,6 +259,8 @@ int main(int argc, char** argv) {
     // Fonts for all characters of the locale; a single font has those of one character set.
     std::string fonts = "*fontList: -*-helvetica-bold-r-normal--12-*-*-*-*-*-*-*;-*-*-*-r-*--*:";
     std::array<char*, 2> defaults{fonts.data(), nullptr};
+    XtActionsRec closing{const_cast<char*>("closeByKey"), closeByKey};
+    XtAppAddActions(context, &closing, 1);
     XtAppSetFallbackResources(context, defaults.data());
     int none = 0;
     Display* display =

@@ -14,9 +14,36 @@ TEST_F(SampleTest, TheSameAgainButNothingInTheWay) {
     EXPECT_EQ("", outcomeOf("find dist/cdrom -perm /222").output);
     EXPECT_EQ(0, outcomeOf(pack + " gz cdrom").status);
     EXPECT_EQ(0, outcomeOf("cmp gz/Zarn2.0.tar.gz dist/gz/Zarn2.0.tar.gz").status);
+    for (const char* medium : {"gz", "cdrom"})
+        EXPECT_EQ(
+            0, outcomeOf("cd dist/" + std::string(medium) + " && sha256sum -c SHA256SUMS").status);
     EXPECT_EQ(1, outcomeOf("mv gz dist/tar; " + pack + " tar").status) << "not of its making";
     EXPECT_TRUE(fs::exists("dist/tar/Zarn2.0.tar.gz"));
     outcomeOf("chmod -R u+w dist");
+}
+
+TEST_F(SampleTest, WhatCannotBeInstalledIsNotPublished) {
+    const char* const cases[][2] = {
+        {"chmod -x $T/bin/Zarn.install", "bin/Zarn.install is not executable"},
+        {"rm $T/bin/Zarn.installDesktop", "bin/Zarn.installDesktop"},
+        {"touch $T/resources/.Zarn_inst", "resources/.Zarn_inst"},
+        {"mkdir $T/subsystems", "Zarn_system/subsystems"},
+        {"mv own/subsystems/src own/subsystems/sauce", "subsystems/sauce"},
+        {"chmod u+s own/subsystems/src/README", "src/README"},
+        {"touch \"own/subsystems/src/a\nb\"", "src/a\\nb'"},
+        {"mkfifo $T/data/pipe", "data/pipe"}};
+    for (const auto& [spoil, named] : cases) {
+        SCOPED_TRACE(spoil);
+        outcomeOf("rm -rf own; mkdir own; cp -R '" + sample + "'/[Zs]*s* own");
+        const Outcome outcome = outcomeOf("T=own/Zarn_system; " + std::string(spoil) +
+                                          "; '" ZARN_SOURCE_DIR
+                                          "/publish/make-distribution' --output dist --medium tar "
+                                          "--installer /bin/true --tools '" +
+                                          toolsDir + "' $T own/subsystems/*");
+        EXPECT_EQ(1, outcome.status);
+        EXPECT_TRUE(holds(outcome.output, named)) << outcome.output;
+        EXPECT_FALSE(fs::exists("dist/tar"));
+    }
 }
 
 /// An installed tree as the super-user finds it, in a place where the system's folders for

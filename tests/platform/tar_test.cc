@@ -1,5 +1,6 @@
 #include <tuple>
 
+#include "tests/fixtures/random.h"
 #include "tests/fixtures/scratch.h"
 
 namespace {
@@ -9,10 +10,15 @@ protected:
     TarTest() {
         fs::create_directory("out");
         for (const char* name : {"base", "extra", "-x", "*"}) writeFile(name, name);
+        // An archive that ends with this member's contents has no end for all that.
+        writeFile("base", std::string(1024, '\0'));
         shell(
             "/bin/tar cf a.tar -- base extra -x '*' && head -c 700 a.tar >short.tar && head -c "
-            "1024 a.tar >cut.tar && head -c 1300 a.tar >half.tar && cp a.tar guest@host:tape && "
-            "cp a.tar 'with blanks.tar' && echo text >text.tar");
+            "1536 a.tar >cut.tar && head -c 1800 a.tar >half.tar && cp a.tar guest@host:tape && "
+            "cp a.tar 'with blanks.tar' && echo text >text.tar;"
+            // A link with the size of its file, as some tars write it; the sum stays right.
+            "ln base twin; /bin/tar cf link.tar --owner Z:0 base twin;"
+            "LC_ALL=C sed -i 's/00000000000\\(.*\\)Z/00000020000\\1X/' link.tar");
     }
 
     static Outcome shell(const std::string& command) {
@@ -21,6 +27,7 @@ protected:
 };
 
 TEST_F(TarTest, WhatCountsAsSuccess) {
+    writeProgram("rsh", "printf '[%s]' \"$@\" >&2");
     const std::tuple<const char*, int, const char*, const char*> cases[] = {
         {"../a.tar base extra", 0, "base\nextra\n", "base\nextra\n"},
         {"../a.tar base gone sub/gone", 0, "passed over: gone sub/gone\n", "base\n"},
@@ -30,9 +37,11 @@ TEST_F(TarTest, WhatCountsAsSuccess) {
         {"../short.tar base gone", 2, "Unexpected EOF", "base\n"},
         {"../cut.tar base gone", 2, "cut off", "base\n"},
         {"../half.tar base", 2, "cut off", "base\n"},
+        {"../link.tar base", 0, "base\n", "base\n"},
         {"../text.tar base", 2, "does not look like a tar archive", ""},
         {"'../with blanks.tar' base", 0, "base\n", "base\n"},
         {"../guest@host:tape base gone", 0, "passed over: gone\n", "base\n"},
+        {"u@localhost:/dev/tape base", 2, "[localhost][-l][u]", ""},
         {"../a.tar", 0, "extra\n", "*\n-x\nbase\nextra\n"},
         {"u@-oProxyCommand=id:/dev/tape base", 2, "is not the name of a machine", ""},
     };
@@ -40,13 +49,62 @@ TEST_F(TarTest, WhatCountsAsSuccess) {
         SCOPED_TRACE(words);
         // The user's language and options must not matter.
         const Outcome outcome = shell(
-            "export LC_ALL=de_DE.UTF-8 LANGUAGE=de TAR_OPTIONS=-q; rm -rf out/* && cd out && "
+            "export LC_ALL=de_DE.UTF-8 LANGUAGE=de TAR_OPTIONS=-q TAR_RSH=$PWD/rsh; rm -rf out/* "
+            "&& cd out && "
             "tar xvof " +
             std::string(words));
         EXPECT_EQ(status, outcome.status) << outcome.output;
         EXPECT_TRUE(holds(outcome.output, output)) << outcome.output;
         EXPECT_EQ(extracted, shell("LC_ALL=C ls out").output);
     }
+    for (RandomTexts random{20, {"0"}}; random.next();) {
+        std::string part = contentsOf("a.tar").substr(0, 1 + random.engine() % 4600);
+        part[random.engine() % part.size()] = random.text[0];
+        EXPECT_EQ(2, shell("tar tf " + writeFile("part.tar", part) + " base").status);
+    }
+}
+
+// As the installer extracts them: named, where the product tree's folder is there already.
+TEST_F(TarTest, OddArchivesHarmNothingOutside) {
+    const std::string through = "add --transform s,bin,Zarn_system/link, bin/victim";
+    const std::tuple<std::string, int, const char*> cases[] = {
+        {"ln Zarn_system/file Zarn_system/twin; mkfifo Zarn_system/fifo; chmod -R 7777 Zarn_system;"
+         "add Zarn_system",
+         0, "twin\n"},
+        {"add --transform s,/dev,Zarn_system, /dev/null", 2, "null: Cannot mknod"},
+        {"add Zarn_system; add --transform s,bin,$OLDPWD/place/bin, bin/victim", 0, "file\n"},
+        {"add --transform s,bin,Zarn_system/../bin, bin/victim", 2, "contains '..'"},
+        {"ln -s ../bin Zarn_system/link; add Zarn_system; " + through, 2, "Not a directory"},
+        {"ln -s $PWD/bin Zarn_system/link; add Zarn_system; " + through, 2, "Not a directory"},
+        {"ln -s . ../place/Zarn_system/link; " + through, 0, "victim\n"},
+        {"ln -s ../bin ../place/Zarn_system/link; " + through, 2, "link to a folder elsewhere"},
+        {"mkdir ../place/subsystems; ln -s ../bin ../place/subsystems/models;"
+         "add --transform s,bin,subsystems/models, bin/victim",
+         2, "link to a folder elsewhere"},
+        {"ln -s bin link; add --transform s,link,Zarn_system, link; add Zarn_system/file", 2,
+         "Cannot create symlink"},
+        {"ln bin/victim Zarn_system/twin; add bin Zarn_system", 2, "Cannot hard link"},
+        {"ln bin/victim Zarn_system/twin; add --transform s,^bin,Zarn_system/../bin, bin "
+         "Zarn_system",
+         2, "twin: Cannot hard link"},
+    };
+    for (const auto& [make, status, output] : cases) {
+        SCOPED_TRACE(make);
+        const Outcome outcome = shell(
+            "umask 022; rm -rf odd.tar make place outside; mkdir -p make/Zarn_system make/bin "
+            "place/Zarn_system place/bin outside; echo odd | tee make/bin/victim "
+            ">make/Zarn_system/file; echo own | tee place/bin/victim >outside/victim;"
+            "add() { /bin/tar rPf ../odd.tar \"$@\"; }; cd make;" +
+            make + "; cd ../place; tar xvof ../odd.tar Zarn_system subsystems/models");
+        EXPECT_EQ(status, outcome.status) << outcome.output;
+        EXPECT_TRUE(holds(outcome.output, output)) << outcome.output;
+        EXPECT_EQ("own\nown\n", shell("cd place; cat bin/* ../outside/*; find . ! -type l -perm "
+                                      "/7022 -o -type b,c -o -name victim -links +1")
+                                    .output);
+    }
+    EXPECT_EQ("base\n4711\n", shell("chmod 4711 base; /bin/tar cf a.tar base; cd out;"
+                                    "tar xvopf ../a.tar base; stat -c %a base")
+                                  .output);
 }
 
 TEST_F(TarTest, FullFoldersDrivesAndOtherOperations) {
@@ -57,6 +115,7 @@ TEST_F(TarTest, FullFoldersDrivesAndOtherOperations) {
     ASSERT_FALSE(fs::exists("/dev/tape")) << "this machine has a tape drive";
     EXPECT_EQ(0, shell("cd out && TAPE=../a.tar tar xvof /dev/tape base gone").status);
     EXPECT_TRUE(holds(shell("unset TAPE; tar xvof /dev/tape base").output, "/dev/st0"));
+    EXPECT_TRUE(holds(shell("TAR_RSH=rsh tar xvof u@host:tape base").output, "full path"));
     EXPECT_EQ(2, shell("tar -xf a.tar -C out base gone").status);
 }
 

@@ -23,24 +23,52 @@ TEST_F(ToolsTest, XwshHandsItsOptionsToXterm) {
          "-icontitle '' -e sh -c 'echo  \"$1\"' -- '*' ''",
          5,
          "[-bg][black][-fg][cyan][-geometry][80x20+1+1][-cr][blue][-title][a \"b\" ][-n][]"
-         "[-e][sh][-c][echo  \"$1\"][--][*][]"},
-        {"-e -title x", 5, "[-e][-title][x]"},
+         "[-e][XWSH][-run][sh][-c][echo  \"$1\"][--][*][]"},
+        {"-e -title x", 5, "[-e][XWSH][-run][-title][x]"},
         {"-title", 2, "usage: xwsh"},
     };
     for (const auto& [words, status, output] : cases) {
         const Outcome outcome = run("xwsh", words);
         EXPECT_EQ(status, outcome.status) << words;
-        EXPECT_EQ(0U, outcome.output.find(output)) << words << outcome.output;
+        std::string expected = output;
+        if (const auto at = expected.find("XWSH"); at != std::string::npos)
+            expected.replace(at, 4, toolsDir + "/xwsh");
+        EXPECT_EQ(0U, outcome.output.find(expected)) << words << outcome.output;
     }
     fs::remove("xterm");
     EXPECT_EQ(127, run("xwsh", "-fg red").status);
 }
 
+TEST_F(ToolsTest, TheTerminalStaysAfterAFailure) {
+    writeProgram("xterm", "shift\nexec \"$@\" </dev/null");
+    const std::tuple<const char*, int, const char*> cases[] = {
+        {"true", 0, ""},
+        {"/bin/sh -c 'kill -INT $PPID; exit 1'", 1, ""},
+        {"/bin/sh -c 'exit 3'", 3, "status 3"},
+        {"/bin/sh -c 'true || ./Zarn_install -noShell -ftp ; exit 1'", 1, "sudo env DISPLAY="},
+        {"/bin/no-csh -c x", 127, "no program /bin/no-csh"},
+    };
+    for (const auto& [program, status, says] : cases) {
+        const Outcome outcome = run("xwsh", std::string("-e ") + program);
+        EXPECT_EQ(status, outcome.status) << program;
+        EXPECT_TRUE(*says != '\0' ? holds(outcome.output, says) &&
+                                        outcome.output.ends_with("close this window. ")
+                                  : outcome.output.empty())
+            << outcome.output;
+    }
+}
+
 TEST_F(ToolsTest, JotOpensTheUsersEditorInAWindow) {
-    EXPECT_EQ("[-title][xterm][-e][xterm][-n][a b][./-c]",
+    EXPECT_EQ("[-title][a b -c][-e][xterm][-n][a b][./-c]",
               run("export DISPLAY=:0 VISUAL='xterm -n'; jot", "'a b' -c").output);
     EXPECT_EQ(1, run("unset VISUAL EDITOR; jot", "file").status);
     EXPECT_EQ(2, run("jot", "").status);
+}
+
+TEST_F(ToolsTest, XconfirmKnowsTheOptionsOfKvConfirm) {
+    for (const char* words : {"-num 2 -b1 Yes -b2 No -text 'a\nb' -header h", "-t a -b No -B Yes"})
+        EXPECT_TRUE(holds(run("unset DISPLAY; xconfirm", words).output, "display")) << words;
+    EXPECT_EQ(2, run("unset DISPLAY; xconfirm", "-num 0 -b1 Yes").status) << "no button";
 }
 
 }  // namespace
