@@ -261,7 +261,7 @@ public:
 
 private:
     // A single font would show each byte of a longer character as one. In a set a size in points
-    // does not come from the 75 dpi fonts by itself.
+    // does not come from the 75 dpi fonts by itself, and what stands in for a missing font is wide.
     static std::string sourceOf(const Resource& resource) {
         std::string source = resource.text;
         if (MB_CUR_MAX == 1 || std::string_view(resource.type) != XmRFontList) return source;
@@ -269,7 +269,7 @@ private:
         std::string drawnFor = source;
         const std::size_t at = drawnFor.find(anyResolution);
         if (at != drawnFor.npos) drawnFor.replace(at, anyResolution.size(), "0-75-75-");
-        return drawnFor + ',' + source + ':';
+        return drawnFor + ';' + source + ";fixed:";
     }
 
     void addUnlessUnset(const char* name, int value) {
