@@ -27,7 +27,7 @@ desktop_start() {
     }
     export DISPLAY=:$DISPLAY
     unset XAUTHORITY
-    # The pilot reads texts as single fonts draw them.
+    # Elsewhere a terminal draws letters of two bytes, which the pilot does not read.
     export LC_ALL=C
     mwm >"$desktop_shots/mwm.log" 2>&1 &
     wait_for eval 'xprop -root _MOTIF_WM_INFO | grep -q =' || {
@@ -110,9 +110,9 @@ begin_installation() {
     question_expected=yes wait_for brochure_is_aside
 }
 
-# Replaces the text of a field by typing.
+# Replaces the text of a field by typing. $3: its window, if that is not the main one.
 enter_text() {
-    pilot focus "$window" "$1"
+    pilot focus "${3:-$window}" "$1"
     xdotool key --delay 0 ctrl+slash BackSpace
     xdotool type --delay 0 "$2"
 }

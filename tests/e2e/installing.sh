@@ -96,7 +96,7 @@ record() { if [ "$who" = root ]; then echo /usr/lib/.Zarn_inst; else echo "$(hom
 # Gives the person an empty home and a copy of the distribution $1; sets medium, suite, log.
 set_out() {
     medium=$1
-    suite=$place/suite
+    suite=$place/${suite_name:-suite}
     log=$place/log-$medium
     chmod -R u+w "$(home)" "$place/distribution" "$suite" 2>/dev/null || true
     rm -rf "$(home)" "$place/distribution" "$suite" "$(record)"

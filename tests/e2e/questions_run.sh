@@ -5,12 +5,18 @@ set -eu
 # shellcheck source=tests/e2e/installing.sh
 . "$(dirname "$0")/installing.sh"
 settle
+# A name that is longer than it looks, typed on a keyboard that has it.
+export LC_ALL=C.UTF-8
+setxkbmap de
+suite_name=Bücher
 
 # Clicks on a widget in the window to give it the keyboard, and closes it.
 close_by_window_manager() {
     pilot focus "$1" "$2"
     xdotool key --delay 0 alt+F4
 }
+
+shows() { pilot texts "$1" | grep -qF -- "$2"; }
 
 picture() { import -window root -crop "$window_at" rgba:- | cksum; }
 
@@ -51,6 +57,7 @@ xdotool windowkill "$(pilot find "$brochure")"
 mv "$place/distribution/Zarn_tools/real-tar" "$place/distribution/Zarn_tools/tar"
 start_installer -ftp
 wait_for has_window "$information" || fail "nothing is said of the unfinished installation"
+shows "$information" "$suite" || fail "the message names another place"
 shot unfinished
 acknowledge "$information"
 click kviInstallButtonInstall
@@ -96,6 +103,13 @@ says "Installed Zarn system"
 has_suite Zarn-Pinnet
 unset question_expected
 says "Zarn-Pinnet Version 2.0 is currently installed"
+click kviInstallButtonUsers
+answer No
+enter_text kviInstallIconPath "$suite" "Install Icon"
+click kviInstallIconInstall
+wait_for shows "$window" "Installed Zarn-Pinnet in $suite" || fail "the status names another place"
+shot status
+click dismiss
 # What was clicked behind the question must not come after it: all of it is handled by now.
 pilot widgets "$window" >/dev/null
 [ "$(grep -cF "not installed on this system" "$log")" -le 2 ] || fail "a click came through later"
