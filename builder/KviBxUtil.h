@@ -26,7 +26,8 @@ void RegisterBxConverters(XtAppContext app);
 /// `*ok` tells whether it succeeded; else the result is 0 and the toolkit has warned.
 /// An XmString or XmStringTable is new and the caller's (free it once a widget has copied it).
 /// For "String", "Double" and "Float", and for a value wider than an XtArgVal, the result is the
-/// address of the value, good until the next conversion. A font list is looked up by BxFontFor.
+/// address of the value, good until the next conversion. A font list is scaled, and looked up by
+/// BxFontFor.
 XtArgVal CONVERT(Widget w, const char* text, const char* toType, int size, Boolean* ok);
 
 /// The compound string that the segments in `text` describe ("::" left out). It is the caller's
@@ -36,6 +37,14 @@ XtArgVal CONVERT(Widget w, const char* text, const char* toType, int size, Boole
 /// The font to load for `pattern`: of the display's matches the one of normal width for 75 dpi,
 /// which layouts in pixels were drawn for, else `pattern` itself; "fixed" when nothing matches.
 [[nodiscard]] std::string BxFontFor(Display* display, const char* pattern);
+
+/// How many times as large as they were drawn the program shows its windows on this display: its
+/// resource "scale", a whole number from 1 to 4, else 1.
+[[nodiscard]] int BxScale(Display* display);
+
+/// The pattern of a font that is as much larger: with its sizes, in pixels or tenths of points,
+/// multiplied.
+[[nodiscard]] std::string BxScaledFont(Display* display, std::string pattern);
 
 // Pixmaps and colours
 

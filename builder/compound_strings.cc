@@ -426,7 +426,7 @@ XtArgVal CONVERT(Widget w, const char* text, const char* toType, int, Boolean* o
     if (text == nullptr) return 0;
     std::string font;
     if (std::string_view(toType) == XmRFontList && isFontPattern(text))
-        text = (font = BxFontFor(XtDisplay(w), text)).c_str();
+        text = (font = BxFontFor(XtDisplay(w), BxScaledFont(XtDisplay(w), text).c_str())).c_str();
     XrmValue from = {static_cast<unsigned>(std::strlen(text) + 1), const_cast<char*>(text)};
     XrmValue to = {0, nullptr};
     if (!XtConvertAndStore(w, XtRString, &from, toType, &to)) return 0;
@@ -442,4 +442,26 @@ std::string BxFontFor(Display* display, const char* pattern) {
     std::string font = found != names + count ? *found : count > 0 ? pattern : "fixed";
     XFreeFontNames(names);
     return font;
+}
+
+int BxScale(Display* display) {
+    const char* wanted = XGetDefault(display, "Zarn_install", "scale");
+    const int scale = wanted != nullptr ? std::atoi(wanted) : 1;
+    return scale >= 1 && scale <= 4 ? scale : 1;
+}
+
+std::string BxScaledFont(Display* display, std::string pattern) {
+    constexpr int pixels = 7;
+    constexpr int points = 8;
+    const int scale = BxScale(display);
+    std::size_t start = 0;
+    for (int field = 1; field <= points; ++field) {
+        start = pattern.find('-', start);
+        if (start == pattern.npos) break;
+        const std::size_t end = pattern.find('-', ++start);
+        const int size = std::atoi(&pattern[start]);
+        if (field >= pixels && size > 0)
+            pattern.replace(start, end - start, std::to_string(scale * size));
+    }
+    return pattern;
 }

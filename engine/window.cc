@@ -100,9 +100,10 @@ void KvmLabelToggle(Widget toggle, const std::string& label) {
     Dimension width = 0;
     XtVaGetValues(toggle, XmNx, &x, XmNwidth, &own, nullptr);
     XtVaGetValues(XtParent(toggle), XmNwidth, &width, nullptr);
-    const int end = x < secondColumn  ? secondColumn
-                    : x < thirdColumn ? thirdColumn
-                                      : width - windowEdge;
+    const int scale = BxScale(XtDisplay(toggle));
+    const int end = x < secondColumn * scale  ? secondColumn * scale
+                    : x < thirdColumn * scale ? thirdColumn * scale
+                                              : width - windowEdge * scale;
     if (own <= end - x && KvcFitLabel(toggle, end - x)) return;
     // The font that stands in for a missing one may be too wide for the columns.
     Boolean converted = False;
@@ -139,7 +140,7 @@ void KvmShowRequired(const std::string& text) {
 
 void KvmShowAvailable(const std::string& text, bool enough) {
     KvcLabelSetString(kviInstallDiskAvail, text.c_str());
-    KvcFitLabel(kviInstallDiskAvail, spaceRoom);
+    KvcFitLabel(kviInstallDiskAvail, spaceRoom * BxScale(XtDisplay(kviInstallDiskAvail)));
     setForeground(kviInstallDiskAvail, enough ? "Black" : "#ca0000");
 }
 

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "builder/KviBxUtil.h"
 #include "platform/Platform.h"
 #include "startup/logo.h"
 #include "support/KvuCommand.h"
@@ -130,7 +131,7 @@ Bool collectFont(XrmDatabase*, XrmBindingList bindings, XrmQuarkList names, XrmR
     const std::string text = value->addr != nullptr ? value->addr : "";
     if (!text.ends_with("-iso8859-1")) return False;
     FontResource resource;
-    resource.font = text + ':';
+    resource.font = text;
     for (; *names != NULLQUARK; ++names, ++bindings) {
         resource.names.push_back(*names);
         resource.bindings.push_back(*bindings);
@@ -178,8 +179,9 @@ char** ZarnAppFallbacks() {
     return lines.data();
 }
 
-void ZarnAppUseFontSets(Display* display) {
-    if (MB_CUR_MAX == 1) return;
+void ZarnAppFitFonts(Display* display) {
+    const char* endOfSet = MB_CUR_MAX == 1 ? "" : ":";
+    if (*endOfSet == '\0' && BxScale(display) == 1) return;
     XrmDatabase resources = XrmGetDatabase(display);
     std::array<XrmQuark, 1> all = {NULLQUARK};
     std::vector<FontResource> fonts;
@@ -187,7 +189,7 @@ void ZarnAppUseFontSets(Display* display) {
                          reinterpret_cast<XPointer>(&fonts));
     for (FontResource& resource : fonts)
         XrmQPutStringResource(&resources, resource.bindings.data(), resource.names.data(),
-                              resource.font.c_str());
+                              (BxScaledFont(display, resource.font) + endOfSet).c_str());
 }
 
 void ZarnAppSetIcon(Widget shell) {

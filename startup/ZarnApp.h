@@ -25,9 +25,10 @@ void ZarnAppInit(const char* name);
 /// called once the toolkit has read the file.
 void ZarnAppClose();
 
-/// Where a character may take several bytes, makes sets of the fonts that the resources name: a
-/// single font would show each byte as a character. To be called before a widget is made.
-void ZarnAppUseFontSets(Display* display);
+/// Scales the fonts that the resources name (BxScale). Where a character may take several bytes,
+/// makes sets of them: a single font would show each byte as a character. To be called before a
+/// widget is made.
+void ZarnAppFitFonts(Display* display);
 
 /// Makes the suite's logo the icon of a top-level `shell`. The bitmap is never freed.
 void ZarnAppSetIcon(Widget shell);

@@ -130,7 +130,7 @@ int main(int argc, char** argv) {
     RegisterBxConverters(appContext);
     XmRepTypeInstallTearOffModelConverter();
     ZarnAppClose();
-    ZarnAppUseFontSets(XtDisplay(topLevelShell));
+    ZarnAppFitFonts(XtDisplay(topLevelShell));
     warnAsBefore = XtAppSetWarningMsgHandler(appContext, warn);
     showWindow(topLevelShell, closing);
     // The session tells the user what it finds, so that the messages have to be ready before it.

@@ -262,9 +262,10 @@ public:
 private:
     // A single font would show each byte of a longer character as one. In a set a size in points
     // does not come from the 75 dpi fonts by itself, and what stands in for a missing font is wide.
-    static std::string sourceOf(const Resource& resource) {
+    std::string sourceOf(const Resource& resource) const {
         std::string source = resource.text;
         if (MB_CUR_MAX == 1 || std::string_view(resource.type) != XmRFontList) return source;
+        source = BxScaledFont(XtDisplay(converting_), source);
         constexpr std::string_view anyResolution = "0-*-*-";
         std::string drawnFor = source;
         const std::size_t at = drawnFor.find(anyResolution);
@@ -273,7 +274,7 @@ private:
     }
 
     void addUnlessUnset(const char* name, int value) {
-        if (value != unset) add(Resource(name, value));
+        if (value != unset) add(Resource(name, XtArgVal{value} * BxScale(XtDisplay(converting_))));
     }
 
     Widget converting_;
@@ -338,8 +339,9 @@ void createMainDialog(Widget parent) {
                                     {XmNdialogTitle, XmRXmString, "Zarn 2.0 Installation"}});
     for (const Row& row : mainRows) createRow(parent, row);
     // A display without their font shows them in a wider one; there is room beside them.
-    KvcFitLabel(kviInstallSubsystemAddedLabel, 158);
-    KvcFitLabel(kviInstallSubsystemRemovedLabel, 149);
+    const int scale = BxScale(XtDisplay(parent));
+    KvcFitLabel(kviInstallSubsystemAddedLabel, 158 * scale);
+    KvcFitLabel(kviInstallSubsystemRemovedLabel, 149 * scale);
 }
 
 void createIconDialog(Widget parent) {

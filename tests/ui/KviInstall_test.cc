@@ -5,6 +5,7 @@
 
 #include <sstream>
 
+#include "builder/KviBxUtil.h"
 #include "ui/KvcInstall.h"
 
 namespace {
@@ -29,6 +30,7 @@ TEST_F(Window, HasItsWidgetsInTheirPlaces) {
         label2 10 12 231 71                        scrolledWindow 60 121 131 112
         kviInstallIconPath 28 266 202 36           kviInstallIconInstall 23 322 90 33
         dismiss 140 322 90 33)");
+    const int scale = BxScale(XtDisplay(topLevel));
     std::string name;
     int x = 0, y = 0, width = 0, height = 0, count = 0;
     for (; places >> name >> x >> y >> width >> height; ++count) {
@@ -39,8 +41,8 @@ TEST_F(Window, HasItsWidgetsInTheirPlaces) {
         Dimension liveWidth = 0, liveHeight = 0;
         XtVaGetValues(w, XmNx, &liveX, XmNy, &liveY, XmNwidth, &liveWidth, XmNheight, &liveHeight,
                       nullptr);
-        EXPECT_TRUE(liveX == x && liveY == y) << liveX << "," << liveY;
-        EXPECT_TRUE(width == 0 || (liveWidth == width && liveHeight == height))
+        EXPECT_TRUE(liveX == x * scale && liveY == y * scale) << liveX << "," << liveY;
+        EXPECT_TRUE(width == 0 || (liveWidth == width * scale && liveHeight == height * scale))
             << liveWidth << "x" << liveHeight;
     }
     EXPECT_EQ(count, 29) << "the table above can't be read";
@@ -49,6 +51,7 @@ TEST_F(Window, HasItsWidgetsInTheirPlaces) {
 // No text may run into the widget at its right or out of the window, whatever the subsystems' sizes
 // made of their labels.
 TEST_F(Window, GivesEveryTextItsRoom) {
+    const int scale = BxScale(XtDisplay(topLevel));
     WidgetList children = nullptr;
     Cardinal count = 0;
     XtVaGetValues(kviInstallWidget, XmNchildren, &children, XmNnumChildren, &count, nullptr);
@@ -64,8 +67,9 @@ TEST_F(Window, GivesEveryTextItsRoom) {
         const int decoration = XtIsSubclass(children[i], xmToggleButtonWidgetClass) ? 18 : 0;
         EXPECT_LE(XmStringWidth(font, text) + decoration, width) << XtName(children[i]);
         EXPECT_LE(XmStringHeight(font, text), height) << XtName(children[i]);
-        const int nextColumn = x < 225 ? 225 : x < 439 ? 439 : 607;
-        EXPECT_LE(x + width, decoration != 0 ? nextColumn : 607) << XtName(children[i]);
+        EXPECT_GT(XmStringHeight(font, text), 11 * scale) << XtName(children[i]);
+        const int nextColumn = x < 225 * scale ? 225 : x < 439 * scale ? 439 : 607;
+        EXPECT_LE(x + width, (decoration != 0 ? nextColumn : 607) * scale) << XtName(children[i]);
     }
 }
 
