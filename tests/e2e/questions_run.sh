@@ -122,3 +122,14 @@ acknowledge "$error"
 has_no_window "Install Icon" || fail "the icons of another suite are offered"
 click pushButton
 wait_for_end "$installer"
+
+# The confirmation tool breaks a long line, and takes Escape for no answer.
+"$place/distribution/Zarn_tools/xconfirm" -header asked -t "$(seq -s ' ' 500)" -b Ok &
+wait_for has_window asked || fail "no confirmation"
+shot asked
+eval "$(xdotool getwindowgeometry --shell "$(pilot find asked)")"
+[ "$WIDTH" -lt 1000 ] || fail "a confirmation $WIDTH pixels wide"
+pilot focus asked box
+xdotool key Escape
+wait_for ended $! || fail "Escape does not close it"
+! wait $! || fail "Escape is taken for an answer"
