@@ -1,46 +1,105 @@
 #!/bin/bash
-# Builds the Debian package, unpacks it into an empty folder and starts the program there on a
-# virtual display; asks apt whether its dependencies can be had.
+# Builds the Debian package, reads it with lintian, and installs it with apt into an empty Debian.
+# There its make-distribution publishes the sample suite and its Zarn_install installs that, by
+# pointer and keys. For the super-user; the empty Debian lies in memory, in a place that vanishes
+# with this script.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
+. scripts/place.sh
 . scripts/desktop.sh
-
-# shellcheck disable=SC2086
-require_packages $zarn_build_packages $zarn_run_packages $zarn_test_packages $zarn_package_packages
-build_preset release
 build=$PWD/build/release
-root=$(mktemp -d /tmp/zarn-package.XXXXXX)
-installer=
-clean_up() {
-    [ -z "$installer" ] || kill "$installer" 2>/dev/null || true
-    desktop_stop
-    rm -rf "$root"
-}
-trap clean_up EXIT
+debian=/mnt/debian
 
-(cd "$build" && cpack -B "$root/package") >"$build/package.log" || {
-    cat "$build/package.log" >&2
+fail() {
+    echo "FAILED: $*" >&2
     exit 1
 }
-package=$(ls "$root"/package/*.deb)
-dpkg --info "$package"
-apt-get install --simulate --quiet "$package" >"$build/package.log" || {
-    cat "$build/package.log" >&2
-    exit 1
-}
-dpkg -x "$package" "$root/system"
-for file in bin/Zarn_install bin/make-distribution libexec/Zarn_tools/{xwsh,xconfirm,jot,tar}; do
-    [ -x "$root/system/usr/$file" ] || {
-        echo "the package lacks /usr/$file" >&2
-        exit 1
+
+# Runs a command whose output only counts when it fails.
+quietly() {
+    "$@" >"$build/package.log" 2>&1 || {
+        cat "$build/package.log" >&2
+        fail "$*"
     }
-done
-desktop_start "$build/desktop"
-make_home "$root/home"
-cd "$root/home"
-HOME=$root/home "$root/system/usr/bin/Zarn_install" -noShell &
-installer=$!
-wait_for has_window "$window"
-echo "The packaged installer opens its window."
+}
+
+make_package() {
+    # shellcheck disable=SC2086
+    require_packages $zarn_build_packages $zarn_run_packages $zarn_test_packages \
+        $zarn_package_packages
+    build_preset release
+    rm -rf "$build/package"
+    (cd "$build" && quietly cpack -B package)
+    lintian --fail-on error,warning "$build"/package/*.deb
+}
+
+# The mirror that this machine's own apt reads.
+mirror_of() {
+    # shellcheck disable=SC2016 # apt expands it
+    apt-get indextargets --format '$(REPO_URI)' "Codename: $1" | sed -n 1p
+}
+
+make_debian() {
+    local release mirror
+    release=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
+    mirror=$(mirror_of "$release")
+    # Without its lists apt does not tell.
+    [ -n "$mirror" ] || { quietly apt-get update && mirror=$(mirror_of "$release"); }
+    [ -n "$mirror" ] || fail "apt's sources name no mirror of $release"
+    eval "$(apt-config shell http_proxy Acquire::http::Proxy)"
+    [ -z "${http_proxy:-}" ] || export http_proxy
+    quietly debootstrap --variant=minbase "$release" "$debian" "$mirror"
+    mount -t proc proc "$debian/proc"
+    mount --rbind /dev "$debian/dev"
+    cp "$build"/package/*.deb "$debian/root/package.deb"
+    quietly in_debian apt-get install -y /root/package.deb
+}
+
+in_debian() {
+    DEBIAN_FRONTEND=noninteractive HOME=/root chroot "$debian" "$@"
+}
+
+publish_there() {
+    cp -R sample "$debian/root"
+    # shellcheck disable=SC2016 # the shell in there expands it
+    in_debian sh -euc 'cd /root
+        make-distribution --output dist --medium gz sample/Zarn_system sample/subsystems/*'
+}
+
+# As a user would: the program is in PATH, and the distribution is somewhere else.
+install_there() {
+    make_home "$debian/root"
+    mkdir -p "$debian/tmp/.X11-unix"
+    mount --bind /tmp/.X11-unix "$debian/tmp/.X11-unix"
+    in_debian sh -c 'cd /root/dist/gz && exec Zarn_install -ftp' &
+    wait_for has_window "Zarn Installation " || fail "no terminal"
+    wait_for has_window "$window" || fail "no window"
+    shot window
+    begin_installation
+    answer No
+    answer Yes
+    acknowledge "$information"
+    answer No
+    acknowledge "$information"
+    shot installed
+    click dismiss
+    click pushButton
+    wait_for_end $! || fail "Zarn_install ended with status $?"
+    cmp "$debian"/usr/{,local/Zarn_system/}bin/Zarn_install
+    in_debian /usr/sbin/Zarn-Pinnet
+}
+
+if [ -z "${ZARN_PRIVATE:-}" ]; then
+    make_package
+    [ "$(own_place)" = system ] || fail "only a super-user who may mount can make an empty Debian"
+    ZARN_PRIVATE=system exec unshare -m -p -f --mount-proc --kill-child "$PWD/scripts/package_check.sh"
+fi
+make_system_private "$PWD"
+trap desktop_stop EXIT
+make_debian
+publish_there
+desktop_start "$build/screenshots/package"
+install_there
+echo "The package works in an empty Debian."

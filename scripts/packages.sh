@@ -5,7 +5,7 @@ zarn_run_packages="xterm csh mwm ncompress x11-utils xfonts-75dpi xfonts-100dpi 
 zarn_test_packages="xvfb xauth xdotool imagemagick procps xorriso"
 zarn_memory_packages="valgrind libc6-dbg"
 zarn_check_packages="git clang-format clang-tidy shellcheck"
-zarn_package_packages="dpkg-dev"
+zarn_package_packages="dpkg-dev lintian debootstrap"
 
 # Installs those of the named packages that are missing; as root, or else through sudo.
 require_packages() {

@@ -1,0 +1,35 @@
+# What is installed beside the programs, and the Debian package; scripts/package_check.sh tries it.
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME zarn-install)
+set(CPACK_PACKAGE_CONTACT "Zarn maintainers <maintainers@zarn.example>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "graphical installer of the Zarn 2.0 suite")
+set(CPACK_PACKAGE_DESCRIPTION
+    "Installs the suite from a tape, tar archives or a CD-ROM, adds subsystems and\nremoves them. make-distribution writes the media.")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION x11)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "csh, xterm")
+# The fonts serve the X server, which may be another machine's.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xfonts-75dpi, xfonts-base, openssh-client")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "ncompress, xorriso, sudo")
+include(CPack)
+
+# Debian wants manuals and changes compressed, the same way each time.
+function(zarn_install_compressed destination)
+    foreach(file ${ARGN})
+        get_filename_component(name ${file} NAME)
+        set(packed ${CMAKE_BINARY_DIR}/${name}.gz)
+        add_custom_command(OUTPUT ${packed} DEPENDS ${CMAKE_SOURCE_DIR}/${file} VERBATIM
+                           COMMAND gzip -9nc ${CMAKE_SOURCE_DIR}/${file} > ${packed})
+        add_custom_target(zarn_${name} ALL DEPENDS ${packed})
+        install(FILES ${packed} DESTINATION ${destination})
+    endforeach()
+endfunction()
+
+set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/${CPACK_PACKAGE_NAME})
+install(FILES package/copyright docs/distribution.md DESTINATION ${documents})
+zarn_install_compressed(${documents} package/changelog)
+zarn_install_compressed(${CMAKE_INSTALL_MANDIR}/man1 docs/Zarn_install.1 docs/make-distribution.1)
