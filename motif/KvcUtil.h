@@ -51,6 +51,10 @@ int KvcUserConfirm(int n, const char* const* labels, const char* s1, const char*
 /// commands during which the program did not answer. Nothing happens while a question is open.
 void KvcDropInput();
 
+/// Returns when the user has closed the message that is shown, if there is one: to be called before
+/// a window comes up that would cover it. Nothing happens while a question is open.
+void KvcWaitUntilRead();
+
 /// 1 while a question waits for its answer or for the message before it: who handles a window
 /// manager's request then must refuse it, as such requests bypass the question's hold on the input.
 int KvcQuestionOpen();

@@ -591,6 +591,10 @@ void KvcDropInput() {
     discardInput();
 }
 
+void KvcWaitUntilRead() {
+    if (!questionOpen) waitUntilRead();
+}
+
 int KvcQuestionOpen() {
     return questionOpen ? 1 : 0;
 }

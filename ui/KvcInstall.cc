@@ -116,6 +116,7 @@ void KvcInstallSystemCancel(Widget, XtPointer, XtPointer) {
 }
 
 void KvcInstallIcon(Widget, XtPointer, XtPointer) {
+    KvcWaitUntilRead();
     XtManageChild(kviIInstallIcon);
     KvcKeepDrawn(kviInstallIconShell);
     KvmInstallMgr::listUsers();
