@@ -270,6 +270,7 @@ public:
     }
 
     [[nodiscard]] bool failed() const { return failed_; }
+    [[nodiscard]] bool needsSuperUser() const { return needsSuperUser_; }
     [[nodiscard]] bool onlyMissed() const { return !failed_ && missing_ > 0; }
     [[nodiscard]] std::size_t missing() const { return missing_; }
     [[nodiscard]] const std::string& missingNames() const { return names_; }
@@ -278,6 +279,8 @@ public:
 private:
     static constexpr std::string_view own = "tar: ";
     static constexpr std::string_view notFound = ": Not found in archive";
+    // Before it starts the remote shell, GNU tar 1.34 sets groups, which only one user may.
+    static constexpr std::string_view noGroups = "initgroups: ";
 
     // That something was wrong, after what was wrong.
     static bool isFarewell(std::string_view text) {
@@ -315,6 +318,7 @@ private:
             held_ += line_;
         } else {
             failed_ = failed_ || (isOwn && !isRemark(text));
+            needsSuperUser_ = needsSuperUser_ || (isOwn && text.starts_with(noGroups));
             show();
         }
         line_.clear();
@@ -327,6 +331,7 @@ private:
     std::string names_;
     std::size_t missing_ = 0;
     bool failed_ = false;
+    bool needsSuperUser_ = false;
 };
 
 // Until the program has ended, not until the pipe has: a connection that ssh keeps open for later
@@ -381,6 +386,8 @@ int judge(int status, const Messages& messages, const Extraction& extraction) {
     }
     // What was wrong has the last word; after that, every missing member is a consequence.
     if (!messages.failed()) print(messages.held());
+    if (messages.needsSuperUser())
+        print("tar: this system's tar reads remote tapes for the super-user only\n");
     return status;
 }
 

@@ -116,6 +116,9 @@ TEST_F(TarTest, FullFoldersDrivesAndOtherOperations) {
     EXPECT_EQ(0, shell("cd out && TAPE=../a.tar tar xvof /dev/tape base gone").status);
     EXPECT_TRUE(holds(shell("unset TAPE; tar xvof /dev/tape base").output, "/dev/st0"));
     EXPECT_TRUE(holds(shell("TAR_RSH=rsh tar xvof u@host:tape base").output, "full path"));
+    writeProgram("gnu/tar", "echo 'tar: initgroups: Operation not permitted' >&2; exit 2");
+    EXPECT_TRUE(holds(shell("PATH=" + toolsDir + ":$PWD/gnu tar xvof u@host:tape base").output,
+                      "super-user only\n"));
     EXPECT_EQ(2, shell("tar -xf a.tar -C out base gone").status);
 }
 
