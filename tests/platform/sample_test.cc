@@ -32,7 +32,8 @@ TEST_F(SampleTest, WhatCannotBeInstalledIsNotPublished) {
         {"mv own/subsystems/src own/subsystems/sauce", "subsystems/sauce"},
         {"chmod u+s own/subsystems/src/README", "src/README"},
         {"touch \"own/subsystems/src/a\nb\"", "src/a\\nb'"},
-        {"mkfifo $T/data/pipe", "data/pipe"}};
+        {"mkfifo $T/data/pipe", "data/pipe"},
+        {"touch $T/data/$(seq -s0 60)", "name is too long"}};
     for (const auto& [spoil, named] : cases) {
         SCOPED_TRACE(spoil);
         outcomeOf("rm -rf own; mkdir own; cp -R '" + sample + "'/[Zs]*s* own");
