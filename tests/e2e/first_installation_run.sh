@@ -1,5 +1,5 @@
 #!/bin/bash
-# First installations through the window, from every medium.
+# First installations through the window, from every medium, of a suite that is not the sample.
 set -eu
 # shellcheck source=tests/e2e/installing.sh
 . "$(dirname "$0")/installing.sh"
@@ -25,8 +25,13 @@ install_icon() {
     rm /usr/local/bin/Zarn-Lustrel
 }
 
-for medium in ${ZARN_MEDIA:-tar gz Z two tape cdrom}; do
-    set_out "$medium"
+media="tar gz Z two tape cdrom"
+# Only the super-user's GNU tar reaches another machine.
+[ "$who" != root ] || media+=" remote"
+export TAR_RSH=$place/rsh
+install -m 755 <(printf '#!/bin/sh\nshift 3\nexec "$@"\n') "$TAR_RSH"
+for medium in ${ZARN_MEDIA:-$media}; do
+    set_out "$medium" "other/${medium/remote/tape}"
     start_installer
     choose_medium
     click kviInstallLustrel
@@ -35,15 +40,17 @@ for medium in ${ZARN_MEDIA:-tar gz Z two tape cdrom}; do
     begin_installation
     keep_archives
     question_expected=yes says "Installed Zarn system"
+    acknowledge "$error"
     [ "$who" != root ] || install_icon
     says "Zarn-Lustrel Version 2.0 is currently installed"
     leave_installer
     has_suite Zarn-Lustrel
     # Lustrel comes without the renderer and the sources; the models were switched off.
-    has_subsystems materials pictures projects textures translatorDev translators translatorsIn
+    diff -r --no-dereference -x Zarn_install -x .Zarn_inst -x models -x render -x src \
+        "$build/distribution/other/cdrom/Zarn_system" "$suite/Zarn_system" || fail "$medium: not all"
+    has_subsystems pictures projects textures
     [[ $medium != gz && $medium != Z ]] || [ -s "$place/distribution/Zarn2.0.tar.gz" ] ||
         fail "the archive is not compressed again"
-    "$suite/Zarn_system/bin/Zarn.install" -r "$suite/Zarn_system" >/dev/null
-    rm -f /usr/sbin/Zarn-Lustrel
+    as_person "$suite/Zarn_system/bin/Zarn.install" -r "$suite/Zarn_system" || fail "$medium: it stays"
     echo "installed as $who from $medium"
 done

@@ -93,16 +93,18 @@ as_person() {
 
 record() { if [ "$who" = root ]; then echo /usr/lib/.Zarn_inst; else echo "$(home)/.Zarn_inst"; fi; }
 
-# Gives the person an empty home and a copy of the distribution $1; sets medium, suite, log.
+# Gives the person an empty home and a copy of the distribution for the medium $1, which is $2 if
+# given; sets medium, suite, log, and the tape drive.
 set_out() {
     medium=$1
     suite=$place/${suite_name:-suite}
     log=$place/log-$medium
+    export TAPE=$place/distribution/tape.img
     chmod -R u+w "$(home)" "$place/distribution" "$suite" 2>/dev/null || true
     rm -rf "$(home)" "$place/distribution" "$suite" "$(record)"
     make_home "$(home)"
     mkdir -p "$suite"
-    cp -a "$build/distribution/$medium" "$place/distribution"
+    cp -a "$build/distribution/${2:-$1}" "$place/distribution"
     [ "$who" != ann ] || chown -R ann "$(home)" "$suite"
     # A CD-ROM can't be written; everywhere else archives are uncompressed in their place.
     [ "$who" != ann ] || [ "$medium" = cdrom ] || chown -R ann "$place/distribution"
@@ -119,8 +121,10 @@ start_installer() {
 
 choose_medium() {
     case $medium in
-    tape)
-        enter_text kviInstallReadText "$place/distribution/tape.img"
+    tape) click kviInstallToggleTape ;;
+    remote)
+        click kviInstallToggleRemoteTape
+        enter_text kviInstallReadText "ann@localhost:$place/distribution/tape.img"
         click kviInstallReadTextOk
         ;;
     cdrom) click kviInstallToggleCD ;;
