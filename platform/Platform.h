@@ -30,6 +30,15 @@ int system(const char* command);
 /// it; the name of the signal that ended it if one did. Empty when there is neither.
 std::string lastComplaint();
 
+/// Keeps a log: what this process and its commands print from now on goes where it went and, up to
+/// 8 MB, into the file `path` as well, behind `firstLine`. Appends to an own file (mode 0600) with
+/// no second name, never through a link; one of 1 MB and more gets ".old" added to its name first.
+/// The folder must be this user's, and nobody else's to write. A process of its own copies; it
+/// outlives the terminal, and this process as long as commands in the background can print. When
+/// this process exits, it waits until all is copied, 2 seconds at most. To be called once. Returns
+/// the reason when there is no log, and "" when there is.
+[[nodiscard]] std::string keepLog(const std::string& path, const std::string& firstLine);
+
 /// Space on the file system of `directory` as that counts it, even if it can't be written: free
 /// blocks that this process's user may have, and their size in bytes. False (the results untouched)
 /// when it can't be asked.

@@ -42,7 +42,7 @@ make_system_private() {
     local place name
     cd "$1" || return
     mount -t tmpfs -o mode=755 tmpfs /mnt
-    for place in /usr/lib /usr/sbin /usr/share /usr/local /etc; do
+    for place in /usr/lib /usr/sbin /usr/share /usr/local /etc /root; do
         name=/mnt/.layers/${place//\//_}
         mkdir -p "$name/upper" "$name/work"
         chmod --reference="$place" "$name/upper"

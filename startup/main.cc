@@ -35,6 +35,7 @@
 #include "platform/Platform.h"
 #include "startup/ZarnApp.h"
 #include "startup/Zarn_install.h"
+#include "startup/log.h"
 #include "support/KvuUtil.h"
 #include "ui/KvcInstall.h"
 #include "ui/KviWindow.h"
@@ -119,6 +120,7 @@ int main(int argc, char** argv) {
     // The launcher's commands can run out of swap space already, and the warning names the product.
     KvuUtil::initClass("Zarn", "Installation of the Zarn suite", "2", ".0", "", "Zarn_install");
     parseArgs(argc, argv);
+    ZarnLogStart(argc, argv);
     ZarnAppInit("Zarn_install");
     XtSetLanguageProc(nullptr, setLanguage, nullptr);
     XtAppContext appContext = nullptr;

@@ -168,7 +168,7 @@ disk() {
     # Elsewhere an ordinary user could not change those, and /tmp may be everybody's.
     [ "$place" = /mnt ] || shared=()
     find "$suite" ${elsewhere:+"$elsewhere"} "$(home)" "${shared[@]}" \
-        -path "$project" -prune -o -not -path '/tmp/.X*' -not -name .kvcInstallMsg \
+        -path "$project" -prune -o -not -path '/tmp/.X*' -not -name .kvcInstallMsg -not -name .Zarn_install.log \
         \( -type d -printf '%p %m\n' -o -printf '%p %y %s %m %l\n' \) | sort -T "$place"
 }
 

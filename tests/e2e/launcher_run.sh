@@ -42,6 +42,7 @@ as_super_user() {
     pilot widgets "$window" >/dev/null
     click pushButton
     wait_for has_no_window "$window"
+    grep -q "^Removed /usr/local/Zarn_system" "$(home)/.Zarn_install.log" || fail "no log"
 }
 
 # sudo leaves the super-user with DISPLAY, but in a home without the caller's cookie.

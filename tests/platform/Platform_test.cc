@@ -136,6 +136,44 @@ TEST_F(PlatformTest, OutputThatNobodyReadsEndsNoCommand) {
     platform::system(("kill " + contentsOf("noisy")).c_str());
 }
 
+TEST_F(PlatformTest, TheLogHoldsWhatTheTerminalShowsAndKeepsNobodyWaiting) {
+    writeFile("log", "before\n", 0644);
+    runInChild([&] {
+        for (const int output : {STDOUT_FILENO, STDERR_FILENO})
+            dup2(open("shown", O_WRONLY | O_CREAT | O_APPEND, 0600), output);
+        platform::prepareProcess();
+        std::fputs(platform::keepLog(folder + "/log", "first").c_str(), stdout);
+        platform::system("echo 1; echo 2 >&2; (sleep 60; echo late) & echo $! >sleeper; seq 3 2e4");
+        std::printf("last");
+        std::exit(0);
+    });
+    const std::string shown = contentsOf("shown");
+    EXPECT_EQ("before\nfirst\n" + shown, contentsOf("log"));
+    EXPECT_TRUE(shown.starts_with("1\n2\n3\n") && shown.ends_with("\n20000\nlast"));
+    EXPECT_EQ(fs::perms(0600), fs::status("log").permissions());
+    EXPECT_EQ(0, outcomeOf("kill $(cat sleeper)").status) << "nothing was waited for";
+}
+
+TEST_F(PlatformTest, TheLogIsNobodyElsesAndDoesNotGrowForEver) {
+    writeFile("victim", "precious");
+    fs::create_symlink("victim", "link");
+    fs::create_hard_link("victim", "second");
+    fs::create_directory("directory");
+    fs::create_directory("open");
+    fs::permissions("open", fs::perms(01777));
+    ASSERT_EQ(0, mkfifo("fifo", 0600));
+    for (const char* name : {"link", "second", "directory", "fifo", "open/log", "none/log"})
+        EXPECT_NE("", platform::keepLog(folder + "/" + name, "planted")) << name;
+    EXPECT_EQ("precious", contentsOf("victim"));
+    EXPECT_FALSE(fs::exists("open/log"));
+    runInChild([&] {
+        writeFile("log", std::string(1 << 20, 'x'));
+        EXPECT_EQ("", platform::keepLog(folder + "/log", "first"));
+    });
+    EXPECT_EQ("first\n", contentsOf("log"));
+    EXPECT_EQ(std::uintmax_t{1} << 20, fs::file_size("log.old"));
+}
+
 TEST_F(PlatformTest, TheLastComplaintIsKept) {
     const std::string longest(400, 'y');
     const std::pair<const char*, const char*> cases[] = {
