@@ -40,12 +40,18 @@ TEST_F(ToolsTest, XwshHandsItsOptionsToXterm) {
 }
 
 TEST_F(ToolsTest, TheTerminalStaysAfterAFailure) {
-    writeProgram("xterm", "shift\nexec \"$@\" </dev/null");
+    writeProgram("xterm", "shift\nPATH=$PATH:/usr/bin:/bin exec \"$@\" </dev/null");
+    writeProgram("su", "exit 1");
+    writeProgram("sudo", "");
+    // A program whose library is nowhere.
+    outcomeOf("sed s/libc.so.6/libq.so.6/ /bin/true >lacking; chmod +x lacking");
     const std::tuple<const char*, int, const char*> cases[] = {
         {"true", 0, ""},
         {"/bin/sh -c 'kill -INT $PPID; exit 1'", 1, ""},
         {"/bin/sh -c 'exit 3'", 3, "status 3"},
-        {"/bin/sh -c 'true || ./Zarn_install -noShell -ftp ; exit 1'", 1, "sudo env DISPLAY="},
+        {R"(/bin/sh -c "echo; echo; su root -c '././Zarn -noShell -icons '\\''a b'\\'' '")", 1,
+         "\n        ./Zarn -noShell -icons 'a b' \n"},
+        {"/bin/sh -c './lacking -noShell -ftp'", 127, "needs: libq.so.6\n"},
         {"/bin/no-csh -c x", 127, "no program /bin/no-csh"},
     };
     for (const auto& [program, status, says] : cases) {
