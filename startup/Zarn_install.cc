@@ -1,8 +1,5 @@
 #include "startup/Zarn_install.h"
 
-#include <X11/Xlib.h>
-#include <pwd.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -12,6 +9,7 @@
 #include <string_view>
 
 #include "engine/KvmInstallMgr.h"
+#include "startup/authority.h"
 #include "support/KvuCommand.h"
 #include "support/KvuSystem.h"
 
@@ -80,52 +78,23 @@ KvuShellText terminalCommand(const char* program, const KvuShellText& arguments)
         title, KvuInDoubleQuotes(KvuForCsh(command)));
 }
 
-// In a process of its own, which leaves no connection behind.
-bool displayOpens() {
-    const pid_t child = fork();
-    if (child == 0) _exit(XOpenDisplay(nullptr) != nullptr ? 0 : 1);
-    int status = 0;
-    return child < 0 || waitpid(child, &status, 0) != child || status == 0;
-}
-
-std::string authorityIn(const char* home) {
-    std::string file = KvuPrint("%s/.Xauthority", home);
-    return access(file.c_str(), R_OK) == 0 ? file : "";
-}
-
-// sudo keeps DISPLAY, but puts the super-user's home in place of the caller's, where the file lies
-// that permits to use it.
-void useCallersAuthority() {
-    const char* caller = std::getenv("SUDO_USER");
-    if (geteuid() != 0 || caller == nullptr || std::getenv("XAUTHORITY") != nullptr) return;
-    const struct passwd* user = getpwnam(caller);
-    const std::string file = user != nullptr ? authorityIn(user->pw_dir) : "";
-    if (file.empty()) return;
-    setenv("XAUTHORITY", file.c_str(), 1);
-    // The super-user's own file may have been given what that one lacks.
-    if (!displayOpens()) unsetenv("XAUTHORITY");
-}
-
-// su lets the super-user see the display, but not the file that permits him to use it.
-void handOnDisplayAuthority() {
-    const char* home = std::getenv("HOME");
-    const std::string file = home != nullptr ? authorityIn(home) : "";
-    if (!file.empty()) setenv("XAUTHORITY", file.c_str(), 0);
-}
-
 // Nobody should be asked for a password for what is known to fail.
 [[noreturn]] void refuse(const char* program, const std::string& reason) {
     std::fprintf(stderr, "%s: %s\n", program, reason.c_str());
     std::exit(0);
 }
 
-bool isInPath(const std::string& program) {
+bool canRun(const std::string& folder, const char* program) {
+    return access(KvuPrint("%s/%s", folder.c_str(), program).c_str(), X_OK) == 0;
+}
+
+// The first folder in PATH that holds it; empty when none does.
+std::string folderOf(const char* program) {
     const char* path = std::getenv("PATH");
     std::istringstream folders(path != nullptr ? path : "");
     for (std::string folder; std::getline(folders, folder, ':');)
-        if (access(KvuPrint("%s/%s", folder.c_str(), program.c_str()).c_str(), X_OK) == 0)
-            return true;
-    return false;
+        if (canRun(folder, program)) return folder;
+    return {};
 }
 
 // The second process is started as "./" and the name: that finds it in the working directory only.
@@ -142,31 +111,46 @@ void checkDisplay(const char* program) {
     if (display == nullptr || *display == '\0')
         refuse(program, "there is no display; please set DISPLAY, or log in with \"ssh -X\"");
     if (!displayOpens())
-        refuse(program, KvuPrint("the display \"%s\" can't be opened; please check DISPLAY, and "
-                                 "that XAUTHORITY names a file that lets you use it (for sudo: "
-                                 "xauth extract - %s | sudo -H xauth merge -)",
-                                 display, display));
+        refuse(program,
+               KvuPrint("the display \"%s\" can't be opened; please check DISPLAY, and that "
+                        "XAUTHORITY names a file that lets you use it. For sudo, hand it on as "
+                        "yourself:\n  xauth extract - %s | sudo -H xauth merge -\n"
+                        "If that hands on nothing, this makes what it lacks:\n"
+                        "  xauth generate %s . trusted timeout 3600",
+                        display, display, display));
 }
 
 // To be called when the stand-ins are in PATH.
 void checkPrograms(const char* program) {
-    for (const char* tool : {"xwsh", "xconfirm", "jot"})
-        if (!isInPath(tool))
+    // The system's tar is none of them.
+    const std::string tools = folderOf("xwsh");
+    for (const char* tool : {"xwsh", "xconfirm", "jot", "tar"})
+        if (!canRun(tools, tool))
             refuse(program, KvuPrint("\"%s\" is missing or can't be run; please copy the folder "
                                      "Zarn_tools of the distribution beside this program",
                                      tool));
-    if (!isInPath("xterm")) refuse(program, "there is no xterm on this system; please install it");
+    if (folderOf("xterm").empty())
+        refuse(program, "there is no xterm on this system; please install it");
     if (access("/bin/csh", X_OK) != 0)
         refuse(program, "there is no /bin/csh on this system; please install csh or tcsh");
 }
 
+void runWithAuthority(const char* program, const KvuShellText& command) {
+    const HandedOnAuthority authority;
+    if (authority.refused())
+        refuse(program,
+               "the display admits you by name, and root not at all, and nothing to hand on could "
+               "be had from it (is xauth installed?); please start the display with an authority "
+               "file, or this program with -noShell, as yourself");
+    KvuSystem::system(command.text.c_str(), 1);
+}
+
 [[noreturn]] void launch(int argc, char** argv) {
     checkPlace(argv[0]);
-    handOnDisplayAuthority();
     checkDisplay(argv[0]);
     const KvuShellText command = terminalCommand(argv[0], argumentList(argc, argv));
     checkPrograms(argv[0]);
-    KvuSystem::system(command.text.c_str(), 1);
+    runWithAuthority(argv[0], command);
     std::exit(0);
 }
 

@@ -45,17 +45,24 @@ as_super_user() {
     grep -q "^Removed /usr/local/Zarn_system" "$(home)/.Zarn_install.log" || fail "no log"
 }
 
-# sudo leaves the super-user with DISPLAY, but in a home without the caller's cookie.
-as_caller_of_sudo() {
-    local authority=$place/ann/.Xauthority number
+# A display of its own, of size $1, that admits nobody without the cookie in $authority.
+guarded_display() {
+    local number
+    authority=$place/ann/.Xauthority
     mkdir -p "$place/ann"
     xauth -qf "$authority" add ":0" . 0123456789abcdef0123456789abcdef
-    exec {number}< <(exec Xvfb -displayfd 1 -auth "$authority" -screen 0 800x545x24 -nolisten tcp \
+    exec {number}< <(exec Xvfb -displayfd 1 -auth "$authority" -screen 0 "$1x24" -nolisten tcp \
         -noreset 2>/dev/null)
     guarded=$!
+    trap 'unsettle; kill "$guarded"' EXIT
     read -r -u "$number" DISPLAY
     xauth -qf "$authority" add ":$DISPLAY" . 0123456789abcdef0123456789abcdef
     export DISPLAY=:$DISPLAY
+}
+
+# sudo leaves the super-user with DISPLAY, but in a home without the caller's cookie.
+as_caller_of_sudo() {
+    guarded_display 800x545
     launch -ftp
     wait_for_end "$launcher"
     grep -q "display \"$DISPLAY\" can't be opened" "$log" || fail "an open display, without sudo"
@@ -65,7 +72,19 @@ as_caller_of_sudo() {
     # No window manager helps a button that lies below the edge.
     click pushButton || fail "on a small screen the last button is out of reach"
     wait_for_end "$launcher" || fail "the launcher ended with status $?"
-    kill "$guarded"
+}
+
+# A display may know its user by name, and nobody whom su makes of him.
+as_user_known_by_name() {
+    guarded_display 1280x1024
+    XAUTHORITY=$authority xhost +si:localuser:ann
+    launch -cdrom
+    export XAUTHORITY=$authority
+    mwm >/dev/null 2>&1 &
+    type_password zarn
+    wait_for has_window "$window" || fail "the super-user can't use the display"
+    close_window
+    [ -z "$(find "$(home)" -name ".zarn.*")" ] || fail "the cookie is left behind"
 }
 
 asks_for_password() { pilot texts "$password_terminal" | grep -q "^Password:"; }
@@ -111,6 +130,7 @@ as_ordinary_user() {
     wait_for is_on kviInstallToggleCD || fail "the option got lost on the way through su"
     shot ordinary-user
     close_window
+    [ "$who" != ann ] || as_user_known_by_name
 }
 
 case $person in

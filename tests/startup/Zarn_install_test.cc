@@ -59,7 +59,7 @@ protected:
     Launcher() {
         writeProgram("xwsh", "printf '%s\\n' \"$@\" >said\nshift $(($# - 3))\nexec \"$@\"");
         writeProgram("su", "printf '%s\\n' \"$@\" >su-said\nexec sh -c \"$3\"");
-        for (const char* tool : {"xconfirm", "jot"}) writeProgram(tool, "");
+        for (const char* tool : {"xconfirm", "jot", "tar"}) writeProgram(tool, "");
         setenv("PATH", (folder + ":" + std::getenv("PATH")).c_str(), 1);
     }
 };
@@ -91,7 +91,8 @@ TEST_F(Launcher, AsksForNoPasswordInVain) {
     writeProgram("sub/Zarn_install", "");
     const std::string path = folder + "/tools";
     const auto without = [&](const std::string& missing) {
-        for (const std::string tool : {"sh", "id", "grep", "xwsh", "xconfirm", "jot", "xterm"})
+        for (const std::string tool :
+             {"sh", "id", "grep", "xwsh", "xconfirm", "jot", "tar", "xterm"})
             writeFile(fs::path(path) / tool, "#!/bin/sh\n", tool == missing ? 0644 : 0755);
         setenv("PATH", path.c_str(), 1);
     };
@@ -105,7 +106,7 @@ TEST_F(Launcher, AsksForNoPasswordInVain) {
         {"Zarn_install", [] { unsetenv("DISPLAY"); }, "no display; please set"},
         {"Zarn_install", [] { setenv("DISPLAY", ":987", 1); }, "display \":987\" can't be opened"},
         {"Zarn_install", [&] { without("xwsh"); }, "\"xwsh\" is missing"},
-        {"Zarn_install", [&] { without("jot"); }, "\"jot\" is missing"},
+        {"Zarn_install", [&] { without("tar"); }, "\"tar\" is missing"},
         {"./Zarn_install", [&] { without("xterm"); }, "no xterm on this system"},
     };
     for (const auto& c : cases) {

@@ -1,0 +1,133 @@
+#include "startup/authority.h"
+
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "support/KvuCommand.h"
+#include "support/KvuSystem.h"
+
+namespace {
+
+// Asks the display in a process of its own, which leaves no connection behind. `otherwise` is the
+// answer when no process can be had.
+bool askedDisplay(bool (*question)(Display*), bool otherwise) {
+    const pid_t child = fork();
+    if (child == 0) {
+        Display* display = XOpenDisplay(nullptr);
+        _exit(display != nullptr && question(display) ? 0 : 1);
+    }
+    int status = 0;
+    return child < 0 || waitpid(child, &status, 0) != child ? otherwise : status == 0;
+}
+
+std::string_view partOf(const char* text, int length) {
+    return {text, static_cast<std::size_t>(length)};
+}
+
+// Some users by their names, and the super-user is none of them.
+bool admitsOnlyOthersByName(Display* display) {
+    int count = 0;
+    Bool enabled = False;
+    XHostAddress* hosts = XListHosts(display, &count, &enabled);
+    for (int i = 0; i < count; ++i) {
+        if (hosts[i].family != FamilyServerInterpreted) return false;
+        const auto* host = reinterpret_cast<XServerInterpretedAddress*>(hosts[i].address);
+        const std::string_view name = partOf(host->value, host->valuelength);
+        if (partOf(host->type, host->typelength) != "localuser" || name == "root" || name == "#0")
+            return false;
+    }
+    return enabled != False && count > 0;
+}
+
+std::string authorityIn(const char* home) {
+    std::string file = KvuPrint("%s/.Xauthority", home);
+    return access(file.c_str(), R_OK) == 0 ? file : "";
+}
+
+bool succeeds(const KvuShellText& command) {
+    return KvuSystem::system(command.text.c_str(), 1) == 0;
+}
+
+bool hasCookie(std::string_view display) {
+    return succeeds(KvuCommand("xauth -q nlist %s 2>/dev/null | grep -q .", display));
+}
+
+// The system clears the first of these away by itself.
+std::string privateFolder() {
+    for (const char* variable : {"XDG_RUNTIME_DIR", "HOME"}) {
+        const char* place = std::getenv(variable);
+        struct stat status;
+        if (place == nullptr || stat(place, &status) != 0 || status.st_uid != geteuid()) continue;
+        std::string folder = KvuPrint("%s/.zarn.XXXXXX", place);
+        if (mkdtemp(folder.data()) != nullptr) return folder;
+    }
+    return {};
+}
+
+}  // namespace
+
+bool displayOpens() {
+    return askedDisplay([](Display*) { return true; }, true);
+}
+
+// sudo keeps DISPLAY, but puts the super-user's home in place of the caller's, where the file lies
+// that permits to use it.
+void useCallersAuthority() {
+    const char* given = std::getenv("XAUTHORITY");
+    if (geteuid() != 0) return;
+    // On a network's disk, the user's own file may be shut to the super-user.
+    if (given != nullptr && access(given, R_OK) != 0) unsetenv("XAUTHORITY");
+    const char* caller = std::getenv("SUDO_USER");
+    if (caller == nullptr || std::getenv("XAUTHORITY") != nullptr) return;
+    const struct passwd* user = getpwnam(caller);
+    const std::string file = user != nullptr ? authorityIn(user->pw_dir) : "";
+    if (file.empty()) return;
+    setenv("XAUTHORITY", file.c_str(), 1);
+    // The super-user's own file may have been given what that one lacks.
+    if (!displayOpens()) unsetenv("XAUTHORITY");
+}
+
+// su lets the super-user see the display, but not the file that permits him to use it.
+HandedOnAuthority::HandedOnAuthority() {
+    const char* home = std::getenv("HOME");
+    const std::string file = home != nullptr ? authorityIn(home) : "";
+    if (!file.empty()) setenv("XAUTHORITY", file.c_str(), 0);
+    const char* display = std::getenv("DISPLAY");
+    if (geteuid() != 0 && display != nullptr && askedDisplay(admitsOnlyOthersByName, false) &&
+        !hasCookie(display))
+        askDisplay(display);
+}
+
+HandedOnAuthority::~HandedOnAuthority() {
+    remove();
+}
+
+void HandedOnAuthority::remove() {
+    if (!folder_.empty()) KvuSystem::rm(folder_.c_str(), 1);
+    folder_.clear();
+}
+
+void HandedOnAuthority::askDisplay(const char* display) {
+    folder_ = privateFolder();
+    const std::string file = folder_ + "/Xauthority";
+    // It is void when nobody has used it for an hour: time enough to look for a password.
+    const bool given =
+        !folder_.empty() &&
+        succeeds(KvuCommand(
+            "xauth -q -f %s generate %s . trusted timeout 3600 >/dev/null 2>&1 && test -s %s",
+            std::string_view(file), std::string_view(display), std::string_view(file)));
+    refused_ = !given;
+    if (given) {
+        setenv("XAUTHORITY", file.c_str(), 1);
+    } else {
+        remove();
+    }
+}
