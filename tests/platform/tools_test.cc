@@ -39,6 +39,26 @@ TEST_F(ToolsTest, XwshHandsItsOptionsToXterm) {
     EXPECT_EQ(127, run("xwsh", "-fg red").status);
 }
 
+TEST_F(ToolsTest, XwshLeavesTheInstallersButtonsFree) {
+    writeProgram("xwininfo",
+                 "w=607 h=542; [ \"$1\" = -name ] || { w=$width h=$height; }\n"
+                 "[ $w -gt 0 ] && printf '  Absolute upper-left %s\\n' \"X:  $left\" 'Y:  74' && "
+                 "printf '  %s\\n' \"Width: $w\" \"Height: $h\"");
+    const std::tuple<const char*, const char*> cases[] = {
+        {"left=87 width=1280 height=1024", "80x20+100-0"},
+        {"left=87 width=1024 height=768", "80x20-0+0"},
+        {"left=700 width=1400 height=1024", "80x20+100+500"},
+        {"left=700 width=1400 height=600", "80x20+100-0"},
+        {"left=0 width=0 height=0", "80x20+100+500"},
+    };
+    for (const auto& [screen, place] : cases)
+        EXPECT_TRUE(holds(run("PATH=$PATH:/usr/bin:/bin; export " + std::string(screen) + "; xwsh",
+                              "-geom 80x20+100+500")
+                              .output,
+                          "[-geometry][" + std::string(place) + "]"))
+            << screen;
+}
+
 TEST_F(ToolsTest, TheTerminalStaysAfterAFailure) {
     writeProgram("xterm", "shift\nPATH=$PATH:/usr/bin:/bin exec \"$@\" </dev/null");
     writeProgram("su", "exit 1");
