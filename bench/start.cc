@@ -1,0 +1,105 @@
+// Measures how a program starts, from outside.
+//
+//   bench_start PROGRAM [ARGUMENT...]
+//
+// Prints the milliseconds from the start until its window is on the screen and until the program
+// waits for its user, and the kilobytes of memory that it has then. Ends the program. The window is
+// the first that comes up while nothing else does.
+
+#include <X11/Xlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds longestStart{20};
+constexpr std::chrono::milliseconds quiet{300};
+constexpr int pollMicroseconds = 500;
+
+double milliseconds(Clock::duration time) {
+    return std::chrono::duration<double, std::milli>(time).count();
+}
+
+[[noreturn]] void giveUp(const char* reason) {
+    std::fprintf(stderr, "bench_start: %s\n", reason);
+    std::exit(1);
+}
+
+// Nanoseconds that the process and the children that it waited for were on a processor.
+std::string processorTime(pid_t program) {
+    std::string time, children;
+    std::ifstream("/proc/" + std::to_string(program) + "/schedstat") >> time;
+    std::ifstream("/proc/" + std::to_string(program) + "/task/" + std::to_string(program) +
+                  "/children") >>
+        children;
+    // A child that runs is work as well.
+    return children.empty() ? time : std::to_string(Clock::now().time_since_epoch().count());
+}
+
+long residentKilobytes(pid_t program) {
+    std::ifstream status("/proc/" + std::to_string(program) + "/status");
+    for (std::string word; status >> word;)
+        if (word == "VmRSS:") {
+            long kilobytes = 0;
+            status >> kilobytes;
+            return kilobytes;
+        }
+    return 0;
+}
+
+// Of the windows on the screen: a window manager's frame counts for the window in it.
+bool windowCameUp(Display* display) {
+    XEvent event;
+    while (XPending(display) > 0) {
+        XNextEvent(display, &event);
+        XWindowAttributes attributes;
+        if (event.type == MapNotify && event.xmap.event != event.xmap.window &&
+            XGetWindowAttributes(display, event.xmap.window, &attributes) != 0 &&
+            attributes.width > 1 && attributes.map_state == IsViewable)
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) giveUp("no program is named");
+    Display* display = XOpenDisplay(nullptr);
+    if (display == nullptr) giveUp("the display can't be opened");
+    // A window may be gone before it is looked at.
+    XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
+    XSelectInput(display, DefaultRootWindow(display), SubstructureNotifyMask);
+    XSync(display, False);
+    const auto begin = Clock::now();
+    const pid_t program = fork();
+    if (program == 0) {
+        if (std::freopen("/dev/null", "w", stdout) == nullptr) _exit(127);
+        execvp(argv[1], argv + 1);
+        _exit(127);
+    }
+    Clock::time_point mapped{}, busy = begin;
+    std::string before;
+    while (mapped == Clock::time_point{} || Clock::now() - busy < quiet) {
+        if (Clock::now() - begin > longestStart) giveUp("no window came up");
+        if (mapped == Clock::time_point{} && windowCameUp(display)) mapped = Clock::now();
+        const std::string now = processorTime(program);
+        if (now != before) busy = Clock::now();
+        before = now;
+        usleep(pollMicroseconds);
+    }
+    std::printf("%.1f %.1f %ld\n", milliseconds(mapped - begin), milliseconds(busy - begin),
+                residentKilobytes(program));
+    kill(program, SIGTERM);
+    waitpid(program, nullptr, 0);
+    return 0;
+}

@@ -1,0 +1,35 @@
+# shellcheck shell=bash disable=SC2154
+# Suites of known sizes, to be installed by bench/run. Sourced by it.
+
+# Makes the suite $1 of $2 files with $3 bytes each, beside what the installer asks of every suite.
+make_suite() {
+    local suite=$place/suites/$1 name
+    mkdir -p "$suite/Zarn_system"/{bin,resources,data} "$suite/subsystems"
+    printf '#!/bin/sh\nexit 0\n' >"$suite/Zarn_system/bin/Zarn.install"
+    chmod +x "$suite/Zarn_system/bin/Zarn.install"
+    for name in textures materials projects models translatorsIn translators render pictures \
+        translatorDev src; do
+        mkdir "$suite/subsystems/$name"
+        echo "$name" >"$suite/subsystems/$name/content"
+    done
+    # Letters, four for three bytes, so that there is something to compress.
+    head -c $(($2 * $3 / 4 * 3)) /dev/urandom | base64 -w 0 |
+        split -a 5 -d -b "$3" - "$suite/Zarn_system/data/f"
+}
+
+# Makes a folder with the installer and the suite $1 in the form $2: tar, gz or cdrom.
+pack_suite() {
+    local suite=$place/suites/$1 to=$place/distribution
+    rm -rf "$to"
+    mkdir "$to"
+    ln "$place/bin/Zarn_install" "$to/Zarn_install"
+    case $2 in
+    tar) tar cf "$to/Zarn2.0.tar" -C "$suite" Zarn_system subsystems ;;
+    gz) tar cf - -C "$suite" Zarn_system subsystems | gzip >"$to/Zarn2.0.tar.gz" ;;
+    cdrom)
+        cp -R "$suite/Zarn_system" "$to"
+        cp -R "$suite/subsystems" "$to/Zarn_system"
+        ;;
+    esac
+    [ "${as_user[0]}" = env ] || chown -R 12345 "$to"
+}
