@@ -353,6 +353,21 @@ void XmStringTableCvtDestroy(XtAppContext, XrmValue* value, XtPointer, XrmValue*
 
 // CONVERT
 
+// The toolkit remembers each conversion whose converter has a destructor, whatever the cache type
+// says: every message would stay in memory. So these are called without the toolkit.
+XtTypeConverter ownConverter(std::string_view type) {
+    if (type == XmRXmString) return CvtStringToXmString;
+    if (type == XmRXmStringTable) return CvtStringToXmStringTable;
+    return nullptr;
+}
+
+bool convert(Widget w, XrmValue& from, const char* toType, XrmValue& to) {
+    Cardinal noArguments = 0;
+    const XtTypeConverter own = ownConverter(toType);
+    return own != nullptr ? own(XtDisplayOfObject(w), nullptr, &noArguments, &from, &to, nullptr)
+                          : XtConvertAndStore(w, XtRString, &from, toType, &to);
+}
+
 template <typename Value>
 XtArgVal valueAt(XPointer address) {
     Value value;
@@ -429,7 +444,7 @@ XtArgVal CONVERT(Widget w, const char* text, const char* toType, int, Boolean* o
         text = (font = BxFontFor(XtDisplay(w), BxScaledFont(XtDisplay(w), text).c_str())).c_str();
     XrmValue from = {static_cast<unsigned>(std::strlen(text) + 1), const_cast<char*>(text)};
     XrmValue to = {0, nullptr};
-    if (!XtConvertAndStore(w, XtRString, &from, toType, &to)) return 0;
+    if (!convert(w, from, toType, to)) return 0;
     *ok = True;
     return argumentOf(to, toType);
 }
