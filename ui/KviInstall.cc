@@ -14,6 +14,7 @@
 #include <Xm/ToggleB.h>
 
 #include <cstdlib>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -248,8 +249,7 @@ public:
     void add(const Resource& resource) {
         Boolean converted = True;
         XtArgVal value = resource.value;
-        if (resource.type != nullptr)
-            value = CONVERT(converting_, sourceOf(resource).c_str(), resource.type, 0, &converted);
+        if (resource.type != nullptr) value = convert(resource, &converted);
         if (!converted) return;
         if (resource.type != nullptr && std::string_view(resource.type) == XmRXmString)
             strings_.emplace_back(reinterpret_cast<XmString>(value));
@@ -260,6 +260,18 @@ public:
     Cardinal count() const { return static_cast<Cardinal>(args_.size()); }
 
 private:
+    // The toolkit keeps colours, but not fonts: it would ask the server for the same ones again.
+    XtArgVal convert(const Resource& resource, Boolean* converted) const {
+        static std::map<std::string, XtArgVal> fonts;
+        const std::string source = sourceOf(resource);
+        const bool isFont = std::string_view(resource.type) == XmRFontList;
+        if (const auto known = fonts.find(source); isFont && known != fonts.end())
+            return known->second;
+        const XtArgVal value = CONVERT(converting_, source.c_str(), resource.type, 0, converted);
+        if (isFont && *converted) fonts[source] = value;
+        return value;
+    }
+
     // A single font would show each byte of a longer character as one. In a set a size in points
     // does not come from the 75 dpi fonts by itself, and what stands in for a missing font is wide.
     std::string sourceOf(const Resource& resource) const {
