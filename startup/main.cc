@@ -80,6 +80,8 @@ static void showWindow(Widget topLevelShell, Atom closing) {
     const Widget dialogShell = XtParent(KviInstallWidget);
     KvcKeepDrawn(dialogShell);
     XmAddWMProtocolCallback(dialogShell, closing, KvcInstallSystemCancel, nullptr);
+    // The commands of the start, which follow, would keep it from the screen.
+    XFlush(XtDisplay(KviInstallWidget));
 }
 
 static void selectMedium() {
