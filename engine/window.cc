@@ -51,12 +51,22 @@ struct ShownPath {
 };
 ShownPath locationPath, mediumPath;
 
-// A colour whose name the display doesn't know changes nothing.
+// A colour whose name the display doesn't know changes nothing. Neither does the one that is there:
+// after each change Motif asks the server where the window's widgets are, which takes long over a
+// slow line.
 void setForeground(Widget w, const char* colour) {
     Boolean converted = False;
     Arg pixel{const_cast<char*>(XmNforeground),
               CONVERT(XtParent(w), colour, XmRPixel, 0, &converted)};
-    if (converted) XtSetValues(w, &pixel, 1);
+    Pixel shown = 0;
+    XtVaGetValues(w, XmNforeground, &shown, nullptr);
+    if (converted && pixel.value != static_cast<XtArgVal>(shown)) XtSetValues(w, &pixel, 1);
+}
+
+void setAlignment(Widget label, unsigned char alignment) {
+    unsigned char shown = alignment;
+    XtVaGetValues(label, XmNalignment, &shown, nullptr);
+    if (shown != alignment) XtVaSetValues(label, XmNalignment, alignment, nullptr);
 }
 
 }  // namespace
@@ -153,8 +163,7 @@ void KvmInstallMgr::info(Widget label, const char* a, const char* b, const char*
     std::erase(shown, '\a');
     KvcLabelSetString(label, shown.c_str());
     // Of a text that is too long the beginning matters most, and the terminal has all of it.
-    XtVaSetValues(label, XmNalignment,
-                  KvcFitLabel(label, 0) ? XmALIGNMENT_CENTER : XmALIGNMENT_BEGINNING, nullptr);
+    setAlignment(label, KvcFitLabel(label, 0) ? XmALIGNMENT_CENTER : XmALIGNMENT_BEGINNING);
     // The command that usually follows blocks the window: what it says has to be there before.
     XmUpdateDisplay(label);
     if (text != KvInstallInfoMsg) {
@@ -185,12 +194,16 @@ void KvmOpenIconDialog() {
     KvcInstallIcon(nullptr, nullptr, nullptr);
 }
 
+// All at once: each call lays out the whole list anew.
 void KvmShowUsers(const std::vector<std::string>& names) {
     XmListDeleteAllItems(kviInstallUserList);
+    std::vector<KviXmString> owners;
+    std::vector<XmString> items;
     for (std::string name : names) {
-        const KviXmString item(XmStringCreate(name.data(), XmSTRING_DEFAULT_CHARSET));
-        XmListAddItem(kviInstallUserList, item.get(), 0);
+        owners.emplace_back(XmStringCreate(name.data(), XmSTRING_DEFAULT_CHARSET));
+        items.push_back(owners.back().get());
     }
+    XmListAddItems(kviInstallUserList, items.data(), static_cast<int>(items.size()), 0);
 }
 
 std::string KvmIconField() {

@@ -92,6 +92,8 @@ int scaleValue(Widget scale) {
 
 void KvcLabelSetString(Widget label, const char* text) {
     const KviXmString string = stringOf(text);
+    // After a change Motif asks the server where the widgets are, even if nothing looks different.
+    if (XmStringCompare(string.get(), stringResource(label, XmNlabelString).get())) return;
     XtVaSetValues(label, XmNlabelString, string.get(), nullptr);
 }
 
