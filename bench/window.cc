@@ -75,12 +75,14 @@ int install(const std::string& medium, const char* location) {
 int messages(int count) {
     const auto show = [] { KvcUserInfo("This is a message of some length.\nIt has two lines."); };
     const auto bytes = [] { return static_cast<double>(mallinfo2().uordblks); };
-    for (int i = 0; i < 100; ++i) show(), KvcDropInput();
-    const double before = bytes();
-    for (int i = 0; i < count; ++i) {
-        show();
+    const auto read = [] {
+        KvcFlushEvents(kvcMessageWidget, app);
         XtUnmanageChild(kvcMessageWidget);
-    }
+        KvcFlushEvents(kvcMessageWidget, app);
+    };
+    for (int i = 0; i < 100; ++i) show(), read();
+    const double before = bytes();
+    for (int i = 0; i < count; ++i) show(), read();
     std::fprintf(stderr, "%.1f\n", (bytes() - before) / count);
     return 0;
 }
