@@ -23,7 +23,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -233,6 +232,37 @@ std::optional<std::uint64_t> sizeOf(const Block& header) {
     return std::strtoull(octal.c_str(), nullptr, 8);
 }
 
+// The blocks of an archive. Small members lie close together: one call of the system reads the
+// headers of many.
+class Blocks {
+public:
+    explicit Blocks(const std::string& archive)
+        : file_(open(archive.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
+    ~Blocks() { close(file_); }
+    Blocks(const Blocks&) = delete;
+    Blocks& operator=(const Blocks&) = delete;
+
+    // False when there is no whole block at that place.
+    bool read(std::uint64_t at, Block& block) {
+        if (at < start_ || at + blockSize > start_ + length_) {
+            const ssize_t size =
+                pread(file_, buffer_.data(), buffer_.size(), static_cast<off_t>(at));
+            start_ = at;
+            length_ = size > 0 ? static_cast<std::uint64_t>(size) : 0;
+            if (length_ < blockSize) return false;
+        }
+        std::copy_n(buffer_.begin() + static_cast<std::ptrdiff_t>(at - start_), blockSize,
+                    block.begin());
+        return true;
+    }
+
+private:
+    int file_;
+    std::array<char, 16 * blockSize> buffer_;
+    std::uint64_t start_ = 0;
+    std::uint64_t length_ = 0;
+};
+
 // GNU tar takes an archive that breaks off between two members for a whole one. Only what can be
 // followed from header to header up to the break counts as cut off.
 bool isCutOff(const std::string& archive) {
@@ -240,12 +270,10 @@ bool isCutOff(const std::string& archive) {
     const std::uint64_t length =
         fs::is_regular_file(archive, error) ? fs::file_size(archive, error) : 0;
     if (error || length == 0) return false;
-    std::ifstream file(archive, std::ios::binary);
+    Blocks blocks(archive);
     for (std::uint64_t at = 0; at + blockSize <= length;) {
         Block block{};
-        file.seekg(static_cast<std::streamoff>(at));
-        if (!file.read(block.data(), block.size())) return false;
-        if (block == Block{}) return false;
+        if (!blocks.read(at, block) || block == Block{}) return false;
         const std::optional<std::uint64_t> size = sizeOf(block);
         if (!size || *size > length) return false;
         at += blockSize * (1 + (*size + blockSize - 1) / blockSize);
