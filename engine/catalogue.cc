@@ -1,5 +1,7 @@
 #include "engine/catalogue.h"
 
+#include <dirent.h>
+
 #include <algorithm>
 #include <iterator>
 #include <string_view>
@@ -8,6 +10,7 @@
 #include "engine/extract.h"
 #include "engine/record.h"
 #include "engine/window.h"
+#include "support/KvuOwners.h"
 #include "ui/KviInstall.h"
 
 Widget textureSub() {
@@ -186,22 +189,34 @@ std::string KvmSubsystemFolder() {
     return KvuPrint("%s/%s/%s", KvmInstallMgr::_info.path, kvmSystem, kvmSubsystems);
 }
 
+std::set<const KvmInstallSubsystemRow*> KvmRowsIn(const std::string& folder) {
+    std::set<const KvmInstallSubsystemRow*> rows;
+    const KvuDir directory(opendir(folder.c_str()));
+    if (!directory) return rows;
+    while (const struct dirent* entry = readdir(directory.get()))
+        for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
+            if (std::string_view(row.directory) == entry->d_name) rows.insert(&row);
+    return rows;
+}
+
 bool KvmIsPresent(const KvmInstallSubsystemRow& row) {
     return KvuSystem::fileExists(KvmSubsystemFolder().c_str(), row.directory, 0);
 }
 
 KvmRows KvmWantedRows() {
     KvmRows wanted;
+    std::set<const KvmInstallSubsystemRow*> present;
+    if (KvmInstallMgr::_info.installed) present = KvmRowsIn(KvmSubsystemFolder());
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem)
-        if (row.selected && !(KvmInstallMgr::_info.installed && KvmIsPresent(row)))
-            wanted.push_back(&row);
+        if (row.selected && !present.contains(&row)) wanted.push_back(&row);
     return wanted;
 }
 
 KvmRows KvmRowsOnDisk(const KvmRows& rows, bool present) {
     KvmRows found;
+    const auto onDisk = KvmRowsIn(KvmSubsystemFolder());
     std::copy_if(rows.begin(), rows.end(), std::back_inserter(found),
-                 [=](const auto* row) { return KvmIsPresent(*row) == present; });
+                 [&](const auto* row) { return onDisk.contains(row) == present; });
     return found;
 }
 
@@ -215,8 +230,9 @@ std::string KvmLabelList(const KvmRows& rows) {
 void KvmShowInstalled() {
     KvmInstallInfo& info = KvmInstallMgr::_info;
     info.subsystemsAdded = info.subsystemsRemoved = 0;
+    const auto present = KvmRowsIn(KvmSubsystemFolder());
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
-        row.installed = KvmIsPresent(row);
+        row.installed = present.contains(&row);
         // What only the choice of an edition switched is no mark.
         if (markOf(row) != KvmMark::none) select(row, row.selected);
     }

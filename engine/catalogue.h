@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,9 @@ using KvmRows = std::vector<KvmInstallSubsystemRow*>;
 
 /// The folder of the installed subsystems.
 std::string KvmSubsystemFolder();
+
+/// The rows whose directories lie in `folder`, which is listed once. None when it can't be read.
+std::set<const KvmInstallSubsystemRow*> KvmRowsIn(const std::string& folder);
 
 /// Whether the row's subsystem is on the disk, whatever the row says.
 bool KvmIsPresent(const KvmInstallSubsystemRow& row);

@@ -82,12 +82,13 @@ bool archiveAgrees(const std::vector<Sum>& sums, const KvmArchive& archive) {
 }
 
 // A subsystem that nobody wants, or that the medium does not hold, is not read.
-bool isRead(const KvmPlan& plan, const std::string& tree, const std::string& path) {
+bool isRead(const KvmPlan& plan, const std::string& tree, const KvmRows& there,
+            const std::string& path) {
     if (!path.starts_with(tree + "/")) return false;
     const std::string folder = tree + "/" + kvmSubsystems + "/";
     if (!path.starts_with(folder)) return !plan.adding;
-    return std::ranges::any_of(plan.wanted, [&](const KvmInstallSubsystemRow* row) {
-        return path.starts_with(folder + row->directory + "/") && KvmHolds(folder, row->directory);
+    return std::ranges::any_of(there, [&](const KvmInstallSubsystemRow* row) {
+        return path.starts_with(folder + row->directory + "/");
     });
 }
 
@@ -101,7 +102,8 @@ bool KvmAgreesWithSums(const KvmPlan& plan) {
         return std::ranges::all_of(
             plan.archives, [&](const KvmArchive& archive) { return archiveAgrees(sums, archive); });
     const std::string tree = platform::absolutePath(plan.source);
+    const KvmRows there = KvmWantedIn(plan, tree + "/" + kvmSubsystems);
     return std::ranges::all_of(sums, [&](const Sum& sum) {
-        return !isRead(plan, tree, sum.path) || agrees(sum, sum.path, false);
+        return !isRead(plan, tree, there, sum.path) || agrees(sum, sum.path, false);
     });
 }

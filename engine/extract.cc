@@ -3,8 +3,10 @@
 #include <dirent.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -86,13 +88,6 @@ KvmExtraction fail(const KvmPlan& plan, const std::string& reason) {
     return KvmExtraction::failed;
 }
 
-KvmRows wantedIn(const KvmPlan& plan, const std::string& folder) {
-    KvmRows there;
-    for (KvmInstallSubsystemRow* row : plan.wanted)
-        if (KvmHolds(folder, row->directory)) there.push_back(row);
-    return there;
-}
-
 KvmExtraction howMuch(const KvmPlan& plan, const KvmRows& there) {
     return there.size() == plan.wanted.size() ? KvmExtraction::all : KvmExtraction::part;
 }
@@ -113,7 +108,7 @@ KvmExtraction extractPass(const KvmPlan& plan, const char* from, bool finalPass)
     const bool read = status == 0 || (WIFEXITED(status) && WEXITSTATUS(status) == nothingFound);
     // Of several archives a later one may hold the product tree.
     const std::string tree = KvuPrint("%s/%s", plan.place.c_str(), kvmSystem);
-    const KvmRows there = wantedIn(plan, extractedFolder(plan));
+    const KvmRows there = KvmWantedIn(plan, extractedFolder(plan));
     // An adding that brought nothing has failed, whatever its commands said.
     const bool nothing = KvuSystem::numFiles(tree.c_str()) == 0 || (plan.adding && there.empty());
     if (!read || (finalPass && nothing)) return fail(plan, KvmCommandReason());
@@ -164,6 +159,14 @@ bool placeCopies(const KvmRows& there) {
 
 }  // namespace
 
+KvmRows KvmWantedIn(const KvmPlan& plan, const std::string& folder) {
+    KvmRows there;
+    std::ranges::copy_if(
+        plan.wanted, std::back_inserter(there),
+        [present = KvmRowsIn(folder)](const auto* row) { return present.contains(row); });
+    return there;
+}
+
 KvmExtraction KvmExtractFromTape(KvmPlan& plan) {
     // The other machine may want a password.
     if (KvmInstallMgr::_info.readFrom == KvmRemoteTape) KvmRaiseTerminal();
@@ -205,7 +208,7 @@ KvmExtraction KvmCopyFromCdRom(KvmPlan& plan) {
         return KvmExtraction::failed;
     }
     // What the disc does not hold would make cp fail for the rest as well.
-    const KvmRows there = wantedIn(plan, KvuPrint("%s/%s", plan.source.c_str(), kvmSubsystems));
+    const KvmRows there = KvmWantedIn(plan, KvuPrint("%s/%s", plan.source.c_str(), kvmSubsystems));
     const KvmExtraction result = copyIntoTree(plan, there);
     const bool placed =
         result == KvmExtraction::failed || there.empty() || placeCopies(there) || !plan.adding;

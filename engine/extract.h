@@ -23,6 +23,9 @@ struct KvmPlan {
     bool complete = false;             ///< all was extracted before: only finish
 };
 
+/// Those of the wanted subsystems whose directories lie in `folder`, which is listed once.
+KvmRows KvmWantedIn(const KvmPlan& plan, const std::string& folder);
+
 /// The ways of the four media. REQUIRES: the working directory is the plan's place.
 KvmExtraction KvmExtractFromTape(KvmPlan& plan);
 KvmExtraction KvmExtractFromArchives(KvmPlan& plan);

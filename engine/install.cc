@@ -187,9 +187,8 @@ bool canBeReadAgain(const KvmPlan& plan) {
 bool isFinishedButForTheRecord(const KvmPlan& plan) {
     return !plan.adding && KvmIsSameDirectory(KvmUnfinishedPlace(), plan.place) &&
            KvmIsComplete(plan.place) &&
-           std::ranges::all_of(KvmInstallSubsystem, [](const auto& row) {
-               return row.selected != 0 || !KvmIsPresent(row);
-           });
+           std::ranges::all_of(KvmRowsIn(KvmSubsystemFolder()),
+                               [](const auto* row) { return row->selected != 0; });
 }
 
 int refuseFolder(const std::string& folder, const char* name) {
@@ -206,8 +205,9 @@ bool isFree(KvmPlan& plan) {
     const std::string tree = KvuPrint("%s/%s", plan.place.c_str(), kvmSystem);
     const bool folder = KvmHolds(plan.place, kvmSubsystems);
     if (plan.adding && state().readFrom == KvmCdRom) {
+        const auto there = KvmRowsIn(tree);
         for (const KvmInstallSubsystemRow* row : plan.wanted)
-            if (KvmHolds(tree, row->directory)) return refuseFolder(tree, row->directory);
+            if (there.contains(row)) return refuseFolder(tree, row->directory);
         return true;
     }
     plan.startAgain = !plan.adding && KvmIsSameDirectory(KvmUnfinishedPlace(), plan.place);

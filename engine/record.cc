@@ -182,8 +182,9 @@ bool isGone(const std::string& place) {
 }
 
 void readSubsystems() {
+    const auto present = KvmRowsIn(KvmSubsystemFolder());
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
-        row.installed = row.selected = KvmIsPresent(row);
+        row.installed = row.selected = present.contains(&row);
         KvmSetToggle(row.getWidget(), row.selected != 0);
     }
 }
