@@ -11,7 +11,8 @@
 /// Texts are plain text; a newline is a line break.
 
 // Messages. One box serves them all; a message is made of up to four pieces, null ones left out.
-// What the box shows, and how it is answered, is printed on standard output as well.
+// What the box shows, and how it is answered, is printed on standard output as well. A message that
+// comes up has the keyboard, whatever had it before.
 
 extern Widget kvcTopLevelWidget;     ///< parent of the box; null until KvcInit
 extern XtAppContext* kvcAppContext;  ///< whose events a question waits for

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "motif/in_front.h"
 #include "motif/windows.h"
 
 namespace {
@@ -192,6 +193,11 @@ void waitForWindow() {
     });
 }
 
+// A question must be there again when the window that it belongs to is.
+void returnWithWindow(Widget, XtPointer, XEvent* event, Boolean*) {
+    if (event->type == MapNotify && KvcMessageIsShown()) KvcBringUpMessageBox();
+}
+
 }  // namespace
 
 Widget KvcMessageShell() {
@@ -208,14 +214,19 @@ void KvcShowMessageBox(const std::vector<std::string>& texts, KvcSize smallest) 
     Widget shell = KvcMessageShell();
     waitForWindow();
     // Keeps the box above that window, and tells the window manager what the box shuts off.
-    if (Widget over = KvcShellOf(messagesOver))
+    if (Widget over = KvcShellOf(messagesOver)) {
         XtVaSetValues(shell, XmNtransientFor, over, nullptr);
+        XtAddEventHandler(over, StructureNotifyMask, False, returnWithWindow, nullptr);
+    }
     fitToScreen(texts);
     placeBox(smallest);
     KvcWaitFor([=] { return KvcIsWithdrawn(shell); });
+    KvcAnnounceFront(shell);
     XtManageChild(kvcMessageWidget);
     KvcBringUpMessageBox();
     KvcWaitFor([=] { return KvcIsViewable(shell); });
+    // A command may follow, during which no event is handled.
+    KvcGiveKeyboard(shell);
 }
 
 void KvcBringUpMessageBox() {
@@ -223,6 +234,7 @@ void KvcBringUpMessageBox() {
     bringBack(KvcShellOf(messagesOver));
     XMapWindow(display, XtWindow(kvcMessageWidget));
     XMapRaised(display, XtWindow(KvcMessageShell()));
+    KvcGiveKeyboard(KvcMessageShell());
 }
 
 void KvcSetMessagesOver(Widget window) {

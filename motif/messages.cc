@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "motif/KvcUtil.h"
+#include "motif/in_front.h"
 #include "motif/message_box.h"
 
 Widget kvcTopLevelWidget = nullptr;
@@ -110,6 +111,7 @@ void makeBox() {
         closeBox, nullptr);
     XtRealizeWidget(shell);
     KvcKeepDrawn(shell);
+    KvcKeepInFront(shell, KvcMessageIsShown);
 }
 
 class OpenQuestion {

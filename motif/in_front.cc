@@ -1,0 +1,147 @@
+#include "motif/in_front.h"
+
+#include <X11/Xatom.h>
+#include <X11/Xutil.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+
+#include "motif/windows.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// How long a window manager may take to give the keyboard to a window that has come up.
+constexpr std::chrono::seconds ComingUp{1};
+
+constexpr int MostClaims = 10;
+constexpr std::chrono::seconds Calm{1};
+
+Widget front = nullptr;
+bool (*frontIsShown)() = nullptr;
+Clock::time_point rivalCameUp;
+Clock::time_point lastClaim;
+int claims = 0;
+std::array<XtEventDispatchProc, LASTEvent> dispatchBefore = {};
+
+bool hasClass(Display* display, Window window) {
+    XClassHint hint = {};
+    if (XGetClassHint(display, window, &hint) == 0) return false;
+    XFree(hint.res_name);
+    XFree(hint.res_class);
+    return true;
+}
+
+// Whether it is a program's window or the frame of one, rather than a menu.
+bool isClient(Display* display, Window window, int depth = 2) {
+    XWindowAttributes attributes;
+    if (XGetWindowAttributes(display, window, &attributes) == 0) return false;
+    if (attributes.override_redirect == False && hasClass(display, window)) return true;
+    if (depth == 0) return false;
+    const auto below = KvcChildren(display, window);
+    return std::any_of(below.begin(), below.end(),
+                       [=](Window child) { return isClient(display, child, depth - 1); });
+}
+
+// Two that both want to be in front would go on for ever.
+bool mayClaim() {
+    const auto now = Clock::now();
+    if (now - lastClaim > Calm) claims = 0;
+    lastClaim = now;
+    return ++claims <= MostClaims;
+}
+
+bool hasKeyboard(Widget shell) {
+    Window window = None;
+    int revert = 0;
+    XGetInputFocus(XtDisplay(shell), &window, &revert);
+    return window == XtWindow(shell);
+}
+
+// Some window managers put no window above another because its program says so. One that does not
+// know the message passes over it.
+void askToActivate(Widget shell) {
+    constexpr long asked = 2;  // as the user asks: a program alone would not be heard
+    Display* display = XtDisplay(shell);
+    XEvent event = {};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = XtWindow(shell);
+    event.xclient.message_type = XInternAtom(display, "_NET_ACTIVE_WINDOW", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = asked;
+    event.xclient.data.l[1] = static_cast<long>(XtLastTimestampProcessed(display));
+    XSendEvent(display, DefaultRootWindow(display), False,
+               SubstructureNotifyMask | SubstructureRedirectMask, &event);
+}
+
+void claimKeyboard() {
+    if (!hasKeyboard(front) && mayClaim()) KvcGiveKeyboard(front);
+}
+
+bool isOwn(Display* display, Window window) {
+    return window == XtWindow(front) || window == KvcFrameWindow(display, XtWindow(front));
+}
+
+void stayAbove() {
+    rivalCameUp = Clock::now();
+    if (mayClaim()) XRaiseWindow(XtDisplay(front), XtWindow(front));
+}
+
+void watch(const XEvent& event) {
+    Display* display = event.xany.display;
+    if (event.type == MapNotify) {
+        // All windows of the screen are seen to come up, with their frames.
+        const KvcHeldServer server(display);
+        if (isOwn(display, event.xmap.window))
+            claimKeyboard();
+        else if (isClient(display, event.xmap.window))
+            stayAbove();
+        return;
+    }
+    // The windows in the shell count as the shell.
+    const bool own = KvcShellOf(XtWindowToWidget(display, event.xfocus.window)) == front;
+    const bool taken = own && Clock::now() - rivalCameUp < ComingUp;
+    if (event.xfocus.mode != NotifyGrab && (event.type == FocusIn ? !own : taken)) claimKeyboard();
+}
+
+Boolean dispatch(XEvent* event) {
+    const Boolean dispatched = dispatchBefore[static_cast<std::size_t>(event->type)](event);
+    if (frontIsShown()) watch(*event);
+    return dispatched;
+}
+
+}  // namespace
+
+void KvcAnnounceFront(Widget shell) {
+    claims = 0;
+    Display* display = XtDisplay(shell);
+    const Atom modal = XInternAtom(display, "_NET_WM_STATE_MODAL", False);
+    XChangeProperty(display, XtWindow(shell), XInternAtom(display, "_NET_WM_STATE", False), XA_ATOM,
+                    32, PropModeReplace, reinterpret_cast<const unsigned char*>(&modal), 1);
+}
+
+void KvcKeepInFront(Widget shell, bool (*isShown)()) {
+    front = shell;
+    frontIsShown = isShown;
+    Display* display = XtDisplay(shell);
+    for (const int type : {FocusIn, FocusOut, MapNotify})
+        dispatchBefore[static_cast<std::size_t>(type)] =
+            XtSetEventDispatcher(display, type, dispatch);
+    XWindowAttributes root;
+    XGetWindowAttributes(display, DefaultRootWindow(display), &root);
+    XSelectInput(display, DefaultRootWindow(display),
+                 root.your_event_mask | SubstructureNotifyMask);
+}
+
+void KvcGiveKeyboard(Widget shell) {
+    Display* display = XtDisplay(shell);
+    // A hidden window can't have the keyboard, and must not come back as if the user had asked for
+    // it. It may just be going.
+    const KvcHeldServer server(display);
+    if (!KvcIsViewable(shell)) return;
+    XRaiseWindow(display, XtWindow(shell));
+    askToActivate(shell);
+    XSetInputFocus(display, XtWindow(shell), RevertToPointerRoot, CurrentTime);
+}
