@@ -8,16 +8,18 @@ information="For your information..."
 error="Oooops... Sorry!"
 brochure="Installation will take a few minutes... use the space bar to scroll up and down"
 
-# Starts a virtual display with mwm; sets DISPLAY. $1: folder for logs and screenshots. Whoever
+# Starts a virtual display with a window manager; sets DISPLAY. $1: folder for logs and screenshots;
+# $2: the manager, "none" for a bare display, else mwm; $3: the screen's size and depth. Whoever
 # starts one stops it when the script ends.
 desktop_start() {
+    local manager=${2:-mwm} screen=${3:-1280x1024x24}
     desktop_shots=$1
     mkdir -p "$desktop_shots"
     desktop_had_sockets=no
     [ ! -d /tmp/.X11-unix ] || desktop_had_sockets=yes
     local number
     # A server that starts anew when its last client leaves would cut off the next one.
-    exec {number}< <(exec Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp -noreset \
+    exec {number}< <(exec Xvfb -displayfd 1 -screen 0 "$screen" -nolisten tcp -noreset \
         2>"$desktop_shots/xvfb.log")
     desktop_server=$!
     read -r -u "$number" DISPLAY || {
@@ -29,26 +31,45 @@ desktop_start() {
     unset XAUTHORITY
     # Elsewhere a terminal draws letters of two bytes, which the pilot does not read.
     export LC_ALL=C
-    mwm >"$desktop_shots/mwm.log" 2>&1 &
-    wait_for eval 'xprop -root _MOTIF_WM_INFO | grep -q =' || {
+    [ "$manager" != none ] || return 0
+    manager_start "$manager" >"$desktop_shots/manager.log" 2>&1 &
+    wait_for is_managed "$manager" || {
         cat "$desktop_shots"/*.log >&2
         return 1
     }
 }
 
+manager_start() {
+    case $1 in
+    # Those of the desktops ask a session for their settings.
+    xfwm4 | metacity) exec dbus-run-session -- "$1" ;;
+    *) exec "$1" ;;
+    esac
+}
+
+# Motif's own manager says when it is ready.
+is_managed() {
+    if [ "$1" = mwm ]; then
+        xprop -root _MOTIF_WM_INFO | grep -q =
+    else
+        xwininfo -root -events | grep -q SubstructureRedirect
+    fi
+}
+
 desktop_stop() {
     kill "${desktop_server:-}" 2>/dev/null || return 0
     wait "$desktop_server" 2>/dev/null || true
-    rm -f "$desktop_shots/xvfb.log" "$desktop_shots/mwm.log"
+    rm -f "$desktop_shots/xvfb.log" "$desktop_shots/manager.log"
     [ "$desktop_had_sockets" = yes ] || rmdir /tmp/.X11-unix 2>/dev/null || true
 }
 
 pilot() { "$build/pilot" "$@"; }
 
-# Waits, 60 seconds at most, until a command succeeds. A question that nobody is going to answer
-# ends that early: one that stays, since an answer may be on its way through the window manager.
+# Waits, $wait_limit or 60 seconds at most, until a command succeeds. A question that nobody is going
+# to answer ends that early: one that stays, since an answer may be on its way through the window
+# manager.
 wait_for() {
-    local end=$((SECONDS + 60)) seen=0
+    local end=$((SECONDS + ${wait_limit:-60})) seen=0
     until "$@" >/dev/null 2>&1; do
         seen=$((seen + 1))
         [ -z "${question_expected:-}" ] && has_window "$question" || seen=0

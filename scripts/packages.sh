@@ -2,7 +2,8 @@
 
 zarn_build_packages="g++ cmake make libmotif-dev libxt-dev libx11-dev libxpm-dev libgtest-dev libxtst-dev libxmu-dev"
 zarn_run_packages="xterm csh mwm ncompress x11-utils xfonts-75dpi xfonts-100dpi xfonts-base openssh-client"
-zarn_test_packages="xvfb xauth x11-xserver-utils xdotool imagemagick procps xorriso"
+zarn_test_packages="xvfb xauth x11-xserver-utils xdotool imagemagick procps xorriso twm openbox"
+zarn_manager_packages="icewm fluxbox xfwm4 metacity dbus-daemon"
 zarn_memory_packages="valgrind libc6-dbg"
 zarn_check_packages="git clang-format clang-tidy shellcheck"
 zarn_package_packages="dpkg-dev lintian debootstrap"

@@ -30,7 +30,6 @@ not_run() {
 
 # Goes on in a place of its own; sets $place, and $who installs there.
 settle() {
-    local shots
     shots=$build/screenshots/$(basename "$0" .sh)-$person
     mkdir -p "$shots"
     cd "$project" || exit
@@ -143,6 +142,29 @@ decide_on_icons() {
     acknowledge "$information"
     answer No
     acknowledge "$information"
+}
+
+# What the screen shows at $window_at.
+picture() { import -window root -crop "$window_at" rgba:- | cksum; }
+
+looks_like() { [ "$(picture)" = "$1" ]; }
+
+looks_unlike() { ! looks_like "$1"; }
+
+# A tar that takes its time to extract, so that there is time to look.
+slow_down() {
+    mv "$place/distribution/Zarn_tools/tar" "$place/distribution/Zarn_tools/real-tar"
+    cat >"$place/distribution/Zarn_tools/tar" <<'SLOW'
+#!/bin/sh
+/usr/bin/tar "$@"
+status=$?
+case $1 in t*) exit $status ;; esac
+touch "$HOME/tar-runs"
+turns=0
+while [ $((turns += 1)) -lt 2000 ] && [ ! -e "$HOME/go-on" ]; do sleep 0.05; done
+exit $status
+SLOW
+    chmod +x "$place/distribution/Zarn_tools/tar"
 }
 
 leave_installer() {

@@ -18,27 +18,6 @@ close_by_window_manager() {
 
 shows() { pilot texts "$1" | grep -qF -- "$2"; }
 
-picture() { import -window root -crop "$window_at" rgba:- | cksum; }
-
-looks_like() { [ "$(picture)" = "$1" ]; }
-
-looks_unlike() { ! looks_like "$1"; }
-
-# A tar that takes its time, so that there is time to look.
-slow_down() {
-    mv "$place/distribution/Zarn_tools/tar" "$place/distribution/Zarn_tools/real-tar"
-    cat >"$place/distribution/Zarn_tools/tar" <<'SLOW'
-#!/bin/sh
-/usr/bin/tar "$@"
-status=$?
-touch "$HOME/tar-runs"
-turns=0
-while [ $((turns += 1)) -lt 2000 ] && [ ! -e "$HOME/go-on" ]; do sleep 0.05; done
-exit $status
-SLOW
-    chmod +x "$place/distribution/Zarn_tools/tar"
-}
-
 begin_slowly() {
     set_out tar
     slow_down
