@@ -27,9 +27,12 @@ TEST_F(SampleTest, WhatCannotBeInstalledIsNotPublished) {
     const char* const cases[][2] = {
         {"chmod -x $T/bin/Zarn.install", "bin/Zarn.install is not executable"},
         {"rm $T/bin/Zarn.installDesktop", "bin/Zarn.installDesktop"},
+        {"mv $T/bin $T/b; ln -s b $T/bin", "no folder own/Zarn_system/bin"},
+        {"mkdir $T/models", "Zarn_system/models"},
+        {"ln -s /usr $T/data/out", "data/out leads out"},
         {"touch $T/resources/.Zarn_inst", "resources/.Zarn_inst"},
         {"mkdir $T/subsystems", "Zarn_system/subsystems"},
-        {"mv own/subsystems/src own/subsystems/sauce", "subsystems/sauce"},
+        {"mv own/subsystems/src 'own/subsystems/translatorDev src'", "Dev src is no"},
         {"chmod u+s own/subsystems/src/README", "src/README"},
         {"touch \"own/subsystems/src/a\nb\"", "src/a\\nb'"},
         {"mkfifo $T/data/pipe", "data/pipe"},
@@ -39,12 +42,12 @@ TEST_F(SampleTest, WhatCannotBeInstalledIsNotPublished) {
         outcomeOf("rm -rf own; mkdir own; cp -R '" + sample + "'/[Zs]*s* own");
         const Outcome outcome = outcomeOf("T=own/Zarn_system; " + std::string(spoil) +
                                           "; '" ZARN_SOURCE_DIR
-                                          "/publish/make-distribution' --output dist --medium tar "
+                                          "/publish/make-distribution' --output dist --medium two "
                                           "--installer /bin/true --tools '" +
                                           toolsDir + "' $T own/subsystems/*");
         EXPECT_EQ(1, outcome.status);
         EXPECT_TRUE(holds(outcome.output, named)) << outcome.output;
-        EXPECT_FALSE(fs::exists("dist/tar"));
+        EXPECT_FALSE(fs::exists("dist/two"));
     }
 }
 
