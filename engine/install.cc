@@ -462,10 +462,13 @@ int KvmInstallMgr::install() {
     // An edition can be changed without anything being added.
     if (_info.productChanged && plan.wanted.empty()) return fits(plan) && changeEdition(plan);
     KvmPreparedRecord record;
-    if (!look(plan, record)) return 0;
-    if (_info.productChanged && !changeEdition(plan)) return 0;
     const std::string before = KvInstallInfoMsg;
-    if (!begin(plan, record)) return 0;
+    if (!look(plan, record) || (_info.productChanged && !changeEdition(plan)) ||
+        !begin(plan, record)) {
+        // The look may have said what it checks.
+        KvmStatus(before.c_str());
+        return 0;
+    }
     const KvmExtraction result = extract(plan);
     if (result == KvmExtraction::declined) KvmStatus(before.c_str());
     if (result == KvmExtraction::failed || result == KvmExtraction::declined ||

@@ -112,6 +112,7 @@ TEST_F(Installing, ReadsOnlyWhatWasPublished) {
         EXPECT_EQ(refused == nullptr, fs::remove_all(suite / "Zarn_system") != 0);
         if (refused == nullptr) continue;
         EXPECT_TRUE(says(std::string(refused) + "\nIts SHA256SUMS")) << message();
+        EXPECT_FALSE(holds(KvInstallInfoMsg, "Checking"));
         acknowledge();
     }
 }
