@@ -216,10 +216,11 @@ void setLanguage() {
 
 constexpr std::size_t blockSize = 512;
 using Block = std::array<char, blockSize>;
+constexpr std::size_t typeAt = 156, moreInHeader = 482, moreInMap = 504;
 
 // The bytes that a member's header says follow it; nothing when it is no header that we know.
 std::optional<std::uint64_t> sizeOf(const Block& header) {
-    constexpr std::size_t sumAt = 148, sumLength = 8, sizeAt = 124, sizeLength = 12, typeAt = 156;
+    constexpr std::size_t sumAt = 148, sumLength = 8, sizeAt = 124, sizeLength = 12;
     unsigned long sum = 0;
     for (std::size_t i = 0; i < header.size(); ++i)
         sum += i >= sumAt && i < sumAt + sumLength ? ' ' : static_cast<unsigned char>(header[i]);
@@ -263,6 +264,17 @@ private:
     std::uint64_t length_ = 0;
 };
 
+// The map of a sparse member's holes may go on in blocks of its own; false when one is missing.
+bool passMap(Blocks& blocks, Block& block, std::uint64_t& at) {
+    char more = block[typeAt] == 'S' ? block[moreInHeader] : '\0';
+    while (more != '\0') {
+        at += blockSize;
+        if (!blocks.read(at, block)) return false;
+        more = block[moreInMap];
+    }
+    return true;
+}
+
 // GNU tar takes an archive that breaks off between two members for a whole one. Only what can be
 // followed from header to header up to the break counts as cut off.
 bool isCutOff(const std::string& archive) {
@@ -275,7 +287,7 @@ bool isCutOff(const std::string& archive) {
         Block block{};
         if (!blocks.read(at, block) || block == Block{}) return false;
         const std::optional<std::uint64_t> size = sizeOf(block);
-        if (!size || *size > length) return false;
+        if (!size || *size > length || !passMap(blocks, block, at)) return false;
         at += blockSize * (1 + (*size + blockSize - 1) / blockSize);
     }
     return true;

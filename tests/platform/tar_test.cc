@@ -16,6 +16,8 @@ protected:
             "/bin/tar cf a.tar -- base extra -x '*' && head -c 700 a.tar >short.tar && head -c "
             "1536 a.tar >cut.tar && head -c 1800 a.tar >half.tar && cp a.tar guest@host:tape && "
             "cp a.tar 'with blanks.tar' && echo text >text.tar;"
+            "for i in 1 2 3 4 5 6; do echo >>holes && truncate -s +1M holes; done;"
+            "/bin/tar cSbf 1 - holes | head -c -1024 >holes.tar;"
             // A link with the size of its file, as some tars write it; the sum stays right.
             "ln base twin; /bin/tar cf link.tar --owner Z:0 base twin;"
             "LC_ALL=C sed -i 's/00000000000\\(.*\\)Z/00000020000\\1X/' link.tar");
@@ -37,6 +39,7 @@ TEST_F(TarTest, WhatCountsAsSuccess) {
         {"../short.tar base gone", 2, "Unexpected EOF", "base\n"},
         {"../cut.tar base gone", 2, "cut off", "base\n"},
         {"../half.tar base", 2, "cut off", "base\n"},
+        {"../holes.tar holes", 2, "cut off", "holes\n"},
         {"../link.tar base", 0, "base\n", "base\n"},
         {"../text.tar base", 2, "does not look like a tar archive", ""},
         {"'../with blanks.tar' base", 0, "base\n", "base\n"},
