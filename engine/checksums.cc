@@ -1,6 +1,7 @@
 #include "engine/checksums.h"
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -24,12 +25,14 @@ struct Sum {
     bool ofContent = false;
 };
 
-// sha256sum puts a backslash before the line of a name with a backslash, and doubles that.
+// sha256sum puts a backslash before the line of a name with a backslash, or with the end of a line,
+// and before a sign for each in the name.
 std::string plainName(const std::string& name) {
     std::string plain;
     for (std::size_t i = 0; i < name.size(); ++i) {
-        if (name[i] == '\\') ++i;
-        if (i < name.size()) plain += name[i];
+        const bool sign = name[i] == '\\' && ++i < name.size();
+        if (i == name.size()) break;
+        plain += sign && name[i] == 'n' ? '\n' : sign && name[i] == 'r' ? '\r' : name[i];
     }
     return plain;
 }
@@ -42,12 +45,16 @@ std::vector<Sum> readSums(const std::string& folder) {
     if (!std::filesystem::is_regular_file(list, error)) return sums;
     std::ifstream file(list);
     for (std::string line; std::getline(file, line);) {
+        // As sha256sum: lines may end as on other systems, and digits may be capitals.
+        if (line.ends_with('\r')) line.pop_back();
         Sum sum;
         sum.ofContent = line.starts_with(contentMark);
         if (sum.ofContent) line.erase(0, contentMark.size());
         const bool escaped = line.starts_with('\\');
         if (escaped) line.erase(0, 1);
         sum.value = line.substr(0, digits);
+        std::ranges::transform(sum.value, sum.value.begin(),
+                               [](unsigned char c) { return std::tolower(c); });
         if (line.size() <= digits + 2 ||
             sum.value.find_first_not_of("0123456789abcdef") != std::string::npos)
             continue;

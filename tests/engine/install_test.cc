@@ -84,7 +84,8 @@ TEST_F(Installing, ReadsOnlyWhatWasPublished) {
     ASSERT_EQ(std::system("sha256sum Zarn2.0.tar | sed 's/^/# content /' >content; "
                           "gzip Zarn2.0.tar; cp -r make/Zarn_system . && "
                           "cp -r make/subsystems Zarn_system && "
-                          "find Zarn_system -type f | sort | xargs sha256sum >disc"),
+                          ">\"$(printf 'Zarn_system/a\\rb\\\\')\"; "
+                          "find Zarn_system -type f | sort | xargs -d '\\n' sha256sum >disc"),
               0);
     keepOnly("src");
     // A change stays for the cases below it, whose file has its line further up.
@@ -93,7 +94,7 @@ TEST_F(Installing, ReadsOnlyWhatWasPublished) {
         int medium;
         const char* refused;
     } cases[] = {
-        {"echo \"$Z  Zarn2.0.tar.gz\"", KvmTarFile, "Zarn2.0.tar.gz"},
+        {"printf 'A%063d  Zarn2.0.tar.gz\\r\\n' 0", KvmTarFile, "Zarn2.0.tar.gz"},
         {"echo \"# content $Z  Zarn2.0.tar\"", KvmTarFile, "Zarn2.0.tar.gz"},
         // The bytes are another gzip's.
         {"echo \"$Z  Zarn2.0.tar.gz\"; cat content", KvmTarFile, nullptr},
