@@ -143,7 +143,10 @@ TEST_F(PlatformTest, TheLogHoldsWhatTheTerminalShowsAndKeepsNobodyWaiting) {
             dup2(open("shown", O_WRONLY | O_CREAT | O_APPEND, 0600), output);
         platform::prepareProcess();
         std::fputs(platform::keepLog(folder + "/log", "first").c_str(), stdout);
-        platform::system("echo 1; echo 2 >&2; (sleep 60; echo late) & echo $! >sleeper; seq 3 2e4");
+        // What comes by way of the standard error may be shown later than what follows it.
+        platform::system(
+            "echo 1; echo 2 >&2; timeout 9 sh -c 'until grep -qx 2 shown; do :; done';"
+            "(sleep 60; echo late) & echo $! >sleeper; seq 3 2e4");
         std::printf("last");
         std::exit(0);
     });
