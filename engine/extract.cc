@@ -67,10 +67,13 @@ void showBrochure() {
     if (!firstTimeShell) return;
     firstTimeShell = 0;
     if (!writeBrochure()) return;
+    static const char title[] =
+        "Installation will take a few minutes... use the space bar to scroll up and down";
+    KvcKeepBelowMessages(title);
     KvmRun(
-        "xwsh -bg black -fg cyan -cursorfg cyan -cursorbg cyan -geom 80x20+100+500 -title "
-        "\"Installation will take a few minutes... use the space bar to scroll up and down\" "
-        "-icontitle \"Zarn install\"  -e /bin/csh -c \"more /tmp/.kvcInstallMsg; cat\" &");
+        "xwsh -bg black -fg cyan -cursorfg cyan -cursorbg cyan -geom 80x20+100+500 -title \"%s\" "
+        "-icontitle \"Zarn install\"  -e /bin/csh -c \"more /tmp/.kvcInstallMsg; cat\" &",
+        KvuShellText{title});
 }
 
 // Says what begins, and asks whether it may.

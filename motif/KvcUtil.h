@@ -28,6 +28,11 @@ void KvcInit(Widget topLevel, XtAppContext* appContext);
 /// name another one before it is destroyed.
 void KvcSetMessagesOver(Widget window);
 
+/// Names, by its title, a window of another program that this one starts and that may be late: if
+/// it comes up while a message is shown it stays below, and leaves the message the keyboard. Null:
+/// none, as at the start. The text is kept, not copied.
+void KvcKeepBelowMessages(const char* title);
+
 /// Shows an information and returns at once. While the user has not closed the message before it,
 /// both stand in the box, one below the other, and it is an error's box if one of them is an error.
 /// Of what is too much for the screen the oldest texts are left out. With `showDialog` 0, and while

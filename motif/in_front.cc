@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <string_view>
 
+#include "motif/KvcUtil.h"
 #include "motif/windows.h"
 
 namespace {
@@ -19,6 +21,7 @@ constexpr std::chrono::seconds ComingUp{1};
 constexpr int MostClaims = 10;
 constexpr std::chrono::seconds Calm{1};
 
+const char* rivalTitle = nullptr;
 Widget front = nullptr;
 bool (*frontIsShown)() = nullptr;
 Clock::time_point rivalCameUp;
@@ -26,23 +29,21 @@ Clock::time_point lastClaim;
 int claims = 0;
 std::array<XtEventDispatchProc, LASTEvent> dispatchBefore = {};
 
-bool hasClass(Display* display, Window window) {
-    XClassHint hint = {};
-    if (XGetClassHint(display, window, &hint) == 0) return false;
-    XFree(hint.res_name);
-    XFree(hint.res_class);
-    return true;
+bool hasTitle(Display* display, Window window, std::string_view title) {
+    char* own = nullptr;
+    if (XFetchName(display, window, &own) == 0) return false;
+    const bool same = own == title;
+    XFree(own);
+    return same;
 }
 
-// Whether it is a program's window or the frame of one, rather than a menu.
-bool isClient(Display* display, Window window, int depth = 2) {
-    XWindowAttributes attributes;
-    if (XGetWindowAttributes(display, window, &attributes) == 0) return false;
-    if (attributes.override_redirect == False && hasClass(display, window)) return true;
+// A window manager puts frames around a window, which it may call as it likes.
+bool holdsTitle(Display* display, Window window, std::string_view title, int depth = 2) {
+    if (hasTitle(display, window, title)) return true;
     if (depth == 0) return false;
     const auto below = KvcChildren(display, window);
     return std::any_of(below.begin(), below.end(),
-                       [=](Window child) { return isClient(display, child, depth - 1); });
+                       [=](Window child) { return holdsTitle(display, child, title, depth - 1); });
 }
 
 // Two that both want to be in front would go on for ever.
@@ -80,8 +81,17 @@ void claimKeyboard() {
     if (!hasKeyboard(front) && mayClaim()) KvcGiveKeyboard(front);
 }
 
-bool isOwn(Display* display, Window window) {
+bool isFront(Display* display, Window window) {
     return window == XtWindow(front) || window == KvcFrameWindow(display, XtWindow(front));
+}
+
+// What comes up by the program's doing, and so may be kept below: all else is the user's. Of other
+// programs' windows many, as menus, are gone when they are heard of, and must not be looked at.
+bool isRival(Display* display, Window window) {
+    if (const Widget own = XtWindowToWidget(display, window)) return XtIsShell(own);
+    const auto there = KvcChildren(display, DefaultRootWindow(display));
+    return rivalTitle != nullptr && std::find(there.begin(), there.end(), window) != there.end() &&
+           holdsTitle(display, window, rivalTitle);
 }
 
 void stayAbove() {
@@ -94,9 +104,9 @@ void watch(const XEvent& event) {
     if (event.type == MapNotify) {
         // All windows of the screen are seen to come up, with their frames.
         const KvcHeldServer server(display);
-        if (isOwn(display, event.xmap.window))
+        if (isFront(display, event.xmap.window))
             claimKeyboard();
-        else if (isClient(display, event.xmap.window))
+        else if (isRival(display, event.xmap.window))
             stayAbove();
         return;
     }
@@ -133,6 +143,10 @@ void KvcKeepInFront(Widget shell, bool (*isShown)()) {
     XGetWindowAttributes(display, DefaultRootWindow(display), &root);
     XSelectInput(display, DefaultRootWindow(display),
                  root.your_event_mask | SubstructureNotifyMask);
+}
+
+void KvcKeepBelowMessages(const char* title) {
+    rivalTitle = title;
 }
 
 void KvcGiveKeyboard(Widget shell) {

@@ -11,10 +11,10 @@
 void KvcAnnounceFront(Widget shell);
 
 /// From now on, whenever `isShown` holds, `shell` takes the keyboard when it comes up, and when
-/// another window of the program gets it. A window of another program that comes up meanwhile stays
-/// below `shell` and leaves it the keyboard; what the user turns to himself keeps it. `shell` does
-/// not insist against one that keeps doing the same. To be called for one shell, once it is
-/// realized.
+/// another window of the program gets it. Another window of the program that comes up meanwhile,
+/// or the one that KvcKeepBelowMessages names, stays below `shell` and leaves it the keyboard; all
+/// other windows are left alone. `shell` does not insist against one that keeps doing the same. To
+/// be called for one shell, once it is realized.
 void KvcKeepInFront(Widget shell, bool (*isShown)());
 
 /// Gives the keyboard to `shell`, above all windows. Nothing happens while it isn't on the screen.

@@ -73,15 +73,18 @@ iconified() {
         xdotool windowmap "$main" && soon has_window "$question" && let_it && answered_by_keys
 }
 
-covered() {
-    local X Y WIDTH HEIGHT whole
+# Who looks something up before the answer must not type into the question.
+left_alone() {
+    local before other
     ask || return 1
-    eval "$(xdotool getwindowgeometry --shell "$(pilot find "$question")")"
-    window_at=${WIDTH}x$HEIGHT+$X+$Y
-    let_it
-    whole=$(picture)
-    xterm -title over -geometry "40x10+$X+$Y" -e sleep 60 2>/dev/null &
-    soon has_window over && let_it && soon looks_like "$whole" && answered_by_keys
+    before=$(answers)
+    xterm -title other -geometry 40x10+0+0 -e sleep 60 2>/dev/null &
+    soon has_window other && let_it && other=$(pilot find other) &&
+        xdotool windowraise "$other" mousemove 40 100 click 1 sleep 0.1 windowfocus "$other" &&
+        soon has_keyboard other && xdotool key Right space && let_it && has_keyboard other &&
+        has_answers "$before" || return 1
+    kill $!
+    soon has_no_window other && pilot answer "$question" No
 }
 
 after_information() {
@@ -91,7 +94,21 @@ after_information() {
     xdotool windowraise "$(pilot find "$brochure")" mousemove $((X + 300)) $((Y + 200)) click 1
     let_it
     touch "$(home)/go-on"
-    wait_for has_window "$question" && answered_by_keys
+    wait_for has_window "$question" && soon has_keyboard "$question"
+}
+
+# Over the question that is still open, as if it had taken its time.
+late_information() {
+    local X Y WIDTH HEIGHT whole
+    xdotool windowkill "$(pilot find "$brochure")"
+    soon has_no_window "$brochure" || return 1
+    eval "$(xdotool getwindowgeometry --shell "$(pilot find "$question")")"
+    window_at=${WIDTH}x$HEIGHT+$X+$Y
+    xdotool mousemove $((X + 9)) $((Y + 9))
+    let_it
+    whole=$(picture)
+    xterm -title "$brochure" -geometry "40x10+$X+$Y" -e sleep 60 2>/dev/null &
+    soon has_window "$brochure" && let_it && soon looks_like "$whole" && answered_by_keys
 }
 
 # A display of its own and an installer that has something to say.
@@ -99,7 +116,9 @@ begin() {
     end
     export HOME=$place/manager
     rm -rf "$HOME"
-    mkdir "$HOME"
+    mkdir -p "$HOME/.fluxbox"
+    # It would tell in a window of its own that it finds no program for the background.
+    echo "background: none" >"$HOME/.fluxbox/overlay"
     desktop_start "$shots" "$manager" "$screen"
     begin_unfinished
 }
@@ -128,8 +147,9 @@ try() {
     row "a question" asked
     row "after a click on the window behind" clicked_behind
     [ "$manager" = none ] || row "after the window was an icon" iconified
-    row "over a terminal that comes up" covered
+    row "not while a terminal of the user's has it" left_alone
     row "after the information window had it" after_information
+    row "over an information window that is late" late_information
 }
 
 # A picture of a question on the screen.

@@ -194,6 +194,22 @@ TEST_F(Messages, AreOverTheWindowAndOnTheScreen) {
     }
 }
 
+// A menu of another program is often gone before its coming up is looked at.
+TEST_F(Messages, OutliveWindowsOfOthers) {
+    const Widget shell = shown("Done.");
+    ASSERT_TRUE(pumpUntil(shell, [=] { return isViewable(shell); }));
+    Display* other = XOpenDisplay(nullptr);
+    XSetWindowAttributes menu;
+    menu.override_redirect = True;
+    const Window gone = XCreateWindow(other, DefaultRootWindow(other), 0, 0, 9, 9, 0, 0,
+                                      InputOutput, CopyFromParent, CWOverrideRedirect, &menu);
+    XMapWindow(other, gone);
+    XDestroyWindow(other, gone);
+    XCloseDisplay(other);
+    pump(shell);
+    EXPECT_TRUE(XtIsManaged(kvcMessageWidget));
+}
+
 TEST(Readable, KeepsWhatTheLocaleHasAndMarksTheRest) {
     const char* latin = "/L\374ck/\303";
     EXPECT_EQ(KvcReadable(latin), latin) << "one byte is one character";
