@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -34,15 +35,20 @@ double milliseconds(Clock::duration time) {
     std::exit(1);
 }
 
-// Nanoseconds that the process and the children that it waited for were on a processor.
-std::string processorTime(pid_t program) {
-    std::string time, children;
-    std::ifstream("/proc/" + std::to_string(program) + "/schedstat") >> time;
-    std::ifstream("/proc/" + std::to_string(program) + "/task/" + std::to_string(program) +
-                  "/children") >>
-        children;
-    // A child that runs is work as well.
-    return children.empty() ? time : std::to_string(Clock::now().time_since_epoch().count());
+std::string contentOf(const std::string& file) {
+    std::ostringstream text;
+    text << std::ifstream(file).rdbuf();
+    return text.str();
+}
+
+// Changes while the program or a child of it works, and when a child begins or ends.
+std::string activity(pid_t program) {
+    const std::string own = std::to_string(program);
+    const std::string children = contentOf("/proc/" + own + "/task/" + own + "/children");
+    std::string all = contentOf("/proc/" + own + "/schedstat") + children;
+    std::istringstream list(children);
+    for (std::string child; list >> child;) all += contentOf("/proc/" + child + "/schedstat");
+    return all;
 }
 
 long residentKilobytes(pid_t program) {
@@ -90,9 +96,10 @@ int main(int argc, char** argv) {
     Clock::time_point mapped{}, busy = begin;
     std::string before;
     while (mapped == Clock::time_point{} || Clock::now() - busy < quiet) {
-        if (Clock::now() - begin > longestStart) giveUp("no window came up");
+        if (Clock::now() - begin > longestStart)
+            giveUp("no window came up, or the program never waits");
         if (mapped == Clock::time_point{} && windowCameUp(display)) mapped = Clock::now();
-        const std::string now = processorTime(program);
+        const std::string now = activity(program);
         if (now != before) busy = Clock::now();
         before = now;
         usleep(pollMicroseconds);
