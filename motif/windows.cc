@@ -80,5 +80,5 @@ KvcFrame KvcFrameOf(Widget shell) {
 void KvcWaitFor(const std::function<bool()>& isMet) {
     using std::chrono::steady_clock;
     const auto end = steady_clock::now() + LongestWait;
-    while (!isMet() && steady_clock::now() < end) usleep(5000);
+    while (!isMet() && steady_clock::now() < end) usleep(1000);
 }
