@@ -6,7 +6,7 @@ begin_anew() {
     rm -rf "$place/suite" "$HOME/.Zarn_inst"*
     mkdir "$place/suite"
     [ "${as_user[0]}" = env ] || chown 12345 "$place/suite"
-    cd "$place/distribution"
+    cd "$place/distribution" || return
 }
 
 # Runs an installation from $1, "archives" or "cdrom"; prints its seconds. Further arguments are

@@ -9,7 +9,7 @@ starts=11
 compare_starts() {
     local run program
     rm -f "$place"/starts.*
-    cd "$place/bin"
+    cd "$place/bin" || return
     for ((run = 0; run < starts; run++)); do
         for program in button Zarn_install; do
             start_command "$program"
@@ -140,6 +140,6 @@ time_commands() {
 }
 
 in_window() {
-    cd "$place/bin"
+    cd "$place/bin" || return
     echo "| $1 | $("${as_user[@]}" "$place/bin/bench_window" "$2" "$3" 2>&1 >/dev/null | tail -n 1) |"
 }

@@ -13,7 +13,7 @@ make_suite() {
         echo "$name" >"$suite/subsystems/$name/content"
     done
     # Letters, four for three bytes, so that there is something to compress.
-    head -c $(($2 * $3 / 4 * 3)) /dev/urandom | base64 -w 0 |
+    head -c $(($2 * $3 * 3 / 4)) /dev/urandom | base64 -w 0 |
         split -a 5 -d -b "$3" - "$suite/Zarn_system/data/f"
 }
 
