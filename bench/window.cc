@@ -89,6 +89,7 @@ int messages(int count) {
 
 int users(int count) {
     std::vector<std::string> names;
+    names.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) names.push_back("user" + std::to_string(i));
     std::fprintf(stderr, "%.4f\n", secondsOf([&] { KvmShowUsers(names); }));
     return 0;
