@@ -253,6 +253,8 @@ int main(int argc, char** argv) {
     }
     // The installer lets its own window read defaults from /tmp, where anybody may put files.
     unsetenv("XFILESEARCHPATH");
+    // A display that does not trust the program (ssh -X) keeps Motif from leaving notes for others.
+    XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
     XtSetLanguageProc(nullptr, nullptr, nullptr);
     XtToolkitInitialize();
     XtAppContext context = XtCreateApplicationContext();

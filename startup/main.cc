@@ -117,6 +117,16 @@ static void warn(String name, String type, String defaultClass, String text, Str
         warnAsBefore(name, type, defaultClass, text, parameters, count);
 }
 
+// A display refuses some requests to a program that it does not trust (ssh -X), such as the notes
+// that Motif leaves on the root window. None is worth ending an installation that is on its way.
+static int surviveError(Display* display, XErrorEvent* error) {
+    char text[128] = "";
+    XGetErrorText(display, error->error_code, text, sizeof text);
+    if (error->error_code != BadAccess)
+        std::fprintf(stderr, "The display refuses request %d: %s\n", error->request_code, text);
+    return 0;
+}
+
 int main(int argc, char** argv) {
     platform::prepareProcess();
     // The launcher's commands can run out of swap space already, and the warning names the product.
@@ -125,6 +135,7 @@ int main(int argc, char** argv) {
     ZarnLogStart(argc, argv);
     ZarnAppInit("Zarn_install");
     XtSetLanguageProc(nullptr, setLanguage, nullptr);
+    XSetErrorHandler(surviveError);
     XtAppContext appContext = nullptr;
     const Widget topLevelShell = XtVaAppInitialize(&appContext, "Zarn_install", nullptr, 0, &argc,
                                                    argv, ZarnAppFallbacks(), nullptr);
