@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -21,6 +22,10 @@ namespace {
 bool askedDisplay(bool (*question)(Display*), bool otherwise) {
     const pid_t child = fork();
     if (child == 0) {
+        // A server that is stopped, or a tunnel whose other end has gone, says nothing at all.
+        constexpr unsigned longestWait = 20;
+        std::signal(SIGALRM, SIG_DFL);
+        alarm(longestWait);
         Display* display = XOpenDisplay(nullptr);
         _exit(display != nullptr && question(display) ? 0 : 1);
     }

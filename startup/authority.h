@@ -5,7 +5,8 @@
 /// The permission to use the display: it lies in a file of the user's (XAUTHORITY), and the
 /// super-user needs it as well.
 
-/// Whether DISPLAY can be opened; tried by another process, so that no connection stays behind.
+/// Whether DISPLAY can be opened within 20 seconds; tried by another process, so that no connection
+/// stays behind.
 [[nodiscard]] bool displayOpens();
 
 /// As super-user, takes the file of the user who called sudo, if it opens the display and
