@@ -13,7 +13,7 @@ set(CPACK_DEBIAN_PACKAGE_SECTION x11)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "csh, xterm")
 # The fonts serve the X server, which may be another machine's.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xauth, x11-utils, xfonts-75dpi, xfonts-base, openssh-client")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xauth, x11-utils, xfonts-75dpi, xfonts-base, openssh-client, procps")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "ncompress, xorriso, sudo")
 include(CPack)
 

@@ -1,8 +1,8 @@
 # Installs what the project needs from Debian. Sourced.
 
 zarn_build_packages="g++ cmake make libmotif-dev libxt-dev libx11-dev libxpm-dev libgtest-dev libxtst-dev libxmu-dev"
-zarn_run_packages="xterm csh mwm ncompress x11-utils xfonts-75dpi xfonts-100dpi xfonts-base openssh-client"
-zarn_test_packages="xvfb xauth x11-xserver-utils xdotool imagemagick procps xorriso twm openbox"
+zarn_run_packages="xterm csh mwm ncompress x11-utils xfonts-75dpi xfonts-100dpi xfonts-base openssh-client procps"
+zarn_test_packages="xvfb xauth x11-xserver-utils xdotool imagemagick xorriso twm openbox"
 zarn_manager_packages="icewm fluxbox xfwm4 metacity dbus-daemon"
 zarn_memory_packages="valgrind libc6-dbg"
 zarn_check_packages="git clang-format clang-tidy shellcheck"
