@@ -56,16 +56,14 @@ int openLog(const std::string& path, std::string& reason) {
 
 int openShortLog(const std::string& path, std::string& reason) {
     reason = whyNotIn(std::filesystem::path(path).parent_path());
-    int file = reason.empty() ? openLog(path, reason) : -1;
+    const int file = reason.empty() ? openLog(path, reason) : -1;
     if (file < 0 || lseek(file, 0, SEEK_END) < longLog) return file;
     const std::string old = path + ".old";
-    if (std::rename(path.c_str(), old.c_str()) == 0) {
-        close(file);
-        file = openLog(path, reason);
-    } else if (ftruncate(file, 0) != 0) {
-        reason = std::strerror(errno);
-    }
-    return file;
+    const bool moved = std::rename(path.c_str(), old.c_str()) == 0;
+    if (!moved && ftruncate(file, 0) == 0) return file;
+    reason = std::strerror(errno);
+    close(file);
+    return moved ? openLog(path, reason) : -1;
 }
 
 // False, with errno set, when the file takes no more.

@@ -69,8 +69,8 @@ TEST_F(ToolsTest, TheTerminalStaysAfterAFailure) {
         {"true", 0, ""},
         {"/bin/sh -c 'kill -INT $PPID; exit 1'", 1, ""},
         {"/bin/sh -c 'exit 3'", 3, "status 3"},
-        {R"(/bin/sh -c "echo; echo; su root -c '././Zarn -noShell -icons '\\''a b'\\'' '")", 1,
-         "\n        ./Zarn -noShell -icons 'a b' \n"},
+        {R"(/bin/sh -c "echo; echo; su root -c '././Zarn -noShell -icons '\\''a \\!b'\\'' '")", 1,
+         "\n        ./Zarn -noShell -icons 'a !b' \n"},
         {"/bin/sh -c './lacking -noShell -ftp'", 127, "needs: libq.so.6\n"},
         {"/bin/no-csh -c x", 127, "no program /bin/no-csh"},
     };
