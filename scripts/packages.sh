@@ -8,6 +8,7 @@ zarn_memory_packages="valgrind libc6-dbg"
 zarn_check_packages="git clang-format clang-tidy shellcheck"
 zarn_package_packages="dpkg-dev lintian debootstrap"
 zarn_bench_packages="strace xtrace"
+zarn_mutation_packages="git python3"
 
 # Installs those of the named packages that are missing; as root, or else through sudo.
 require_packages() {
