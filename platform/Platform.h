@@ -4,7 +4,8 @@
 #include <string>
 
 /// What the suite's original workstation offered its programs and Linux does not, or not so.
-/// The programs among it (xwsh, xconfirm, jot, a tape-aware tar) lie in the folder Zarn_tools.
+/// The programs for that (xwsh, xconfirm, jot, a tape-aware tar) have tools/ to themselves, and lie
+/// in the folder Zarn_tools.
 namespace platform {
 
 /// Makes the process fit to run as root, however it was started: standard input, output and error

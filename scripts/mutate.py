@@ -13,7 +13,7 @@ import re
 import subprocess
 import sys
 
-ROOMS = ["platform", "support", "builder", "motif", "engine", "ui", "startup"]
+ROOMS = ["platform", "tools", "support", "builder", "motif", "engine", "ui", "startup"]
 # Longest time for all tests after one fault, in seconds; what takes longer hangs.
 LIMIT = 240
 
