@@ -60,9 +60,9 @@ void fillGaps(Display* display, XrmDatabase lines) {
 }
 
 std::string instancePath(Widget w, const char* instanceName) {
-    std::string path = KvuPrint("*%s", instanceName);
+    std::string path = KvuFormat("*%s", instanceName);
     for (; w != nullptr && XtClass(w) != applicationShellWidgetClass; w = XtParent(w))
-        path = KvuPrint("*%s%s", XtName(w), path.c_str());
+        path = KvuFormat("*%s%s", XtName(w), path.c_str());
     return path;
 }
 
@@ -70,10 +70,10 @@ std::string resourceLine(const std::string& instance, const UIAppDefault& entry)
     const char* path = instance.c_str();
     [[maybe_unused]] const auto& [root, widget, child, resource, value] = entry;
     if (child == nullptr && *widget != '\0')
-        return KvuPrint("%s*%s.%s: %s", path, widget, resource, value);
-    if (child == nullptr) return KvuPrint("%s.%s: %s", path, resource, value);
-    if (*child != '\0') return KvuPrint("%s.%s*%s.%s: %s", path, widget, child, resource, value);
-    return KvuPrint("%s.%s.%s: %s", path, widget, resource, value);
+        return KvuFormat("%s*%s.%s: %s", path, widget, resource, value);
+    if (child == nullptr) return KvuFormat("%s.%s: %s", path, resource, value);
+    if (*child != '\0') return KvuFormat("%s.%s*%s.%s: %s", path, widget, child, resource, value);
+    return KvuFormat("%s.%s.%s: %s", path, widget, resource, value);
 }
 
 }  // namespace
@@ -166,7 +166,7 @@ double* DOUBLE(double value) {
 void setDefaultResources(const char* path, Widget w, const char* const* lines) {
     XrmDatabase defaults = XrmGetStringDatabase("");
     for (; *lines != nullptr; ++lines)
-        XrmPutLineResource(&defaults, KvuPrint("*%s%s", path, *lines).c_str());
+        XrmPutLineResource(&defaults, KvuFormat("*%s%s", path, *lines).c_str());
     fillGaps(XtDisplay(w), defaults);
 }
 

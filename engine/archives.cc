@@ -20,10 +20,10 @@ bool isArchiveName(const char* name) {
 // The medium's text is split into words again: a name with a blank needs its quotes.
 std::string archiveWord(std::string_view name) {
     const bool blank = name.find_first_of(" \t") != std::string_view::npos;
-    return blank ? KvuPrint("\"%s\"", std::string(name).c_str()) : std::string(name);
+    return blank ? KvuFormat("\"%s\"", std::string(name).c_str()) : std::string(name);
 }
 
-std::vector<std::string> wordsOf(const char* text) {
+std::vector<std::string> typedWords(const char* text) {
     char* words[KvTextSize / 2 + 1];
     const int count = KvuString::parseLine(text, words, '#');
     return {words, words + count};
@@ -49,7 +49,7 @@ bool locate(const std::string& word, bool asWritten, KvmArchive& archive) {
     std::error_code error;
     const char* directory = asWritten ? nullptr : KvmInstallMgr::_info.startDir;
     archive.word = presentName(word, directory);
-    archive.path = asWritten ? archive.word : KvuPrint("%s/%s", directory, archive.word.c_str());
+    archive.path = asWritten ? archive.word : KvuFormat("%s/%s", directory, archive.word.c_str());
     archive.unpacked = withoutExtension(archive.path);
     if (!KvuSystem::fileExists(directory, archive.word.c_str(), 0))
         return KvmFail("Could not open tar file:\n", archive.path.c_str());
@@ -64,7 +64,7 @@ void fetchGunzip() {
     if (KvuSystem::fileExists("/usr/sbin", "gunzip", 0) ||
         !KvuSystem::fileExists(startDir, "gunzip", 0))
         return;
-    const std::string own = KvuPrint("%s/%s", startDir, "gunzip");
+    const std::string own = KvuFormat("%s/%s", startDir, "gunzip");
     std::error_code error;
     if (!std::filesystem::is_regular_file(own, error)) return;
     if (KvuSystem::cp(own.c_str(), "/usr/sbin", 0)) KvmStatus("Copied gunzip to /usr/sbin...");
@@ -84,7 +84,7 @@ std::string KvmArchiveNames() {
     for (int i = 0; i < listing.count; ++i) {
         const char* name = listing.entries[i]->d_name;
         if (isArchiveName(name))
-            names = KvuPrint("%s %s", names.c_str(), archiveWord(name).c_str());
+            names = KvuFormat("%s %s", names.c_str(), archiveWord(name).c_str());
     }
     if (names.empty())
         KvcUserError("Could not locate a (Zarn system) tar file in:\n", startDir,
@@ -93,7 +93,7 @@ std::string KvmArchiveNames() {
 }
 
 std::vector<KvmArchive> KvmLocateArchives(const char* text, bool& all) {
-    const std::vector<std::string> words = wordsOf(text);
+    const std::vector<std::string> words = typedWords(text);
     if (words.empty())
         KvcUserError("Please enter the location of the Zarn system\ntar file first!");
     const bool asWritten = KvuString::characterCt(text, '/') > 0;
@@ -144,6 +144,6 @@ int KvmInstallMgr::uncompress(const char* archive, KvText& out) {
 
 int KvmInstallMgr::compress(const char* file) {
     // gzip would ask on the terminal whether to overwrite it.
-    if (KvuSystem::fileExists(nullptr, KvuPrint("%s.gz", file).c_str(), 0)) return 0;
+    if (KvuSystem::fileExists(nullptr, KvuFormat("%s.gz", file).c_str(), 0)) return 0;
     return KvmRun("gzip %s", file);
 }

@@ -121,7 +121,7 @@ std::string remoteTape() {
 }
 
 std::string cdRomDirectory() {
-    return KvuPrint("%s/%s", KvmInstallMgr::_info.startDir, kvmSystem);
+    return KvuFormat("%s/%s", KvmInstallMgr::_info.startDir, kvmSystem);
 }
 
 }  // namespace
@@ -186,7 +186,7 @@ void selectForEdition(int mask) {
 }  // namespace
 
 std::string KvmSubsystemFolder() {
-    return KvuPrint("%s/%s/%s", KvmInstallMgr::_info.path, kvmSystem, kvmSubsystems);
+    return KvuFormat("%s/%s/%s", KvmInstallMgr::_info.path, kvmSystem, kvmSubsystems);
 }
 
 std::set<const KvmInstallSubsystemRow*> KvmRowsIn(const std::string& folder) {
@@ -223,7 +223,7 @@ KvmRows KvmRowsOnDisk(const KvmRows& rows, bool present) {
 std::string KvmLabelList(const KvmRows& rows) {
     std::string labels;
     for (const KvmInstallSubsystemRow* row : rows)
-        labels = KvuPrint("%s\n%s", labels.c_str(), row->label);
+        labels = KvuFormat("%s\n%s", labels.c_str(), row->label);
     return labels;
 }
 

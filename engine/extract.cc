@@ -96,7 +96,7 @@ KvmExtraction howMuch(const KvmPlan& plan, const KvmRows& there) {
 }
 
 std::string extractedFolder(const KvmPlan& plan) {
-    return KvuPrint("%s/%s", plan.place.c_str(), kvmSubsystems);
+    return KvuFormat("%s/%s", plan.place.c_str(), kvmSubsystems);
 }
 
 // One archive or tape. The last pass is the one that asks whether to go on.
@@ -110,7 +110,7 @@ KvmExtraction extractPass(const KvmPlan& plan, const char* from, bool finalPass)
     const int status = KvuSystem::system(command.text.c_str(), 1);
     const bool read = status == 0 || (WIFEXITED(status) && WEXITSTATUS(status) == nothingFound);
     // Of several archives a later one may hold the product tree.
-    const std::string tree = KvuPrint("%s/%s", plan.place.c_str(), kvmSystem);
+    const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
     const KvmRows there = KvmWantedIn(plan, extractedFolder(plan));
     // An adding that brought nothing has failed, whatever its commands said.
     const bool nothing = KvuSystem::numFiles(tree.c_str()) == 0 || (plan.adding && there.empty());
@@ -206,12 +206,12 @@ KvmExtraction KvmExtractFromArchives(KvmPlan& plan) {
 KvmExtraction KvmCopyFromCdRom(KvmPlan& plan) {
     if (!announce(plan, true)) return KvmExtraction::declined;
     if (!plan.adding) KvuSystem::mkdir(kvmSystem);
-    if (!KvmChangeDirectory(KvuPrint("%s/%s", plan.place.c_str(), kvmSystem))) {
+    if (!KvmChangeDirectory(KvuFormat("%s/%s", plan.place.c_str(), kvmSystem))) {
         KvmFail("Can't write to disk.\nPlease select another path", KvmSystemReason(errno));
         return KvmExtraction::failed;
     }
     // What the disc does not hold would make cp fail for the rest as well.
-    const KvmRows there = KvmWantedIn(plan, KvuPrint("%s/%s", plan.source.c_str(), kvmSubsystems));
+    const KvmRows there = KvmWantedIn(plan, KvuFormat("%s/%s", plan.source.c_str(), kvmSubsystems));
     const KvmExtraction result = copyIntoTree(plan, there);
     const bool placed =
         result == KvmExtraction::failed || there.empty() || placeCopies(there) || !plan.adding;

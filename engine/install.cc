@@ -36,15 +36,15 @@ KvmInstallInfo& state() {
 bool takeLocation() {
     const std::string typed = KvmLocationField();
     if (!state().installed)
-        return typed == state().path ? !KvmTakeLocation(typed).empty()
+        return typed == state().path ? !KvmCheckedLocation(typed).empty()
                                      : KvmInstallMgr::setLocation(typed.c_str()) != 0;
-    const std::string place = KvmTakeLocation(typed);
+    const std::string place = KvmCheckedLocation(typed);
     if (place.empty()) return false;
     if (KvmIsSameDirectory(place, state().path)) return true;
     return KvmFail(
-        KvuPrint("%s is installed in\n%s.\nTo install into\n%s,\npress \"Ok\" beside that "
-                 "location first.",
-                 KvmInstalledProgram().c_str(), state().path, place.c_str())
+        KvuFormat("%s is installed in\n%s.\nTo install into\n%s,\npress \"Ok\" beside that "
+                  "location first.",
+                  KvmInstalledProgram().c_str(), state().path, place.c_str())
             .c_str());
 }
 
@@ -70,7 +70,7 @@ KvmPlan planOfFields() {
     plan.source = state().readText;
     // A copy starts in the product tree, the look at its source elsewhere.
     if (state().readFrom == KvmCdRom && !plan.source.starts_with('/'))
-        plan.source = KvuPrint("%s/%s", state().startDir, plan.source.c_str());
+        plan.source = KvuFormat("%s/%s", state().startDir, plan.source.c_str());
     if (!plan.adding || state().subsystemsAdded) plan.wanted = KvmWantedRows();
     return plan;
 }
@@ -166,8 +166,8 @@ bool liesBelow(const std::string& path, const std::string& directory) {
 // removed.
 bool canBeReadAgain(const KvmPlan& plan) {
     const auto goes = [&](const std::string& path) {
-        return liesBelow(path, KvuPrint("%s/%s", plan.place.c_str(), kvmSystem)) ||
-               liesBelow(path, KvuPrint("%s/%s", plan.place.c_str(), kvmSubsystems));
+        return liesBelow(path, KvuFormat("%s/%s", plan.place.c_str(), kvmSystem)) ||
+               liesBelow(path, KvuFormat("%s/%s", plan.place.c_str(), kvmSubsystems));
     };
     bool readable = plan.allArchives;
     if (state().readFrom == KvmCdRom)
@@ -202,7 +202,7 @@ int refuseFolder(const std::string& folder, const char* name) {
 // this user left there when it ended early is taken up again.
 bool isFree(KvmPlan& plan) {
     if (plan.complete) return true;
-    const std::string tree = KvuPrint("%s/%s", plan.place.c_str(), kvmSystem);
+    const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
     const bool folder = KvmHolds(plan.place, kvmSubsystems);
     if (plan.adding && state().readFrom == KvmCdRom) {
         const auto there = KvmRowsIn(tree);
@@ -268,7 +268,7 @@ bool changeEdition(const KvmPlan& plan) {
 // Only what nobody had before gets what is extracted.
 bool makeFolder(const KvmPlan& plan, const char* name) {
     constexpr mode_t mode = 0755;
-    if (mkdir(KvuPrint("%s/%s", plan.place.c_str(), name).c_str(), mode) == 0) return true;
+    if (mkdir(KvuFormat("%s/%s", plan.place.c_str(), name).c_str(), mode) == 0) return true;
     return errno == EEXIST ? refuseFolder(plan.place, name)
                            : KvmFail(cantWrite, KvmSystemReason(errno));
 }
@@ -277,7 +277,7 @@ bool makeFolders(const KvmPlan& plan) {
     if (!plan.adding && !makeFolder(plan, kvmSystem)) return false;
     if (state().readFrom == KvmCdRom || plan.wanted.empty() || makeFolder(plan, kvmSubsystems))
         return true;
-    if (!plan.adding) rmdir(KvuPrint("%s/%s", plan.place.c_str(), kvmSystem).c_str());
+    if (!plan.adding) rmdir(KvuFormat("%s/%s", plan.place.c_str(), kvmSystem).c_str());
     return false;
 }
 
@@ -291,7 +291,7 @@ bool enter(const KvmPlan& plan) {
 bool removeRest(const KvmPlan& plan) {
     for (const char* name : {kvmSubsystems, kvmSystem}) {
         // A copy of a CD-ROM is as read-only as that until it is complete.
-        if (isDirectory(KvuPrint("%s/%s", plan.place.c_str(), name)))
+        if (isDirectory(KvuFormat("%s/%s", plan.place.c_str(), name)))
             KvmRun("chmod -R u+rwX %s/%s", plan.place, name);
         if (!KvmRun("rm -rf %s/%s", plan.place, name))
             return KvmFail("Can't remove ", name, KvmCommandReason());
@@ -337,7 +337,7 @@ void keepArchives(const KvmPlan& plan) {
 
 // A place in which nothing was left is as it was.
 bool isAsBefore(const KvmPlan& plan) {
-    const std::string tree = KvuPrint("%s/%s", plan.place.c_str(), kvmSystem);
+    const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
     return rmdir(tree.c_str()) == 0 || !KvmHolds(plan.place, kvmSystem);
 }
 
@@ -365,14 +365,14 @@ int giveUpPlacing(const KvmPlan& plan) {
 std::string installerToCopy() {
     std::error_code error;
     if (KvmHolds(state().startDir, "Zarn_install"))
-        return KvuPrint("%s/Zarn_install", state().startDir);
+        return KvuFormat("%s/Zarn_install", state().startDir);
     return std::filesystem::read_symlink("/proc/self/exe", error);
 }
 
 int copyInstaller(const KvmPlan& plan) {
     const char* const step = "the copy of the installer into the product tree.";
     const std::string own = installerToCopy();
-    const std::string copy = KvuPrint("%s/%s/bin/Zarn_install", plan.place.c_str(), kvmSystem);
+    const std::string copy = KvuFormat("%s/%s/bin/Zarn_install", plan.place.c_str(), kvmSystem);
     std::error_code error;
     // Reading a pipe, say, could last for ever.
     if (!std::filesystem::is_regular_file(own, error))
@@ -407,7 +407,7 @@ void setUp(const KvmPlan& plan) {
 
 // An archive can hold anything under these names, links included.
 bool isSound(const KvmPlan& plan) {
-    const std::string tree = KvuPrint("%s/%s", plan.place.c_str(), kvmSystem);
+    const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
     const std::string script = tree + "/bin/Zarn.install";
     const std::string resources = tree + "/resources";
     struct stat entry;

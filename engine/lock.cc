@@ -16,7 +16,7 @@ namespace {
 bool isOrdinaryUsers(int process) {
     struct stat status;
     return geteuid() == 0 && process != 0 &&
-           stat(KvuPrint("/proc/%d", process).c_str(), &status) == 0 && status.st_uid != 0;
+           stat(KvuFormat("/proc/%d", process).c_str(), &status) == 0 && status.st_uid != 0;
 }
 
 }  // namespace
@@ -37,5 +37,5 @@ bool KvmPlaceLock::held() const {
 std::string KvmOtherInstaller(int file) {
     const int process = platform::lockHolder(file);
     return process == 0 ? "Another Zarn_install"
-                        : KvuPrint("Another Zarn_install (process %d)", process);
+                        : KvuFormat("Another Zarn_install (process %d)", process);
 }

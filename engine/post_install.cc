@@ -64,7 +64,7 @@ int KvmInstallMgr::installDesktop() {
     if (KvcUserConfirm(2, yesNo, "Do you want to install Indigo Magic desktop icons?") != 0)
         return 0;
     KvmStatus("Installing desktop icons, please wait...");
-    if (!KvmMayRun(KvuPrint("%s/%s/bin/Zarn.installDesktop", _info.path, kvmSystem))) return 0;
+    if (!KvmMayRun(KvuFormat("%s/%s/bin/Zarn.installDesktop", _info.path, kvmSystem))) return 0;
     if (!KvmRun("%s/%s/bin/%s %s %s", _info.path, kvmSystem, "Zarn.installDesktop", _info.path,
                 KvmInstalledProgram()))
         return 0;
@@ -86,7 +86,7 @@ int KvmInstallMgr::installTranslators() {
             "Alright, if you'd like to install the translators at a later point,\nplease refer "
             "to ",
             translatorPage, " for more information.");
-    if (!KvmMayRun(KvuPrint("%s/%s/bin/Zarn.installTranslators", _info.path, kvmSystem))) return 0;
+    if (!KvmMayRun(KvuFormat("%s/%s/bin/Zarn.installTranslators", _info.path, kvmSystem))) return 0;
     if (KvmRun("%s/%s/bin/%s &", _info.path, kvmSystem, "Zarn.installTranslators")) return 1;
     return KvmFail("Could not run Netscape on this system. Please refer to\n", translatorPage,
                    " for information\n on downloading these translators.");

@@ -72,7 +72,7 @@ bool isBelieved(const std::string& path) {
 using Words = std::array<std::string_view, 3>;
 
 // The first three words of a line; quotes are ordinary characters here, unlike in what users type.
-Words wordsOf(std::string_view line) {
+Words recordWords(std::string_view line) {
     Words words;
     for (std::string_view& word : words) {
         const auto start = line.find_first_not_of(" \t");
@@ -111,7 +111,7 @@ std::string valueIn(const std::string& path, std::string_view wanted) {
     const KvuFile record = openRecord(path.c_str());
     if (!record || !KvmIsTrusted(path)) return found;
     forEachLine(record.get(), [&](std::string_view line) {
-        const auto [mark, key, value] = wordsOf(line);
+        const auto [mark, key, value] = recordWords(line);
         if (mark == "#" && key == wanted && !value.empty()) found = value;
     });
     return found;
@@ -146,12 +146,12 @@ bool speaksFor(const std::string& recordFile, const std::string& place, const ch
         return KvmFail("Could not find an installed Zarn system in:\n", location);
     if (!isBelieved(recordFile)) return false;
     const std::string path = valueIn(recordFile, "PATH:");
-    const std::string tree = KvuPrint("%s/%s", path.c_str(), kvmSystem);
+    const std::string tree = KvuFormat("%s/%s", path.c_str(), kvmSystem);
     // Without its edition and version it is no record of ours.
     if (productNamed(valueIn(recordFile, "PROGRAM:")) == -1 ||
         valueIn(recordFile, "VERSION:").empty())
         return KvmFail(noRecord, recordFile);
-    if (path.empty() || KvmIsSameDirectory(tree, KvuPrint("%s/%s", place.c_str(), kvmSystem)))
+    if (path.empty() || KvmIsSameDirectory(tree, KvuFormat("%s/%s", place.c_str(), kvmSystem)))
         return true;
     if (!KvuSystem::isADirectory(tree.c_str())) return KvmFail(goneText, path.c_str());
     return KvmFail("The Zarn system in ", place.c_str(), "\nis a copy. The installed one is in ",
@@ -165,7 +165,7 @@ void takeValue(KvText& field, std::string_view value) {
 
 void takeLine(std::string_view line) {
     KvmInstallInfo& info = KvmInstallMgr::_info;
-    const auto [mark, key, value] = wordsOf(line);
+    const auto [mark, key, value] = recordWords(line);
     if (mark != "#" || value.empty()) return;
     if (key == "VERSION:") takeValue(info.version, value);
     if (key == "DATE:") takeValue(info.date, value);
@@ -177,7 +177,7 @@ void takeLine(std::string_view line) {
 // A place that can't be looked into, or not now, is not gone.
 bool isGone(const std::string& place) {
     struct stat status;
-    return lstat(KvuPrint("%s/%s", place.c_str(), kvmSystem).c_str(), &status) != 0 &&
+    return lstat(KvuFormat("%s/%s", place.c_str(), kvmSystem).c_str(), &status) != 0 &&
            (errno == ENOENT || errno == ENOTDIR);
 }
 
@@ -192,7 +192,7 @@ void readSubsystems() {
 // The nine lines.
 std::string recordText(const std::string& program, const char* version, const char* date,
                        const std::string& place, const char* host) {
-    return KvuPrint(
+    return KvuFormat(
         "# DO NOT MODIFY THIS FILE MANUALLY\n# \n# PROGRAM: %s\n# \n# VERSION: %s\n# DATE:    %s\n"
         "# PATH:    %s\n# HOST:    %s\n# \n",
         program.c_str(), version, date, place.c_str(), host);
@@ -230,7 +230,7 @@ int openPart(const std::string& path, int flags) {
 }
 
 std::string copyIn(const std::string& place) {
-    return KvuPrint("%s/%s/resources/%s", place.c_str(), kvmSystem, kvmRecord);
+    return KvuFormat("%s/%s/resources/%s", place.c_str(), kvmSystem, kvmRecord);
 }
 
 // Replaces a record as a whole: it is never half written.
@@ -266,7 +266,7 @@ std::string KvmHome() {
 
 int KvmInstallMgr::checkIfRoot() {
     if (KvmRun("id | grep root >/dev/null")) _isRoot = 1;
-    ownRecord = _isRoot ? "/usr/lib/.Zarn_inst" : KvuPrint("%s/%s", KvmHome().c_str(), kvmRecord);
+    ownRecord = _isRoot ? "/usr/lib/.Zarn_inst" : KvuFormat("%s/%s", KvmHome().c_str(), kvmRecord);
     chooseRecord(ownRecord);
     note(own());
     return _isRoot;
@@ -462,8 +462,8 @@ int KvmInstallMgr::setInstallInfo(const char* location) {
         return 0;
     }
     init();
-    KvmStatus(KvuPrint("%s Version %s is currently installed on '%s'", getProductName(),
-                       _info.version, _info.installHostname)
+    KvmStatus(KvuFormat("%s Version %s is currently installed on '%s'", getProductName(),
+                        _info.version, _info.installHostname)
                   .c_str());
     return 1;
 }

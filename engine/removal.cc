@@ -23,7 +23,7 @@ bool isOwnDirectory(const std::string& path) {
 
 // A product tree or subsystem folder that is a link leads out of the installed tree.
 bool removeDirectory(const std::string& folder, const char* directory, std::string& reason) {
-    const std::string tree = KvuPrint("%s/%s", KvmInstallMgr::_info.path, kvmSystem);
+    const std::string tree = KvuFormat("%s/%s", KvmInstallMgr::_info.path, kvmSystem);
     reason = KvmSystemReason(ENOTDIR);
     if (!isOwnDirectory(tree) || !isOwnDirectory(folder)) return false;
     const bool removed = KvmRun("rm -rf %s/%s", folder, directory);
@@ -68,7 +68,7 @@ int KvmInstallMgr::removeSubsystems() {
     std::string summary;
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
         if (row.selected || !KvmIsPresent(row)) continue;
-        if (removeSubsystem(row, folder)) summary = KvuPrint("%s\n%s", summary.c_str(), row.label);
+        if (removeSubsystem(row, folder)) summary = KvuFormat("%s\n%s", summary.c_str(), row.label);
     }
     if (!summary.empty())
         KvcUserInfo("Successfully removed the following subsystems:\n\n", summary.c_str());
@@ -84,7 +84,7 @@ int KvmInstallMgr::removeAll() {
                        "/.zarnRunning");
     KvmPreparedRecord record;
     if (!record.keepOthersOff() || !KvmRecordIsAsSeen()) return 0;
-    const std::string tree = KvuPrint("%s/%s", _info.path, kvmSystem);
+    const std::string tree = KvuFormat("%s/%s", _info.path, kvmSystem);
     // Without its script the tree would stay, and nothing would know of it any more.
     const std::string script = tree + "/bin/Zarn.install";
     if (access(script.c_str(), X_OK) != 0)

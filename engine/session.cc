@@ -29,7 +29,7 @@ void resetSubsystems() {
 
 void labelSubsystems() {
     for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
-        KvmLabelToggle(row.getWidget(), KvuPrint("%s (%.1f Mb)", row.label, row.sizeMB));
+        KvmLabelToggle(row.getWidget(), KvuFormat("%s (%.1f Mb)", row.label, row.sizeMB));
 }
 
 void showMedium() {
@@ -48,9 +48,9 @@ void showState() {
             "ready.");
         return;
     }
-    KvmStatus(KvuPrint("%s Version %s is currently installed. To reinstall, \"Remove\", then "
-                       "\"Install\".",
-                       KvmInstalledProgram().c_str(), info.version)
+    KvmStatus(KvuFormat("%s Version %s is currently installed. To reinstall, \"Remove\", then "
+                        "\"Install\".",
+                        KvmInstalledProgram().c_str(), info.version)
                   .c_str());
 }
 
@@ -69,7 +69,7 @@ std::string refuse(const char* problem, const char* location = nullptr) {
 
 }  // namespace
 
-std::string KvmTakeLocation(const std::string& location) {
+std::string KvmCheckedLocation(const std::string& location) {
     std::string place = location;
     if (place.empty()) return refuse("is empty");
     if (place != "." && place[0] != '/') {
@@ -148,8 +148,8 @@ int KvmInstallMgr::initDiskSpace() {
     const float available = KvuSystem::getFreeSpace(KvmNearestDirectory(_info.path).c_str());
     const float required = requiredMB();
     const bool enough = _info.installed || available > required;
-    KvmShowAvailable(KvuPrint("%.1f Mbytes", available), enough);
-    KvmShowRequired(KvuPrint("%.1f Mbytes", required));
+    KvmShowAvailable(KvuFormat("%.1f Mbytes", available), enough);
+    KvmShowRequired(KvuFormat("%.1f Mbytes", required));
     if (enough) return 1;
     std::printf("Not enough disk space for installation.\nPlease enter another file path.");
     std::fflush(stdout);
@@ -164,7 +164,7 @@ int KvmInstallMgr::isValidInstallPath(const char* location) {
 }
 
 int KvmInstallMgr::setLocation(const char* location) {
-    const std::string place = KvmTakeLocation(location);
+    const std::string place = KvmCheckedLocation(location);
     if (place.empty()) return 0;
     // The suite that the user installed there, and the rest of an installation of his, are no
     // obstacle.

@@ -260,7 +260,7 @@ int KvcUserConfirm(int n, const char* const* labels, const char* s1, const char*
 void KvcDropInput() {
     if (questionOpen || !isInitialized()) return;
     makeBox();
-    const OpenQuestion refusal(1);
+    const OpenQuestion question(1);
     discardInput();
 }
 

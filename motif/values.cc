@@ -166,7 +166,7 @@ void KvcSliderGetFloatValue(Widget scale, Widget text, int factor, int fromScale
     }
     const KvFloat value =
         1.0F * static_cast<KvFloat>(scaleValue(scale)) / static_cast<KvFloat>(factor);
-    if (text != nullptr) setField(text, KvuPrint("%.3f", static_cast<double>(value)));
+    if (text != nullptr) setField(text, KvuFormat("%.3f", static_cast<double>(value)));
 }
 
 void KvcSetRadio(int which, Widget t0, Widget t1, Widget t2, Widget t3, Widget t4, Widget t5,

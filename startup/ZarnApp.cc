@@ -144,7 +144,7 @@ Bool collectFont(XrmDatabase*, XrmBindingList bindings, XrmQuarkList names, XrmR
 }  // namespace
 
 void ZarnAppInit(const char* name) {
-    if (!KvCopyText(appDefaultsFile, KvuPrint("/tmp/%s", name)) || !writeDefaults()) {
+    if (!KvCopyText(appDefaultsFile, KvuFormat("/tmp/%s", name)) || !writeDefaults()) {
         appDefaultsFile[0] = '\0';
         return;
     }

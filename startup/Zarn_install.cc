@@ -85,7 +85,7 @@ KvuShellText terminalCommand(const char* program, const KvuShellText& arguments)
 }
 
 bool canRun(const std::string& folder, const char* program) {
-    return access(KvuPrint("%s/%s", folder.c_str(), program).c_str(), X_OK) == 0;
+    return access(KvuFormat("%s/%s", folder.c_str(), program).c_str(), X_OK) == 0;
 }
 
 // The first folder in PATH that holds it; empty when none does.
@@ -102,7 +102,7 @@ void checkPlace(const char* program) {
     std::string_view name = program;
     while (name.starts_with("./")) name.remove_prefix(2);
     if (name.find('/') != std::string_view::npos ||
-        access(KvuPrint("./%s", program).c_str(), X_OK) != 0)
+        access(KvuFormat("./%s", program).c_str(), X_OK) != 0)
         refuse(program, "please change to the directory that holds it, and start it there");
 }
 
@@ -112,12 +112,12 @@ void checkDisplay(const char* program) {
         refuse(program, "there is no display; please set DISPLAY, or log in with \"ssh -X\"");
     if (!displayOpens())
         refuse(program,
-               KvuPrint("the display \"%s\" can't be opened; please check DISPLAY, and that "
-                        "XAUTHORITY names a file that lets you use it. For sudo, hand it on as "
-                        "yourself:\n  xauth extract - %s | sudo -H xauth merge -\n"
-                        "If that hands on nothing, this makes what it lacks:\n"
-                        "  xauth generate %s . trusted timeout 3600",
-                        display, display, display));
+               KvuFormat("the display \"%s\" can't be opened; please check DISPLAY, and that "
+                         "XAUTHORITY names a file that lets you use it. For sudo, hand it on as "
+                         "yourself:\n  xauth extract - %s | sudo -H xauth merge -\n"
+                         "If that hands on nothing, this makes what it lacks:\n"
+                         "  xauth generate %s . trusted timeout 3600",
+                         display, display, display));
 }
 
 // To be called when the stand-ins are in PATH.
@@ -126,9 +126,9 @@ void checkPrograms(const char* program) {
     const std::string tools = folderOf("xwsh");
     for (const char* tool : {"xwsh", "xconfirm", "jot", "tar"})
         if (!canRun(tools, tool))
-            refuse(program, KvuPrint("\"%s\" is missing or can't be run; please copy the folder "
-                                     "Zarn_tools of the distribution beside this program",
-                                     tool));
+            refuse(program, KvuFormat("\"%s\" is missing or can't be run; please copy the folder "
+                                      "Zarn_tools of the distribution beside this program",
+                                      tool));
     if (folderOf("xterm").empty())
         refuse(program, "there is no xterm on this system; please install it");
     if (access("/bin/csh", X_OK) != 0)

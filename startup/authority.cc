@@ -53,7 +53,7 @@ bool admitsOnlyOthersByName(Display* display) {
 }
 
 std::string authorityIn(const char* home) {
-    std::string file = KvuPrint("%s/.Xauthority", home);
+    std::string file = KvuFormat("%s/.Xauthority", home);
     return access(file.c_str(), R_OK) == 0 ? file : "";
 }
 
@@ -71,7 +71,7 @@ std::string privateFolder() {
         const char* place = std::getenv(variable);
         struct stat status;
         if (place == nullptr || stat(place, &status) != 0 || status.st_uid != geteuid()) continue;
-        std::string folder = KvuPrint("%s/.zarn.XXXXXX", place);
+        std::string folder = KvuFormat("%s/.zarn.XXXXXX", place);
         if (mkdtemp(folder.data()) != nullptr) return folder;
     }
     return {};

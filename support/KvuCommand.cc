@@ -41,7 +41,7 @@ KvuShellText KvuShellArgument(std::string_view text) {
     return {harmless ? std::string(text) : "'" + singleQuoted(text) + "'"};
 }
 
-KvuShellText KvuShellWord(std::string_view text) {
+KvuShellText KvuShellPath(std::string_view text) {
     return KvuShellArgument(text.starts_with('-') ? "./" + std::string(text) : std::string(text));
 }
 
@@ -72,7 +72,7 @@ std::string KvuFillTemplate(std::string_view commandTemplate,
     return command;
 }
 
-std::string KvuPrint(const char* format, ...) {
+std::string KvuFormat(const char* format, ...) {
     std::va_list arguments;
     std::va_list again;
     va_start(arguments, format);

@@ -21,7 +21,7 @@ struct KvuShellText {
 /// comes back unchanged unless it begins with "="; any other text (the empty one too) comes in
 /// single quotes. A leading "-" gets
 /// "./" in front, so that no program takes a file's name for an option.
-[[nodiscard]] KvuShellText KvuShellWord(std::string_view text);
+[[nodiscard]] KvuShellText KvuShellPath(std::string_view text);
 
 /// The same for an argument, in which a leading "-" stays what it is.
 [[nodiscard]] KvuShellText KvuShellArgument(std::string_view text);
@@ -66,7 +66,7 @@ private:
     return piece;
 }
 [[nodiscard]] inline KvuShellText KvuShellPiece(std::string_view piece) {
-    return KvuShellWord(piece);
+    return KvuShellPath(piece);
 }
 
 /// Composes a command: `commandTemplate` with one piece per %s, text pieces quoted.
@@ -77,4 +77,4 @@ template <typename... Pieces>
 }
 
 /// Composes a text that is not a command, printf-style and of any length.
-[[nodiscard]] [[gnu::format(printf, 1, 2)]] std::string KvuPrint(const char* format, ...);
+[[nodiscard]] [[gnu::format(printf, 1, 2)]] std::string KvuFormat(const char* format, ...);

@@ -160,7 +160,7 @@ KvBool KvuSystem::runningAsRoot() {
 KvBool KvuSystem::isLoggedIn(const char* user) {
     const std::string_view name = user != nullptr ? user : "";
     if (name.empty() || name.find('/') != std::string_view::npos) return 0;
-    const std::string path = KvuPrint("%s_%s", "/usr/tmp/.loginInfo", user);
+    const std::string path = KvuFormat("%s_%s", "/usr/tmp/.loginInfo", user);
     if (!platform::prepareTemporary(path.c_str())) return 0;
     const std::string_view file = path;
     succeeds(KvuCommand("who | grep %s > %s", name, file));
@@ -173,7 +173,7 @@ void KvuSystem::getDate(KvText& date) {
     Today today;
     const bool known = readToday(today);
     (void)KvCopyText(date,
-                     known ? KvuPrint("%s-%s-%s", today.month, today.day, today.year) : KvNoDate);
+                     known ? KvuFormat("%s-%s-%s", today.month, today.day, today.year) : KvNoDate);
 }
 
 int KvuSystem::compareDate(int year, int month, int day) {

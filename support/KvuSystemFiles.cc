@@ -100,7 +100,7 @@ std::string getToPathFull(const char* from, const char* to) {
     if (!into) return to;
     KvText name;
     if (KvuString::basename(from, name) == 0) return {};
-    return KvuPrint("%s/%s", to, name);
+    return KvuFormat("%s/%s", to, name);
 }
 
 bool isSameFile(std::FILE* a, std::FILE* b) {
@@ -159,7 +159,7 @@ KvBool KvuSystem::fileIsWritable(const char* path) {
 }
 
 KvBool KvuSystem::isADirectoryRW(const char* dir) {
-    return isADirectory(dir) != 0 && fileIsWritable(KvuPrint("%s/%s", dir, "__TEST__").c_str());
+    return isADirectory(dir) != 0 && fileIsWritable(KvuFormat("%s/%s", dir, "__TEST__").c_str());
 }
 
 KvBool KvuSystem::isCompressed(const char* name) {

@@ -112,7 +112,7 @@ int getConfirmString(const char* message, KvText& out) {
 std::string confirmProgram() {
     const char* const home = std::getenv("ZARNHOME");
     if (home == nullptr) return {};
-    const std::string path = KvuPrint("%s/bin/%s", home, KvConfirmProgram);
+    const std::string path = KvuFormat("%s/bin/%s", home, KvConfirmProgram);
     return KvuSystem::fileExists(nullptr, path.c_str(), 0) != 0 ? path : std::string();
 }
 
@@ -207,7 +207,7 @@ void KvuUtil::initClass(const char* name, const char* description, const char* m
     store(_productDescription, description);
     store(_productMajorVersion, majorVersion);
     store(_productMinorVersion, minorVersion);
-    store(_productVersion, KvuPrint("%s%s", _productMajorVersion, _productMinorVersion).c_str());
+    store(_productVersion, KvuFormat("%s%s", _productMajorVersion, _productMinorVersion).c_str());
     store(_productCopyright, copyright);
     store(_productResourceName, resourceName != nullptr ? resourceName : name);
 }

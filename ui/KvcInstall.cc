@@ -120,7 +120,7 @@ void KvcInstallIcon(Widget, XtPointer, XtPointer) {
     XtManageChild(kviIInstallIcon);
     KvcKeepDrawn(kviInstallIconShell);
     KvmInstallMgr::listUsers();
-    const std::string heading = KvuPrint("%s icon location", KvmInstalledProgram().c_str());
+    const std::string heading = KvuFormat("%s icon location", KvmInstalledProgram().c_str());
     KvcLabelSetString(kviInstallIconProductLabel, heading.c_str());
     KvmInstallMgr::installDesktop();
 }

@@ -342,7 +342,7 @@ TEST_F(Installing, AddsAllOrNothing) {
     const int other = open(suite.c_str(), O_RDONLY | O_DIRECTORY);
     flock(other, LOCK_EX);
     EXPECT_FALSE(add("Zarn2.0a.tar Zarn2.0b.tar", {}));
-    EXPECT_TRUE(says(KvuPrint("Another Zarn_install (process %d) is at work", getpid())))
+    EXPECT_TRUE(says(KvuFormat("Another Zarn_install (process %d) is at work", getpid())))
         << message();
     close(other);
     EXPECT_TRUE(add("Zarn2.0a.tar Zarn2.0b.tar", {0})) << message();

@@ -230,7 +230,7 @@ TEST_F(Hostile, AnotherInstallerIsNoticedWheneverItActs) {
     ASSERT_TRUE(held.keepOthersOff());
     answerWith({0});
     EXPECT_FALSE(KvmInstallMgr::remove());
-    EXPECT_TRUE(says(KvuPrint("Another Zarn_install (process %d) is at work", getpid())))
+    EXPECT_TRUE(says(KvuFormat("Another Zarn_install (process %d) is at work", getpid())))
         << message();
     EXPECT_TRUE(fs::exists(suite / "Zarn_system"));
 }
