@@ -4,21 +4,12 @@
 
 #include <string>
 
-#include "builder/KviOwners.h"
 #include "motif/KvcUtil.h"
 #include "tests/fixtures/display.h"
 #include "tests/fixtures/hands.h"
 #include "tests/fixtures/scratch.h"
 
 namespace {
-
-TEST(Values, LabelsKeepTheirText) {
-    Widget label = XmCreateLabel(testShell(), const_cast<char*>("label"), nullptr, 0);
-    for (const char* text : {"", "one\n\ntwo\n", "caf\xe9", "::t\"x\""}) {
-        KvcLabelSetString(label, text);
-        EXPECT_STREQ(KviText(KvcLabelGetString(label)).get(), text);
-    }
-}
 
 // The names of the entries, with a blank after each.
 std::string items(Widget list, const char* resource, const char* countResource) {

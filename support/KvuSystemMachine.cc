@@ -1,10 +1,7 @@
-#include "support/KvuSystem.h"
-
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -16,36 +13,14 @@
 #include "support/KvuCommand.h"
 #include "support/KvuOwners.h"
 #include "support/KvuString.h"
-#include "support/KvuUtil.h"
+#include "support/KvuSystem.h"
 
 namespace {
 
-constexpr char KvDefaultEditor[] = "jot";
 constexpr char KvNoDate[] = "11-1-95";
 
 constexpr std::array<std::string_view, 12> MONTHS = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                      "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-
-int outOfSwapSpace = 0;
-
-KvBool succeeds(const KvuShellText& command) {
-    return KvuSystem::system(command.text.c_str(), 1) == 0;
-}
-
-void warnOfSwapSpace() {
-    std::fprintf(stderr,
-                 "You are running out of swap space on your system. Some %s operations may fail. "
-                 "Please save your project and restart the program.\n\n"
-                 "Refer to the cuecard on \"SwapSpace\" for your operating system (using \"Cue "
-                 "Cards - On Topic\") to find out how to increase the size of swap space on your "
-                 "system drive.",
-                 KvuUtil::_productName);
-    std::fflush(stderr);
-}
-
-bool edit(std::string_view editor, std::string_view file) {
-    return succeeds(KvuCommand("%s %s &", editor, file)) != 0;
-}
 
 bool holdsWord(const char* path) {
     const KvuFile file(std::fopen(path, "r"));
@@ -75,58 +50,6 @@ bool readToday(Today& today) {
 
 }  // namespace
 
-int KvuSystem::system(const char* command, int force) {
-    if (outOfSwapSpace != 0 && force == 0) return -1;
-    const int status = platform::system(command);
-    if (status != -1 || errno != EAGAIN) return status;
-    warnOfSwapSpace();
-    outOfSwapSpace = 1;
-    return force != 0 ? -1 : 0;
-}
-
-KvBool KvuSystem::compress(const char* path, int useGzip) {
-    const std::string_view file = path;
-    return succeeds(useGzip != 0 ? KvuCommand("gzip     %s", file)
-                                 : KvuCommand("compress %s", file));
-}
-
-KvBool KvuSystem::uncompress(const char* path, const char* outDir, KvText& outPath) {
-    outPath[0] = '\0';
-    if (isCompressed(path) == 0) return 1;
-    KvText name;
-    if (KvuString::basename(path, name) == 0) return 0;
-    const std::string folder = outDir != nullptr ? outDir : dirname(path);
-    const std::string_view archive = path;
-    std::string result = folder + "/" + name;
-    result.erase(result.rfind('.'));
-    if (!KvCopyText(outPath, result)) {
-        outPath[0] = '\0';
-        return 0;
-    }
-    const std::string_view out = result;
-    return succeeds(archive.ends_with(".gz") ? KvuCommand("gunzip -c %s > %s", archive, out)
-                                             : KvuCommand("uncompress -c %s > %s", archive, out));
-}
-
-KvBool KvuSystem::editFile(const char* file, const char* editorName) {
-    const std::string_view chosen = editorName != nullptr ? editorName : editor();
-    if (edit(chosen, file)) return 1;
-    return chosen != KvDefaultEditor && edit(KvDefaultEditor, file);
-}
-
-const char* KvuSystem::editor() {
-    return KvDefaultEditor;
-}
-
-int KvuSystem::mail(const char* subject, const char* address, const char* file) {
-    // The word after -s is the subject whatever it begins with; the first address may be an option.
-    KvuShellText to = KvuShellArgument(address);
-    if (*address == '-') to.text.insert(0, "-- ");
-    const KvuShellText command = KvuCommand(" %s %s %s < %s", KvuShellText{"Mail -s"},
-                                            KvuShellArgument(subject), to, std::string_view(file));
-    return system(command.text.c_str(), 1);
-}
-
 KvFloat KvuSystem::getFreeSpace(const char* dir) {
     double blocks = 0;
     double blockSize = 0;
@@ -154,7 +77,7 @@ KvBool KvuSystem::runningLocally() {
 }
 
 KvBool KvuSystem::runningAsRoot() {
-    return succeeds(KvuCommand("id | grep root >/dev/null"));
+    return system(KvuCommand("id | grep root >/dev/null").text.c_str(), 1) == 0;
 }
 
 KvBool KvuSystem::isLoggedIn(const char* user) {
@@ -163,9 +86,9 @@ KvBool KvuSystem::isLoggedIn(const char* user) {
     const std::string path = KvuFormat("%s_%s", "/usr/tmp/.loginInfo", user);
     if (!platform::prepareTemporary(path.c_str())) return 0;
     const std::string_view file = path;
-    succeeds(KvuCommand("who | grep %s > %s", name, file));
+    system(KvuCommand("who | grep %s > %s", name, file).text.c_str(), 1);
     const bool found = holdsWord(path.c_str());
-    succeeds(KvuCommand("rm -rf %s", file));
+    system(KvuCommand("rm -rf %s", file).text.c_str(), 1);
     return found;
 }
 
