@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "engine/KvmInstallMgr.h"
+#include "engine/catalogue.h"
 #include "engine/command.h"
 #include "engine/window.h"
 #include "support/KvuOwners.h"
@@ -13,7 +14,8 @@
 namespace {
 
 bool isArchiveName(const char* name) {
-    return KvuString::containsString(name, "Zarn2.0", 0) &&
+    const std::string suite = KvuFormat("Zarn%s", kvmVersion);
+    return KvuString::containsString(name, suite.c_str(), 0) &&
            KvuString::containsString(name, "tar", 0);
 }
 

@@ -21,7 +21,9 @@
 
 #include "builder/KviBxUtil.h"
 #include "builder/KviOwners.h"
+#include "engine/catalogue.h"
 #include "motif/KvcUtil.h"
+#include "support/KvuCommand.h"
 #include "ui/KvcInstall.h"
 #include "ui/KviWindow.h"
 #include "ui/installIcon.h"
@@ -339,6 +341,7 @@ Widget createBoard(Widget converting, const char* name, Widget shell, const Geom
 
 void createMainDialog(Widget parent) {
     constexpr Geometry whole{9, 32, 607, 542};
+    const std::string title = KvuFormat("Zarn %s Installation", kvmVersion);
     const Widget shell =
         createShell(parent, "install", parent, whole,
                     {{XmNiconPixmap, static_cast<XtArgVal>(XPM_PIXMAP(parent, installIcon_icon))}});
@@ -348,7 +351,7 @@ void createMainDialog(Widget parent) {
                                     {XmNautoUnmanage, False},
                                     {XmNdefaultPosition, False},
                                     {XmNresizePolicy, XmRESIZE_GROW},
-                                    {XmNdialogTitle, XmRXmString, "Zarn 2.0 Installation"}});
+                                    {XmNdialogTitle, XmRXmString, title.c_str()}});
     for (const Row& row : mainRows) createRow(parent, row);
     // A display without their font shows them in a wider one; there is room beside them.
     const int scale = BxScale(XtDisplay(parent));
