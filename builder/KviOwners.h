@@ -6,6 +6,8 @@
 #include <memory>
 #include <type_traits>
 
+#include "support/KvTypes.h"
+
 /// Owners of what Xt and Motif hand out. Motif copies what it is given, so an XmString made for a
 /// resource lives for one block.
 
@@ -13,6 +15,12 @@ struct KviXmStringFreer {
     void operator()(XmString string) const { XmStringFree(string); }
 };
 using KviXmString = std::unique_ptr<std::remove_pointer_t<XmString>, KviXmStringFreer>;
+
+/// `text` for a widget; a newline is a line break. Null counts as an empty text.
+[[nodiscard]] inline KviXmString KviStringOf(const char* text) {
+    return KviXmString(XmStringCreateLtoR(const_cast<char*>(KvOrEmpty(text)),
+                                          const_cast<char*>(XmSTRING_DEFAULT_CHARSET)));
+}
 
 /// Text from the toolkit, released with XtFree.
 struct KviTextFreer {

@@ -9,9 +9,8 @@
 namespace {
 
 void setMediumText(const std::string& text) {
-    if (KvCopyText(KvmInstallMgr::_info.readText, text)) return;
-    KvmInstallMgr::_info.readText[0] = '\0';
-    KvcUserError("The text that names the device or the archives is too long.");
+    if (!KvStoreText(KvmInstallMgr::_info.readText, text))
+        KvcUserError("The text that names the device or the archives is too long.");
 }
 
 }  // namespace

@@ -43,9 +43,8 @@ std::string own() {
 
 // A name that does not fit would name another file: better none at all.
 void chooseRecord(const std::string& path) {
-    if (KvCopyText(KvmInstallMgr::_infoFile, path)) return;
-    std::fprintf(stderr, "The path of the installation record is too long: %s\n", path.c_str());
-    KvmInstallMgr::_infoFile[0] = '\0';
+    if (!KvStoreText(KvmInstallMgr::_infoFile, path))
+        std::fprintf(stderr, "The path of the installation record is too long: %s\n", path.c_str());
 }
 
 constexpr const char* cantWrite = "Can't write out info file ";

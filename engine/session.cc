@@ -128,7 +128,7 @@ int KvmInstallMgr::initInfo() {
         std::fprintf(stderr, "The path of the start directory is too long.\n");
     KvmReadSizes(_info.startDir);
     setReadFrom(_info.readFrom);
-    if (!KvCopyText(_info.path, _isRoot ? "/usr/local" : KvmHome())) _info.path[0] = '\0';
+    static_cast<void>(KvStoreText(_info.path, _isRoot ? "/usr/local" : KvmHome()));
     _info.product = _info.installed = _info.installedInThisSession = 0;
     KvmForgetMarks();
     getHostName(_info.installHostname);

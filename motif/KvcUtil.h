@@ -78,6 +78,9 @@ void KvcFlushEvents(Widget w, XtAppContext app);
 /// program is busy. Nothing happens before `shell` is realized.
 void KvcKeepDrawn(Widget shell);
 
+/// The protocol by which a window manager asks a shell to close.
+[[nodiscard]] Atom KvcCloseProtocol(Display* display);
+
 // Values of widgets. A null text counts as an empty one.
 
 void KvcLabelSetString(Widget label, const char* text);

@@ -11,15 +11,6 @@
 
 namespace {
 
-const char* orEmpty(const char* text) {
-    return text != nullptr ? text : "";
-}
-
-KviXmString stringOf(const char* text) {
-    return KviXmString(XmStringCreateLtoR(const_cast<char*>(orEmpty(text)),
-                                          const_cast<char*>(XmSTRING_DEFAULT_CHARSET)));
-}
-
 KviXmString stringResource(Widget w, const char* resource) {
     XmString string = nullptr;
     XtVaGetValues(w, resource, &string, nullptr);
@@ -55,7 +46,7 @@ const char* fontForLength(int length, int shortLength, int mediumLength) {
 }  // namespace
 
 void KvcLabelSetString(Widget label, const char* text) {
-    const KviXmString string = stringOf(text);
+    const KviXmString string = KviStringOf(text);
     // After a change Motif asks the server where the widgets are, even if nothing looks different.
     if (XmStringCompare(string.get(), stringResource(label, XmNlabelString).get())) return;
     XtVaSetValues(label, XmNlabelString, string.get(), nullptr);
@@ -82,8 +73,8 @@ int KvcFitLabel(Widget label, int room) {
 
 void KvcLabelSetStringAndResize(Widget label, Widget ref, const char* text, int shortLength,
                                 int mediumLength) {
-    const int length = static_cast<int>(std::strlen(orEmpty(text)));
-    const KviXmString string = stringOf(text);
+    const int length = static_cast<int>(std::strlen(KvOrEmpty(text)));
+    const KviXmString string = KviStringOf(text);
     Boolean ok = False;
     const XtArgVal font =
         CONVERT(ref, fontForLength(length, shortLength, mediumLength), XmRFontList, 0, &ok);

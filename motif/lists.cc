@@ -45,11 +45,6 @@ std::string shownName(const struct dirent* entry, std::size_t cut) {
     return shown;
 }
 
-KviXmString itemOf(const char* text) {
-    return KviXmString(
-        XmStringCreateLtoR(const_cast<char*>(text), const_cast<char*>(XmSTRING_DEFAULT_CHARSET)));
-}
-
 void setItems(Widget w, bool isList, XmString* items, int count) {
     XtVaSetValues(w, isList ? XmNitems : XmNlistItems, items,
                   isList ? XmNitemCount : XmNlistItemCount, count, nullptr);
@@ -76,12 +71,12 @@ int KvcListFiles(Widget w, const char* dir, const char* ext, int keepExt, int is
     std::vector<KviXmString> owners;
     std::vector<XmString> items;
     for (int i = 0; i < files.count; ++i) {
-        owners.push_back(itemOf(shownName(files.entries[i], cutFromNames(keepExt)).c_str()));
+        owners.push_back(KviStringOf(shownName(files.entries[i], cutFromNames(keepExt)).c_str()));
         items.push_back(owners.back().get());
     }
     items.push_back(nullptr);
     setItems(w, isList != 0, items.data(), files.count);
-    if (select != nullptr) XmListSelectItem(list, itemOf(select).get(), True);
+    if (select != nullptr) XmListSelectItem(list, KviStringOf(select).get(), True);
     return 1;
 }
 
@@ -111,7 +106,7 @@ int KvcGetListFiles(const char* dir, struct dirent*** list) {
 void KvcListItems(Widget list, const char* const* items, int n, const char* select) {
     XmListDeleteAllItems(list);
     for (int i = 0; i < n; ++i) {
-        XmListAddItemUnselected(list, itemOf(items[i]).get(), 0);
+        XmListAddItemUnselected(list, KviStringOf(items[i]).get(), 0);
         if (select != nullptr && std::string_view(items[i]) == select)
             XmListSelectPos(list, i + 1, False);
     }
@@ -119,7 +114,7 @@ void KvcListItems(Widget list, const char* const* items, int n, const char* sele
 
 int KvcListNamesCB(void* list, const char* item, int select, int position) {
     auto* widget = static_cast<Widget>(list);
-    XmListAddItemUnselected(widget, itemOf(item).get(), position);
+    XmListAddItemUnselected(widget, KviStringOf(item).get(), position);
     int count = 0;
     XtVaGetValues(widget, XmNitemCount, &count, nullptr);
     if (select != 0) XmListSelectPos(widget, position, False);
@@ -128,7 +123,7 @@ int KvcListNamesCB(void* list, const char* item, int select, int position) {
 
 int KvcSelectNamesCB(void* list, const char* item, int select, int) {
     auto* widget = static_cast<Widget>(list);
-    const KviXmString string = itemOf(item);
+    const KviXmString string = KviStringOf(item);
     if (select == 0)
         XmListDeselectItem(widget, string.get());
     else if (const int at = XmListItemPos(widget, string.get()); !XmListPosSelected(widget, at))
@@ -157,8 +152,8 @@ Widget KvcCreateSimpleFileSelector(Widget parent, const char* boxName,
 void KvcFileSelectorSetDirectory(Widget box, const char* dir) {
     if (dir == nullptr) return;
     const std::string directory = withoutSlashes(dir) + "/";
-    const KviXmString place = itemOf(directory.c_str());
-    const KviXmString mask = itemOf((directory + "*").c_str());
+    const KviXmString place = KviStringOf(directory.c_str());
+    const KviXmString mask = KviStringOf((directory + "*").c_str());
     XtVaSetValues(box, XmNdirSpec, place.get(), XmNdirectory, place.get(), XmNdirMask, mask.get(),
                   XmNpattern, nullptr, nullptr);
 }

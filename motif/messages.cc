@@ -106,9 +106,7 @@ void makeBox() {
         XtAddCallback(kvcMessageWidget, list, KvcConfirmCB,
                       reinterpret_cast<XtPointer>(static_cast<XtArgVal>(answer++)));
     closeWithEscape();
-    XmAddWMProtocolCallback(
-        shell, XmInternAtom(XtDisplay(shell), const_cast<char*>("WM_DELETE_WINDOW"), False),
-        closeBox, nullptr);
+    XmAddWMProtocolCallback(shell, KvcCloseProtocol(XtDisplay(shell)), closeBox, nullptr);
     XtRealizeWidget(shell);
     KvcKeepDrawn(shell);
     KvcKeepInFront(shell, KvcMessageIsShown);
@@ -305,4 +303,8 @@ void KvcKeepDrawn(Widget shell) {
     XSetWindowAttributes attributes;
     attributes.backing_store = Always;
     XChangeWindowAttributes(XtDisplay(shell), XtWindow(shell), CWBackingStore, &attributes);
+}
+
+Atom KvcCloseProtocol(Display* display) {
+    return XmInternAtom(display, const_cast<char*>("WM_DELETE_WINDOW"), False);
 }

@@ -15,7 +15,7 @@ namespace {
 
 std::string fieldText(Widget textField) {
     const KviText text(textField != nullptr ? XmTextFieldGetString(textField) : nullptr);
-    return text ? text.get() : "";
+    return KvOrEmpty(text.get());
 }
 
 void setField(Widget textField, const std::string& text) {

@@ -2,7 +2,6 @@
 
 #include <X11/Shell.h>
 #include <X11/StringDefs.h>
-#include <Xm/AtomMgr.h>
 #include <Xm/Protocols.h>
 
 #include <array>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "builder/KviBxUtil.h"
+#include "motif/KvcUtil.h"
 #include "platform/Platform.h"
 #include "startup/logo.h"
 #include "support/KvuCommand.h"
@@ -202,8 +202,5 @@ void ZarnAppSetIcon(Widget shell) {
 
 void ZarnAppSetCloseCB(Widget shell, XtCallbackProc callback) {
     ZarnAppSetIcon(shell);
-    Display* display = XtDisplay(shell);
-    const Atom closing = XmInternAtom(display, const_cast<char*>("WM_DELETE_WINDOW"), False);
-    const Atom protocols = XmInternAtom(display, const_cast<char*>("WM_PROTOCOLS"), False);
-    XmAddProtocolCallback(shell, protocols, closing, callback, nullptr);
+    XmAddWMProtocolCallback(shell, KvcCloseProtocol(XtDisplay(shell)), callback, nullptr);
 }

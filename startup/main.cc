@@ -139,8 +139,7 @@ int main(int argc, char** argv) {
     XtAppContext appContext = nullptr;
     const Widget topLevelShell = XtVaAppInitialize(&appContext, "Zarn_install", nullptr, 0, &argc,
                                                    argv, ZarnAppFallbacks(), nullptr);
-    const Atom closing =
-        XmInternAtom(XtDisplay(topLevelShell), const_cast<char*>("WM_DELETE_WINDOW"), False);
+    const Atom closing = KvcCloseProtocol(XtDisplay(topLevelShell));
     if (closing == 0) std::printf("Internal Error: Could not create protocol atom.\n");
     RegisterBxConverters(appContext);
     XmRepTypeInstallTearOffModelConverter();

@@ -9,3 +9,9 @@ bool KvCopyText(KvText& out, std::string_view text) {
     out[kept] = '\0';
     return kept == text.size();
 }
+
+bool KvStoreText(KvText& out, std::string_view text) {
+    const bool fits = KvCopyText(out, text);
+    if (!fits) out[0] = '\0';
+    return fits;
+}

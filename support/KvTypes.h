@@ -19,3 +19,12 @@ using KvText = char[KvTextSize];
 /// Returns true when all of `text` is in `out`, false when it was cut: whoever goes on with the
 /// copy acts on that. `text` may lie in `out` itself.
 [[nodiscard]] bool KvCopyText(KvText& out, std::string_view text);
+
+/// The same for what must not be taken for another thing: text that does not fit leaves `out`
+/// empty.
+[[nodiscard]] bool KvStoreText(KvText& out, std::string_view text);
+
+/// `text`, or an empty one for null.
+[[nodiscard]] inline const char* KvOrEmpty(const char* text) {
+    return text != nullptr ? text : "";
+}

@@ -23,16 +23,6 @@ struct Freer {
     void operator()(char* memory) const { std::free(memory); }
 };
 
-std::string_view orEmpty(const char* text) {
-    return text != nullptr ? text : std::string_view();
-}
-
-bool store(KvText& out, std::string_view text) {
-    if (KvCopyText(out, text)) return true;
-    out[0] = '\0';
-    return false;
-}
-
 bool endsLine(char c) {
     return c == '\0' || c == '\n';
 }
@@ -78,7 +68,7 @@ KvBool KvuIsANiceChar(char c, const char* set) {
 int KvuString::parseLine(const char* line, char** argv, char comment, int capacity) {
     if (capacity < 1) return 0;
     // A line is used as far as it fits, like one read into a buffer of this size.
-    (void)KvCopyText(pline, orEmpty(line));
+    (void)KvCopyText(pline, KvOrEmpty(line));
     const int count = tokenise(pline, argv, capacity - 1);
     argv[count] = &pline[KvTextSize - 1];
     *argv[count] = '\0';
@@ -99,9 +89,9 @@ int KvuString::getTextFromFile(std::FILE* fp, char** text) {
 }
 
 KvBool KvuString::basename(const char* path, KvText& out) {
-    std::string_view name = orEmpty(path);
+    std::string_view name = KvOrEmpty(path);
     if (name.ends_with('/') && name.find('/') != name.size() - 1) name.remove_suffix(1);
-    return store(out, name.substr(name.rfind('/') + 1));
+    return KvStoreText(out, name.substr(name.rfind('/') + 1));
 }
 
 const char* KvuString::extension(const char* name) {
@@ -110,11 +100,12 @@ const char* KvuString::extension(const char* name) {
 }
 
 KvBool KvuString::hasExtension(const char* name, const char* ext) {
-    return orEmpty(name).ends_with(orEmpty(ext));
+    return std::string_view(KvOrEmpty(name)).ends_with(KvOrEmpty(ext));
 }
 
 KvBool KvuString::isANiceFilename(const char* name) {
-    return orEmpty(name).find_first_of(KvUnniceFileChar) == std::string_view::npos;
+    return std::string_view(KvOrEmpty(name)).find_first_of(KvUnniceFileChar) ==
+           std::string_view::npos;
 }
 
 const char* KvuString::makeNiceFilename(const char* name) {
@@ -122,7 +113,7 @@ const char* KvuString::makeNiceFilename(const char* name) {
 }
 
 const char* KvuString::makeNiceName(const char* name, const char* set) {
-    (void)KvCopyText(nice, orEmpty(name));
+    (void)KvCopyText(nice, KvOrEmpty(name));
     for (char* c = nice; *c != '\0'; ++c) {
         if (!KvuIsANiceChar(*c, set)) *c = '_';
     }
@@ -143,16 +134,16 @@ KvBool KvuString::containsString(const char* s, const char* sub, int caseSensiti
 }
 
 KvBool KvuString::containsSpaces(const char* s) {
-    return orEmpty(s).find(' ') != std::string_view::npos;
+    return std::string_view(KvOrEmpty(s)).find(' ') != std::string_view::npos;
 }
 
 int KvuString::characterCt(const char* s, char c) {
-    const std::string_view text = orEmpty(s);
+    const std::string_view text = KvOrEmpty(s);
     return static_cast<int>(std::count(text.begin(), text.end(), c));
 }
 
 KvBool KvuString::truncateAtChar(char* s, char c, int first) {
-    const std::string_view text = orEmpty(s);
+    const std::string_view text = KvOrEmpty(s);
     const std::size_t place = first != 0 ? text.find(c) : text.rfind(c);
     if (place == std::string_view::npos) return 0;
     s[place] = '\0';
@@ -160,13 +151,13 @@ KvBool KvuString::truncateAtChar(char* s, char c, int first) {
 }
 
 int KvuString::split(const char* s, char c, int n, KvText& before, KvText& after) {
-    const std::string_view text = orEmpty(s);
+    const std::string_view text = KvOrEmpty(s);
     std::size_t place = n > 0 ? text.find(c) : std::string_view::npos;
     for (int i = 1; i < n && place != std::string_view::npos; ++i) place = text.find(c, place + 1);
     const bool found = place != std::string_view::npos;
     // In this order `s` may lie in either buffer.
-    const bool fits = store(before, text.substr(0, place));
-    if (!store(after, found ? text.substr(place + 1) : std::string_view()) || !fits) {
+    const bool fits = KvStoreText(before, text.substr(0, place));
+    if (!KvStoreText(after, found ? text.substr(place + 1) : std::string_view()) || !fits) {
         before[0] = after[0] = '\0';
         return 0;
     }
@@ -175,7 +166,7 @@ int KvuString::split(const char* s, char c, int n, KvText& before, KvText& after
 
 const char* KvuString::concatStrings(const char* a, const char* b, const char* c, const char* d) {
     std::string joined;
-    for (const char* piece : {a, b, c, d}) joined += orEmpty(piece);
-    (void)KvCopyText(cstring, joined.size() < KvTextSize ? joined : std::string(orEmpty(a)));
+    for (const char* piece : {a, b, c, d}) joined += KvOrEmpty(piece);
+    (void)KvCopyText(cstring, joined.size() < KvTextSize ? joined : std::string(KvOrEmpty(a)));
     return cstring;
 }

@@ -60,10 +60,7 @@ KvBool KvuSystem::uncompress(const char* path, const char* outDir, KvText& outPa
     const std::string_view archive = path;
     std::string result = folder + "/" + name;
     result.erase(result.rfind('.'));
-    if (!KvCopyText(outPath, result)) {
-        outPath[0] = '\0';
-        return 0;
-    }
+    if (!KvStoreText(outPath, result)) return 0;
     const std::string_view out = result;
     return succeeds(archive.ends_with(".gz") ? KvuCommand("gunzip -c %s > %s", archive, out)
                                              : KvuCommand("uncompress -c %s > %s", archive, out));

@@ -13,10 +13,8 @@ namespace {
 std::string getwdDir;
 std::string dir;
 
-bool store(KvText& out, std::string_view text) {
-    if (!text.empty() && KvCopyText(out, text)) return true;
-    out[0] = '\0';
-    return false;
+bool storePath(KvText& out, std::string_view path) {
+    return KvStoreText(out, path) && !path.empty();
 }
 
 bool isAbsolute(std::string_view path) {
@@ -40,11 +38,11 @@ const char* KvuSystem::getwd() {
 }
 
 KvBool KvuSystem::getwd(KvText& out) {
-    return store(out, getwd());
+    return storePath(out, getwd());
 }
 
 const char* KvuSystem::dirname(const char* path) {
-    std::string_view rest = path != nullptr ? path : "";
+    std::string_view rest = KvOrEmpty(path);
     if (rest.size() > 1 && rest.ends_with('/')) rest.remove_suffix(1);
     const std::size_t slash = rest.rfind('/');
     dir = slash != std::string_view::npos ? rest.substr(0, slash) : ".";
@@ -52,24 +50,24 @@ const char* KvuSystem::dirname(const char* path) {
 }
 
 KvBool KvuSystem::getAbsolutePath(const char* path, KvText& out, const char* base) {
-    std::string full = path != nullptr ? path : "";
+    std::string full = KvOrEmpty(path);
     if (!isAbsolute(full)) {
         std::string start = base != nullptr ? base : getwd();
-        if (base == nullptr && start.empty()) return store(out, "");
+        if (base == nullptr && start.empty()) return storePath(out, "");
         full = path != nullptr ? start + "/" + full : start;
     }
-    return store(out, platform::absolutePath(full));
+    return storePath(out, platform::absolutePath(full));
 }
 
 KvBool KvuSystem::getRelativePath(const char* from, const char* to, KvText& out) {
     std::string_view start = from;
     std::string_view target = to;
-    if (isAbsolute(start) != isAbsolute(target)) return store(out, "");
+    if (isAbsolute(start) != isAbsolute(target)) return storePath(out, "");
     if (start.size() > 1 && start.ends_with('/')) start.remove_suffix(1);
     const std::string_view shared = sharedDirectories(start, target);
     const auto beyond =
         std::count(start.begin() + static_cast<std::ptrdiff_t>(shared.size()), start.end(), '/');
     std::string path;
     for (auto steps = beyond + 1; steps > 0; --steps) path += "../";
-    return store(out, path.append(target.substr(shared.size())));
+    return storePath(out, path.append(target.substr(shared.size())));
 }

@@ -70,8 +70,8 @@ private:
     std::string folder_;
 };
 
-void store(KvText& member, const char* text) {
-    (void)KvCopyText(member, text != nullptr ? text : "");
+void setMember(KvText& member, const char* text) {
+    (void)KvCopyText(member, KvOrEmpty(text));
 }
 
 KvuShellText inDoubleQuotes(const char* text) {
@@ -203,28 +203,29 @@ int ask(Question question) {
 
 void KvuUtil::initClass(const char* name, const char* description, const char* majorVersion,
                         const char* minorVersion, const char* copyright, const char* resourceName) {
-    store(_productName, name);
-    store(_productDescription, description);
-    store(_productMajorVersion, majorVersion);
-    store(_productMinorVersion, minorVersion);
-    store(_productVersion, KvuFormat("%s%s", _productMajorVersion, _productMinorVersion).c_str());
-    store(_productCopyright, copyright);
-    store(_productResourceName, resourceName != nullptr ? resourceName : name);
+    setMember(_productName, name);
+    setMember(_productDescription, description);
+    setMember(_productMajorVersion, majorVersion);
+    setMember(_productMinorVersion, minorVersion);
+    setMember(_productVersion,
+              KvuFormat("%s%s", _productMajorVersion, _productMinorVersion).c_str());
+    setMember(_productCopyright, copyright);
+    setMember(_productResourceName, resourceName != nullptr ? resourceName : name);
 }
 
 int KvuUtil::userInfo(const char* message) {
-    store(KvMesgIcon, "info");
+    setMember(KvMesgIcon, "info");
     return userConfirm(1, KvConfirmMesg, message, "For your information...");
 }
 
 int KvuUtil::userError(const char* message) {
-    store(KvMesgIcon, "error");
+    setMember(KvMesgIcon, "error");
     userConfirm(1, KvConfirmMesg, message, "Oooops... Sorry!");
     return 0;
 }
 
 int KvuUtil::userConfirm(int n, const char* const* labels, const char* message, const char* title) {
-    if (title == nullptr) store(KvMesgIcon, "question");
+    if (title == nullptr) setMember(KvMesgIcon, "question");
     return ask({n, labels, message != nullptr ? message : "",
                 title != nullptr ? title : "Please confirm...", ""});
 }

@@ -368,8 +368,8 @@ void createIconDialog(Widget parent) {
                      {XmNresizePolicy, XmRESIZE_GROW},
                      {XmNdialogTitle, XmRXmString, "Install Icon"}});
     for (const Row& row : iconRows) createRow(parent, row);
-    const Atom closing = XInternAtom(XtDisplay(parent), "WM_DELETE_WINDOW", False);
-    XmAddWMProtocolCallback(kviInstallIconShell, closing, KvcInstallIconDismiss, nullptr);
+    XmAddWMProtocolCallback(kviInstallIconShell, KvcCloseProtocol(XtDisplay(parent)),
+                            KvcInstallIconDismiss, nullptr);
 }
 
 }  // namespace
