@@ -29,9 +29,9 @@ namespace fs = std::filesystem;
 std::string toolsFolder() {
     std::error_code error;
     const fs::path self = fs::read_symlink("/proc/self/exe", error);
-    // Without its own place the program must not take a relative folder for it.
+    // If the program can't find its own folder, a relative path must not stand in for it.
     if (error) return ZARN_TOOLS_DIR;
-    // On a distribution they lie beside the program; installed, wherever its prefix is, near it.
+    // In a distribution the tools are beside the program; once installed, under the same prefix.
     std::string beside = self.parent_path() / "Zarn_tools";
     if (!fs::is_directory(beside, error))
         beside = self.parent_path().parent_path() / "libexec/Zarn_tools";
@@ -44,7 +44,7 @@ std::string toolsFolder() {
     return ZARN_TOOLS_DIR;
 }
 
-// Who becomes the super-user may keep a PATH in which others can put an "rm" of theirs.
+// A user who becomes root may keep a PATH with folders where others could plant their own "rm".
 bool mayHoldCommands(const std::string& folder) {
     std::error_code error;
     return geteuid() != 0 || (folder.starts_with('/') && fs::is_directory(folder, error) &&
@@ -61,15 +61,15 @@ void putToolsIntoPath() {
     setenv("PATH", (toolsFolder() + safe).c_str(), 1);
 }
 
-// A terminal that was closed (its hangup, or nobody who reads) and a limit on the size of files end
-// the step that meets them, but not the process.
+// A closed terminal (a hangup, or a pipe without a reader) and a file size limit end the step that
+// runs into them, not this process.
 constexpr std::array survived{SIGHUP, SIGPIPE, SIGXFSZ};
 
-// Those of them that the process ignores by its own choice: its commands do not.
+// The ones that this process itself chose to ignore; its commands get the default action back.
 sigset_t ownChoice = {};
 
-// While a command runs, the terminal's interrupts are for the command and SIGCHLD must not fetch
-// its status away.
+// While a command runs, the terminal's interrupts go to the command, and no SIGCHLD setting may
+// discard its status.
 class CommandSignals {
 public:
     CommandSignals() {
@@ -81,8 +81,8 @@ public:
         sigemptyset(&child);
         sigaddset(&child, SIGCHLD);
         sigprocmask(SIG_BLOCK, &child, &mask_);
-        // Where SIGCHLD is ignored, no child leaves a status behind. A handler stays: replacing it
-        // would drop what is waiting for it.
+        // If SIGCHLD is ignored, children leave no status. A handler stays in place: replacing it
+        // would drop the signals that are pending for it.
         sigaction(SIGCHLD, nullptr, &child_);
         if (child_.sa_handler != SIG_IGN && (child_.sa_flags & SA_NOCLDWAIT) == 0) return;
         struct sigaction standard = {};
@@ -154,7 +154,7 @@ void print(std::string_view text) {
     }
 }
 
-// The standard error of one command: passed on as it comes, and its last line kept.
+// The standard error of one command: passes it on as it arrives, and keeps its last line.
 class ErrorPipe {
 public:
     explicit ErrorPipe(const CommandSignals& signals) : signals_(signals) {
@@ -169,8 +169,8 @@ public:
 
     [[nodiscard]] int writeEnd() const { return ends_[1]; }
 
-    // Until the command has ended, not until all have gone that write into the pipe: what it left
-    // running in the background may write for as long as it likes.
+    // Stops when the command ends, not when the pipe's last writer does: a process that it left in
+    // the background may go on writing for as long as it likes.
     void passOnUntilEndOf(pid_t command) {
         close(std::exchange(ends_[1], -1));
         if (ends_[0] < 0) return;
@@ -179,7 +179,7 @@ public:
         bool open = true;
         while (open && end >= 0) {
             if (poll(watched.data(), watched.size(), -1) < 0) continue;
-            // What is in the pipe at the command's end is the last that can be its own.
+            // Only what is in the pipe when the command ends can still be the command's own.
             const bool ended = watched[1].revents != 0;
             int left = 0;
             if (ended) ioctl(ends_[0], FIONREAD, &left);
@@ -192,7 +192,7 @@ public:
     }
 
 private:
-    // False when nobody can write any more.
+    // False when the pipe has no writers left.
     bool passOn() {
         std::array<char, partSize> part;
         const ssize_t size = read(ends_[0], part.data(), part.size());
@@ -213,9 +213,9 @@ private:
         }
     }
 
-    // What still runs in the background would be killed by a pipe without a reader.
+    // Background processes would be killed by SIGPIPE if the pipe lost its reader.
     void leaveToOthers() {
-        // As standard input, a command in the background would not get it.
+        // Not as standard input: the shell takes that away from a command in the background.
         constexpr int spare = 3;
         pid_t shell = 0;
         if (startShell("cat <&3 >&2 &", signals_, ends_[0], spare, shell) == 0) waitFor(shell);
@@ -227,7 +227,7 @@ private:
     bool lineEnded_ = false;
 };
 
-// What the next commands print would end them, one after the other, when nobody reads it any more.
+// Once nobody reads our output, every further command would be killed as soon as it printed.
 void replaceDeadOutput() {
     for (const int output : {STDOUT_FILENO, STDERR_FILENO}) {
         pollfd state{output, POLLOUT, 0};
@@ -238,7 +238,7 @@ void replaceDeadOutput() {
     }
 }
 
-// The C library's own call answers 127 instead of -1 when no process could be made.
+// The C library's system() returns 127 instead of -1 when it can't create a process.
 int runShell(const char* command) {
     const CommandSignals signals;
     ErrorPipe errors(signals);
@@ -269,7 +269,7 @@ std::string lastComplaint() {
 }
 
 void prepareProcess() {
-    // The next file that is opened gets the lowest free number.
+    // open() returns the lowest free descriptor, so this fills 0, 1 and 2 if they are closed.
     while (true) {
         const int file = open("/dev/null", O_RDWR);
         if (file < 0 || file > STDERR_FILENO) {
@@ -277,7 +277,7 @@ void prepareProcess() {
             break;
         }
     }
-    // A suite that the super-user installs is for all.
+    // A suite that the super-user installs must be readable by everybody.
     const mode_t before = umask(022);
     if (geteuid() != 0) umask(before | 022);
     for (const int signal : survived)

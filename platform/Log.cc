@@ -20,18 +20,18 @@
 namespace platform {
 namespace {
 
-// A run begins with less than this in the file, and ends its log at the second size.
+// A log of the first size or more is renamed before a run; a run stops logging at the second.
 constexpr off_t longLog = off_t{1} << 20;
 constexpr off_t longestLog = off_t{8} << 20;
 
 using Ends = std::array<int, 2>;
 
-// What the parent needs at its end: its own end of the line to the copier, and where its output
-// went.
+// What the parent needs when it exits: its end of the line to the copier, and where its output
+// originally went.
 int copierLine = -1;
 Ends outputsBefore{-1, -1};
 
-// Nobody else can have a hand in what is in it.
+// The folder must be one in which nobody else can change anything.
 std::string whyNotIn(const std::string& folder) {
     struct stat status;
     if (stat(folder.c_str(), &status) != 0) return std::strerror(errno);
@@ -66,7 +66,7 @@ int openShortLog(const std::string& path, std::string& reason) {
     return moved ? openLog(path, reason) : -1;
 }
 
-// False, with errno set, when the file takes no more.
+// False, with errno set, when a write fails.
 bool writeAll(int file, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = write(file, text.data(), text.size());
@@ -82,8 +82,8 @@ bool writeAll(int file, std::string_view text) {
     return true;
 }
 
-// Copies what comes out of the pipes to standard output and error and into the file: in a process
-// of its own, which ends when nobody is left who could write.
+// Copies from the pipes to standard output, standard error and the file. Runs in a process of its
+// own, which ends when the pipes have no writers left.
 class Copier {
 public:
     Copier(const Ends& pipes, int line, int file, std::string path)
@@ -95,7 +95,7 @@ public:
     void run() {
         bool leaving = false;
         while (watched_[0].fd >= 0 || watched_[1].fd >= 0) {
-            // Only a look at the pipes that begins after the parent's end finds all it has printed.
+            // Only a poll that starts after the parent has left sees everything that it printed.
             const int ready = poll(watched_.data(), watched_.size(), leaving ? 0 : -1);
             if (ready == 0) {
                 leaving = false;
@@ -111,7 +111,7 @@ public:
     }
 
 private:
-    // What a command in the background prints later is no part of the run.
+    // What a background command prints after this no longer belongs to the run.
     void parentIsServed() {
         close(std::exchange(file_, -1));
         close(std::exchange(line_, -1));
@@ -126,7 +126,7 @@ private:
             return;
         }
         const std::string_view text(part.data(), static_cast<std::size_t>(size));
-        // The terminal may be stopped, or gone.
+        // Log it first: the write to the terminal may block or fail.
         keep(text);
         show(output, text);
     }
@@ -159,7 +159,7 @@ bool areOneFile(int a, int b) {
            first.st_ino == second.st_ino;
 }
 
-// Output and error to one place share a pipe: so their order stays.
+// If standard output and error go to the same place, they share a pipe, which keeps their order.
 bool makePipes(Ends& readEnds, Ends& writeEnds) {
     readEnds = writeEnds = {-1, -1};
     const std::size_t needed = areOneFile(STDOUT_FILENO, STDERR_FILENO) ? 1 : 2;
@@ -172,8 +172,8 @@ bool makePipes(Ends& readEnds, Ends& writeEnds) {
     return true;
 }
 
-// The last that was printed is to be seen before the terminal closes; a terminal that takes nothing
-// does not keep anybody from leaving.
+// The last output should be seen before the terminal closes, but a terminal that accepts no output
+// must not keep the process from exiting.
 void waitForCopier() {
     constexpr int longest = 2000;
     std::fflush(stdout);
@@ -193,8 +193,8 @@ void printInto(const Ends& pipes) {
     std::atexit(waitForCopier);
 }
 
-// Neither the terminal's signals nor its end are for the copier, nor does it keep a folder or a
-// medium in use.
+// The copier ignores the terminal's signals and its closing, and must not keep a folder or a medium
+// busy.
 void becomeCopier() {
     setsid();
     prctl(PR_SET_NAME, "Zarn_log");

@@ -19,14 +19,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// What lies below a folder that may not be searched is known by its text alone.
+// Below a folder that we may not search, only the text of the path is known.
 fs::path resolved(const fs::path& path, std::error_code& error) {
     fs::path canonical = fs::weakly_canonical(path, error);
     if (error != std::errc::permission_denied || !path.has_relative_path()) return canonical;
     const fs::path above = resolved(path.parent_path(), error);
     if (error) return {};
     fs::path text = (above / path.filename()).lexically_normal();
-    // A ".." may have led out of that folder again.
+    // A ".." may have led back out of that folder, to where links can be resolved again.
     fs::path again = fs::weakly_canonical(text, error);
     if (error != std::errc::permission_denied) return again;
     error.clear();
@@ -37,7 +37,7 @@ bool isTrusted(uid_t user) {
     return user == 0 || user == geteuid();
 }
 
-// A group of which nobody else is a member: "staff", to which /usr/local belongs on some systems.
+// A group with no other members, such as "staff", which owns /usr/local on some systems.
 bool isOursAlone(gid_t id) {
     const struct group* const group = getgrgid(id);
     for (char** name = group != nullptr ? group->gr_mem : nullptr; name && *name; ++name) {
@@ -52,11 +52,11 @@ bool isOursAlone(gid_t id) {
     return alone;
 }
 
-// Whether nobody but the super-user and this process's user may write what has this status. In a
-// sticky folder everybody's entries are his own.
+// Whether only the super-user and this process's user may write the file with this status. A sticky
+// folder is fine: nobody can replace somebody else's entries in it.
 bool isOurs(const struct stat& status, const std::string& name) {
     const bool trusted = isTrusted(status.st_uid);
-    // With an access list, the bits of the group are its mask.
+    // With an access control list, the group bits hold the mask, not the group's permissions.
     const bool listed = getxattr(name.c_str(), "system.posix_acl_access", nullptr, 0) > 0;
     const bool byGroup = (status.st_mode & S_IWGRP) != 0 &&
                          (listed || (status.st_gid != 0 && !isOursAlone(status.st_gid)));
@@ -70,7 +70,7 @@ bool isSafeFolder(const std::string& folder) {
     return stat(folder.c_str(), &status) == 0 && isOurs(status, folder);
 }
 
-// As the system goes along the path: through every link.
+// Walks the path as the kernel does, through every link.
 fs::path firstOfOthers(const fs::path& path, int& links) {
     fs::path reached;
     struct stat status;
@@ -109,7 +109,7 @@ std::string absolutePath(const std::string& path) {
     if (error) return {};
     fs::path canonical = resolved(absolute, error);
     if (error) return {};
-    // A trailing slash leaves an empty last component behind.
+    // A trailing slash gives an empty last component.
     if (!canonical.has_filename() && canonical.has_relative_path())
         canonical = canonical.parent_path();
     return canonical.string();
@@ -160,7 +160,7 @@ std::FILE* openTemporary(const char* path) {
 
 bool prepareTemporary(const char* path) {
     const std::string folder = fs::path(path).parent_path().string();
-    // Whatever the umask says, a folder for everybody is for everybody.
+    // mkdir applies the umask, but this folder must be writable for everybody.
     if (mkdir(folder.c_str(), 01777) == 0 && chmod(folder.c_str(), 01777) != 0) return false;
     if (!isSafeFolder(folder)) return false;
     std::FILE* const file = openTemporary(path);

@@ -3,79 +3,80 @@
 #include <cstdio>
 #include <string>
 
-/// What the suite's original workstation offered its programs and Linux does not, or not so.
-/// The programs for that (xwsh, xconfirm, jot, a tape-aware tar) have tools/ to themselves, and lie
-/// in the folder Zarn_tools.
+/// Services of the suite's original workstation that Linux lacks or provides differently.
+/// The programs among them (xwsh, xconfirm, jot, a tape-aware tar) have their sources in tools/ and
+/// are built into the folder Zarn_tools.
 namespace platform {
 
-/// Makes the process fit to run as root, however it was started: standard input, output and error
-/// are open (on "/dev/null" if nowhere else), what it makes is nobody else's to write (and, if it
-/// is the super-user's, everybody's to read), and it outlives its terminal (SIGHUP, SIGPIPE) and a
-/// limit on the size of files (SIGXFSZ), which end only the command that runs. To be called before
-/// anything is opened.
+/// Makes the process safe to run as root, however it was started: standard input, output and error
+/// are open (on "/dev/null" if they were closed), nobody else can write the files it creates (and,
+/// when it runs as the super-user, everybody can read them), and it survives the loss of its
+/// terminal (SIGHUP, SIGPIPE) and a file size limit (SIGXFSZ), which end only the command that is
+/// running. Call it before opening anything.
 void prepareProcess();
 
-/// Runs `command` in the shell and waits for it; the status is that of waitpid: 0 for success,
-/// -1 with errno set (EAGAIN: no process to be had) when the shell could not be started. The
-/// stand-in programs are found without the user's doing: the folder Zarn_tools beside the running
-/// program, or else where it was installed, comes first in PATH from the first call on; for the
-/// super-user folders that others may write to, and relative ones, go from it. (PATH has no way to
-/// name a folder with a ":" in its name; standard error tells of that once.) What this
-/// process has printed so far is flushed first, so that its output and the command's stay in order.
-/// The status is right whatever this process has inherited or arranged for SIGCHLD. Standard error
-/// reaches the command as a pipe, and this process's own standard error from there. Output that
-/// nobody reads any more goes to "/dev/null" from the next call on.
+/// Runs `command` in the shell and waits for it. Returns the status as waitpid gives it: 0 for
+/// success, -1 with errno set (EAGAIN: no process available) when the shell could not be started.
+/// The first call changes PATH: the folder with the stand-in programs, Zarn_tools beside the
+/// running program or else where it was installed, comes first, and for the super-user the relative
+/// folders and those that others may write to are removed. (PATH can't name a folder that has a ":"
+/// in its name; the first call says so on standard error.) This process's own output is flushed
+/// first, so that it stays in order with the command's. The status is right whatever this process
+/// has inherited or set for SIGCHLD. The command's standard error is a pipe, from which everything
+/// is passed on to this process's standard error. When the reader of this process's output has
+/// gone, later calls send that output to "/dev/null".
 int system(const char* command);
 
-/// The last line that the last command of `system` wrote on standard error, at most 400 bytes of
-/// it; the name of the signal that ended it if one did. Empty when there is neither.
+/// The last line, at most 400 bytes of it, that the most recent command of `system` wrote to
+/// standard error; or the name of the signal, if one ended it. Empty when there is neither.
 std::string lastComplaint();
 
-/// Keeps a log: what this process and its commands print from now on goes where it went and, up to
-/// 8 MB, into the file `path` as well, behind `firstLine`. Appends to an own file (mode 0600) with
-/// no second name, never through a link; one of 1 MB and more gets ".old" added to its name first.
-/// The folder must be this user's, and nobody else's to write. A process of its own copies; it
-/// outlives the terminal, and this process as long as commands in the background can print. When
-/// this process exits, it waits until all is copied, 2 seconds at most. To be called once. Returns
-/// the reason when there is no log, and "" when there is.
+/// Starts a log: what this process and its commands print from now on still goes where it went, and
+/// up to 8 MB of it also into the file `path`, after `firstLine`. An existing file is appended to
+/// only if it is a regular file of this user's with a link count of 1; a link is never followed.
+/// The file gets mode 0600; one of 1 MB or more is first renamed with ".old" added. The folder must
+/// belong to this user, and nobody else may write to it. A separate process does the copying; it
+/// survives the terminal, and lives on after this process while background commands can still
+/// print. When this process exits, it waits up to 2 seconds for the copying to finish. Call it
+/// once. Returns "" on success, otherwise the reason why there is no log.
 [[nodiscard]] std::string keepLog(const std::string& path, const std::string& firstLine);
 
-/// Space on the file system of `directory` as that counts it, even if it can't be written: free
-/// blocks that this process's user may have, and their size in bytes. False (the results untouched)
-/// when it can't be asked.
+/// The space on the file system of `directory`, even a read-only one: the number of free blocks
+/// that this process's user may use, and the size of a block in bytes. False, with the results
+/// untouched, when the file system can't be queried.
 bool freeSpace(const char* directory, double& blocks, double& blockSize);
 
-/// The canonical absolute form of `path`: ".", "..", and symbolic links are resolved as far as
-/// the path exists; what does not exist yet, or lies below a folder that this process may not
-/// search, is resolved by its text alone. Empty on failure: an empty path, a loop of links, a path
-/// or name longer than the system allows, a relative path without a working directory, an error
-/// of the file system.
+/// The canonical absolute form of `path`: ".", ".." and symbolic links are resolved as far as the
+/// path exists; whatever does not exist yet, or lies below a folder that this process may not
+/// search, is resolved from its text alone. Empty on failure: an empty path, a loop of links, a
+/// path or name longer than the system allows, a relative path without a working directory, a file
+/// system error.
 std::string absolutePath(const std::string& path);
 
-/// The first file, folder or link on the way to the absolute `path`, itself included, that anybody
-/// but the super-user and this process's user may write or replace; what is in a sticky folder only
-/// its owner can. A group counts if it has other members. Empty when there is none. What does not
-/// exist can't be written.
+/// The first file, folder or link along the absolute `path`, including the last, that anybody other
+/// than the super-user and this process's user may write or replace. In a sticky folder only the
+/// owner of an entry can replace it. Group write permission counts if the group has other members.
+/// Empty when there is none. Something that does not exist does not count as writable.
 std::string writableByOthers(const std::string& path);
 
-/// Waits until all that was written to the file system of `directory` is on the disk.
+/// Waits until everything written to the file system of `directory` is on the disk.
 void syncFiles(const std::string& directory);
 
-/// The process that holds a flock lock on the open `file`; 0 when there is none, or it is not
-/// known.
+/// The id of the process that holds a flock lock on the open `file`; 0 when there is none, or when
+/// it can't be determined.
 int lockHolder(int file);
 
-/// Opens the file at a fixed name in a directory that everybody may write ("/tmp", "/usr/tmp")
-/// for writing, empty; a new one has mode 0644 less the umask. Null when anything but an own
-/// regular file with no second name stands there: a link that somebody planted is never followed.
-/// A program is no such file either: the installer itself may lie at that name.
+/// Opens a file with a fixed name in a directory that everybody may write to ("/tmp", "/usr/tmp"),
+/// truncated, for writing; a new one has mode 0644 less the umask. Null when the name exists and is
+/// not a regular file of this user's with a link count of 1: a planted link is never followed.
+/// Null also for an executable file, since the installer itself may have that name.
 std::FILE* openTemporary(const char* path);
 
-/// Makes sure that a command may write to the fixed name `path` safely: the file is there, empty
-/// and as `openTemporary` demands, and nobody else can change that: its folder belongs to the
-/// super-user or to this one, and is sticky or nobody else may write it. A missing folder
-/// ("/usr/tmp" on most systems) is made with mode 1777 if this process may. False when all this
-/// can't be had: the name must not be used then.
+/// Makes it safe for a command to write to the fixed name `path`: the file exists, is empty, meets
+/// the conditions of `openTemporary`, and nobody else can replace it, because its folder belongs to
+/// the super-user or this user and is either sticky or not writable by others. A missing folder
+/// ("/usr/tmp" on most systems) is created with mode 1777 if this process may do so. False when any
+/// of this fails: the name must then not be used.
 bool prepareTemporary(const char* path);
 
 }  // namespace platform

@@ -1,11 +1,11 @@
-// The tar that the installer's commands mean. A first installation names every wanted subsystem to
-// each archive of a distribution in several archives; System V's tar passes over the members that
-// an archive does not hold, GNU tar calls that a failure. This program keeps System V's manners on
-// top of the system's GNU tar for "tar xvof ARCHIVE MEMBER..."; everything else it hands straight
-// on. Success is GNU tar's own, or an extraction that lacked nothing but some of the named members.
-// A whole archive that holds none of them is told apart from one that can't be read: status 1. The
-// same goes for listings, "tar tf ARCHIVE". And what comes out of an archive stays within the named
-// members: no link leads an extraction out of them.
+// The tar that the installer's commands run. When a distribution has several archives, a first
+// installation asks each of them for every wanted subsystem. System V's tar skips members that an
+// archive does not have; GNU tar treats them as an error. For "tar xvof ARCHIVE MEMBER..." this
+// program makes the system's GNU tar behave like System V's; everything else it passes straight on.
+// It succeeds when GNU tar does, or when the only problem was that some named members are missing.
+// An intact archive that has none of them gives status 1, an unreadable one does not. The same
+// holds for listings, "tar tf ARCHIVE". And an extraction writes only to the named members: no link
+// in the archive can lead it elsewhere.
 
 #include <fcntl.h>
 #include <linux/capability.h>
@@ -34,7 +34,7 @@ namespace {
 namespace fs = std::filesystem;
 using Words = std::vector<std::string>;
 
-constexpr int fatalStatus = 2;  // GNU tar's own status for errors
+constexpr int fatalStatus = 2;  // GNU tar's exit status for errors
 constexpr int nothingFoundStatus = 1;
 constexpr int notFoundStatus = 127;
 
@@ -54,7 +54,7 @@ struct Extraction {
     [[nodiscard]] bool asksFor(char letter) const { return key.find(letter) != std::string::npos; }
 };
 
-// Only plain extractions are ours; a key with letters beyond these has wishes that GNU tar knows.
+// We handle only plain extractions; a key with other letters goes to GNU tar as it is.
 std::optional<Extraction> extractionOf(const Words& words) {
     if (words.size() < 3) return std::nullopt;
     const std::string& key = words[1];
@@ -65,8 +65,8 @@ std::optional<Extraction> extractionOf(const Words& words) {
     return Extraction{key, words[2], {words.begin() + 3, words.end()}};
 }
 
-// Behind the last mention of our own folder, so that two copies of this program in PATH never run
-// each other in turn. Relative folders are left out: this runs as the super-user anywhere.
+// The folders in PATH after the last occurrence of our own, so that two copies of this program in
+// PATH never call each other forever. Relative folders are left out: root runs this in any folder.
 Words searchFolders(const fs::path& own) {
     std::error_code error;
     Words folders;
@@ -86,7 +86,7 @@ Words searchFolders(const fs::path& own) {
 std::string systemTar() {
     std::error_code error;
     const fs::path self = fs::read_symlink("/proc/self/exe", error);
-    // Without knowing its own place the program could take itself for the system's.
+    // If it does not know where it is, the program could mistake itself for the system's tar.
     const Words folders = error ? Words{"/usr/bin", "/bin"} : searchFolders(self.parent_path());
     for (const std::string& folder : folders) {
         std::string tar = folder + "/tar";
@@ -112,7 +112,7 @@ std::string deviceOf(const std::string& archive) {
     return tape != nullptr && *tape != '\0' ? tape : "/dev/st0";
 }
 
-// The machine's name in "user@machine:device"; empty for what lies on this machine.
+// The machine's name in "user@machine:device"; empty for an archive on this machine.
 std::string remoteHost(const std::string& archive) {
     std::error_code error;
     if (fs::exists(archive, error)) return {};
@@ -122,7 +122,7 @@ std::string remoteHost(const std::string& archive) {
     return login.substr(login.find('@') + 1);
 }
 
-// A member's name for one of GNU tar's expressions.
+// A member's name, escaped for use in a GNU tar --transform expression.
 std::string patternOf(const std::string& member) {
     std::string pattern;
     for (const char c : member) {
@@ -132,9 +132,9 @@ std::string patternOf(const std::string& member) {
     return pattern;
 }
 
-// GNU tar keeps an archive in the working directory, but not off what else lies there. So a hard
-// link leads to a member that is wanted or, by a name that nothing has, nowhere. And a folder that
-// is there stays one: no link to another takes its place.
+// GNU tar keeps an archive from writing outside the working directory, but not from touching other
+// files in it. So a hard link may lead only to a wanted member; any other target is renamed to a
+// name that does not exist. And an existing folder is never replaced by a link to another.
 Words limitsFor(const Words& members) {
     const std::string nowhere = "what is not wanted: ";
     Words limits{"--transform=s,^," + nowhere + ",RS"};
@@ -150,7 +150,7 @@ Words limitsFor(const Words& members) {
     return limits;
 }
 
-// As GNU tar has it, the user may name another one.
+// As with GNU tar, the user may choose another remote shell.
 std::string remoteShell() {
     const char* shell = std::getenv("TAR_RSH");
     return shell != nullptr && *shell != '\0' ? shell : "/usr/bin/ssh";
@@ -159,7 +159,7 @@ std::string remoteShell() {
 Words gnuWords(const Extraction& extraction, bool remote) {
     Words words{"tar", extraction.key, extraction.archive, "--no-wildcards", "--no-unquote"};
     words.emplace_back(remote ? "--rsh-command=" + remoteShell() : "--force-local");
-    // The super-user's GNU tar would make programs that anybody runs as the super-user.
+    // Otherwise GNU tar, run as root, would restore set-user-ID bits and so create root programs.
     if (!extraction.asksFor('p')) words.emplace_back("--no-same-permissions");
     if (extraction.asksFor('x') && !extraction.members.empty()) {
         const Words limits = limitsFor(extraction.members);
@@ -170,7 +170,7 @@ Words gnuWords(const Extraction& extraction, bool remote) {
     return words;
 }
 
-// A link to a folder outside of the tree in which it lies.
+// Whether this is a link to a folder outside the tree that it is in.
 bool leadsOut(const fs::directory_entry& entry) {
     std::error_code error;
     if (!entry.is_symlink(error) || !entry.is_directory(error)) return false;
@@ -178,8 +178,8 @@ bool leadsOut(const fs::directory_entry& entry) {
     return !(fs::canonical(entry, error) / "").string().starts_with(tree.string());
 }
 
-// GNU tar follows no link that its archive brings, but it would follow this one, which an archive
-// before it left.
+// GNU tar does not follow links from the archive that it is extracting, but it would follow one
+// that an earlier archive has left.
 std::string wayOut(const Words& members) {
     std::error_code error;
     for (const std::string& member : members) {
@@ -193,10 +193,10 @@ std::string wayOut(const Words& members) {
     return {};
 }
 
-// Why it is not even begun; empty when it may be.
+// Why the extraction must not start; empty when it may.
 std::string refusal(const Extraction& extraction, const std::string& host) {
     if (host.starts_with('-')) return host + " is not the name of a machine";
-    // A relative one would come from wherever the super-user happens to be.
+    // A relative path would be looked up in whatever folder root happens to be in.
     if (!host.empty() && !remoteShell().starts_with('/'))
         return "TAR_RSH has to be the full path of a program";
     const std::string way = extraction.asksFor('x') ? wayOut(extraction.members) : "";
@@ -204,7 +204,7 @@ std::string refusal(const Extraction& extraction, const std::string& host) {
                        : way + " is a link to a folder elsewhere: an archive could write there";
 }
 
-// Messages in English, names in the user's own characters.
+// English messages, which we parse, but file names in the user's character set.
 void setLanguage() {
     if (const char* all = std::getenv("LC_ALL"); all != nullptr && *all != '\0')
         setenv("LC_CTYPE", all, 1);
@@ -218,7 +218,7 @@ constexpr std::size_t blockSize = 512;
 using Block = std::array<char, blockSize>;
 constexpr std::size_t typeAt = 156, moreInHeader = 482, moreInMap = 504;
 
-// The bytes that a member's header says follow it; nothing when it is no header that we know.
+// How many bytes follow a member's header; nothing when this is not a header that we know.
 std::optional<std::uint64_t> sizeOf(const Block& header) {
     constexpr std::size_t sumAt = 148, sumLength = 8, sizeAt = 124, sizeLength = 12;
     unsigned long sum = 0;
@@ -226,15 +226,15 @@ std::optional<std::uint64_t> sizeOf(const Block& header) {
         sum += i >= sumAt && i < sumAt + sumLength ? ' ' : static_cast<unsigned char>(header[i]);
     if (std::strtoul(std::string(&header[sumAt], sumLength).c_str(), nullptr, 8) != sum)
         return std::nullopt;
-    // Links, devices, and folders: nothing follows them, even if their size says so.
+    // Links, devices and folders have no data, even if their size field says otherwise.
     if (header[typeAt] >= '1' && header[typeAt] <= '6') return 0;
     const std::string octal(&header[sizeAt], sizeLength);
     if ((octal[0] & 0x80) != 0) return std::nullopt;
     return std::strtoull(octal.c_str(), nullptr, 8);
 }
 
-// The blocks of an archive. Small members lie close together: one call of the system reads the
-// headers of many.
+// The blocks of an archive. Small members are close together, so one system call reads the headers
+// of many.
 class Blocks {
 public:
     explicit Blocks(const std::string& archive)
@@ -243,7 +243,7 @@ public:
     Blocks(const Blocks&) = delete;
     Blocks& operator=(const Blocks&) = delete;
 
-    // False when there is no whole block at that place.
+    // False when there is no complete block at that offset.
     bool read(std::uint64_t at, Block& block) {
         if (at < start_ || at + blockSize > start_ + length_) {
             const ssize_t size =
@@ -264,7 +264,7 @@ private:
     std::uint64_t length_ = 0;
 };
 
-// The map of a sparse member's holes may go on in blocks of its own; false when one is missing.
+// A sparse member's map may continue in further blocks; skips them. False when one is missing.
 bool passMap(Blocks& blocks, Block& block, std::uint64_t& at) {
     char more = block[typeAt] == 'S' ? block[moreInHeader] : '\0';
     while (more != '\0') {
@@ -275,8 +275,8 @@ bool passMap(Blocks& blocks, Block& block, std::uint64_t& at) {
     return true;
 }
 
-// GNU tar takes an archive that breaks off between two members for a whole one. Only what can be
-// followed from header to header up to the break counts as cut off.
+// GNU tar accepts an archive that is cut off between two members as complete. We report it as cut
+// off only if we can follow it from header to header up to the cut.
 bool isCutOff(const std::string& archive) {
     std::error_code error;
     const std::uint64_t length =
@@ -293,8 +293,8 @@ bool isCutOff(const std::string& archive) {
     return true;
 }
 
-// Passes GNU tar's standard error on as it comes, and finds out what was wrong. What complains of
-// missing members is held back until it is known whether that was all.
+// Passes GNU tar's standard error on as it arrives, and works out what went wrong. Complaints about
+// missing members are held back until we know whether they were the only ones.
 class Messages {
 public:
     void take(std::string_view chunk) {
@@ -319,16 +319,16 @@ public:
 private:
     static constexpr std::string_view own = "tar: ";
     static constexpr std::string_view notFound = ": Not found in archive";
-    // Before it starts the remote shell, GNU tar 1.34 sets groups, which only one user may.
+    // GNU tar 1.34 sets its groups before it starts the remote shell, which only root may do.
     static constexpr std::string_view noGroups = "initgroups: ";
 
-    // That something was wrong, after what was wrong.
+    // GNU tar's closing line, which does not say what went wrong.
     static bool isFarewell(std::string_view text) {
         return text == "Exiting with failure status due to previous errors" ||
                text == "Error is not recoverable: exiting now";
     }
 
-    // Remarks that GNU tar makes without failing for them.
+    // Warnings that do not make GNU tar fail.
     static bool isRemark(std::string_view text) {
         constexpr std::array<std::string_view, 8> remarks{
             "Removing leading `",   "Substituting `.' for empty member name",
@@ -374,8 +374,8 @@ private:
     bool needsSuperUser_ = false;
 };
 
-// Until the program has ended, not until the pipe has: a connection that ssh keeps open for later
-// holds on to the pipe's other end.
+// Stops when the program ends, not at the end of the pipe: a connection that ssh keeps open for
+// later use holds the pipe's other end.
 void readUntilEnd(int pipe, pid_t program, Messages& messages) {
     const int end = static_cast<int>(syscall(SYS_pidfd_open, program, 0));
     std::array<pollfd, 2> watched{pollfd{pipe, POLLIN, 0}, pollfd{end, POLLIN, 0}};
@@ -398,7 +398,7 @@ void readUntilEnd(int pipe, pid_t program, Messages& messages) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (getppid() != parent) _exit(fatalStatus);
     dup2(errors, STDERR_FILENO);
-    // An archive may not make devices. Only the super-user can drop this, or need to.
+    // No archive may create devices. Only root can drop this capability, and only root has it.
     prctl(PR_CAPBSET_DROP, CAP_MKNOD);
     become(tar, words);
 }
@@ -424,7 +424,7 @@ int judge(int status, const Messages& messages, const Extraction& extraction) {
         print("tar: not in this archive, passed over:" + messages.missingNames() + "\n");
         return messages.missing() < extraction.members.size() ? 0 : nothingFoundStatus;
     }
-    // What was wrong has the last word; after that, every missing member is a consequence.
+    // The real error must come last. After it, missing members are only a consequence.
     if (!messages.failed()) print(messages.held());
     if (messages.needsSuperUser())
         print("tar: this system's tar reads remote tapes for the super-user only\n");

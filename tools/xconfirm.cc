@@ -1,5 +1,5 @@
 // The workstation's confirmation tool: shows a message with the given buttons and prints the label
-// of the one that was pressed. A window that is closed gives no answer.
+// of the one that was pressed. Nothing is printed when the window is closed.
 
 #include <X11/Shell.h>
 #include <Xm/MessageB.h>
@@ -47,7 +47,7 @@ Label labelOf(const std::string& text) {
     return Label(XmStringCreateLocalized(const_cast<char*>(text.c_str())));
 }
 
-// A message without a picture is better than none.
+// An unknown icon is no reason not to show the message.
 unsigned char iconOf(const std::string& name) {
     static const std::map<std::string, unsigned char> icons{
         {"info", XmDIALOG_INFORMATION}, {"error", XmDIALOG_ERROR}, {"question", XmDIALOG_QUESTION}};
@@ -61,8 +61,8 @@ void addLines(std::vector<std::string>& lines, const std::string& text) {
     for (std::string line; std::getline(in, line);) lines.push_back(line);
 }
 
-// The options of KvConfirm, as which this program may be installed. Its first button is the
-// leftmost, and the default.
+// The options of KvConfirm: this program may be installed under that name. KvConfirm's first button
+// is the leftmost, and the default.
 bool takeConfirmOption(Request& request, std::string_view option, const std::string& value) {
     if (option == "-num") {
         request.mostButtons = std::strtoul(value.c_str(), nullptr, 10);
@@ -96,7 +96,7 @@ bool takeOption(Request& request, std::string_view option, const std::string& va
 std::optional<Request> parse(const std::vector<std::string>& words) {
     Request request;
     for (std::size_t i = 1; i < words.size(); ++i) {
-        if (words[i] == "-useslider") continue;  // a long text has its slider in any case
+        if (words[i] == "-useslider") continue;  // a long text gets a scroll bar in any case
         if (i + 1 == words.size() || !takeOption(request, words[i], words[i + 1]))
             return std::nullopt;
         ++i;
@@ -115,7 +115,7 @@ bool beginsCharacter(char c) {
     return (c & 0xC0) != 0x80;
 }
 
-// Where a line has to end: behind its last blank that fits, or else before the first letter that
+// Where to break a line: after the last blank that fits, or else before the first character that
 // does not.
 std::size_t endOfLine(std::string_view text) {
     std::size_t columns = 0;
@@ -153,7 +153,7 @@ void closeByKey(Widget, XEvent*, String*, Cardinal*) {
     std::exit(1);
 }
 
-// Escape is no answer either. Motif would look for a button "Cancel".
+// Escape closes the window without an answer; by default Motif would look for a Cancel button.
 void closeOnEscape(Widget widget) {
     XtOverrideTranslations(widget, XtParseTranslationTable("<Key>osfCancel: closeByKey()"));
 }
@@ -251,14 +251,16 @@ int main(int argc, char** argv) {
             stderr);
         return usageStatus;
     }
-    // The installer lets its own window read defaults from /tmp, where anybody may put files.
+    // The installer sets this so that it finds its own defaults in /tmp, where anybody may put
+    // files.
     unsetenv("XFILESEARCHPATH");
-    // A display that does not trust the program (ssh -X) keeps Motif from leaving notes for others.
+    // A display that does not trust the program (ssh -X) refuses the properties that Motif sets on
+    // the root window; that must not end it.
     XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
     XtSetLanguageProc(nullptr, nullptr, nullptr);
     XtToolkitInitialize();
     XtAppContext context = XtCreateApplicationContext();
-    // Fonts for all characters of the locale; a single font has those of one character set.
+    // A font set, for all characters of the locale; a single font covers only one character set.
     std::string fonts = "*fontList: -*-helvetica-bold-r-normal--12-*-*-*-*-*-*-*;-*-*-*-r-*--*:";
     std::array<char*, 2> defaults{fonts.data(), nullptr};
     XtActionsRec closing{const_cast<char*>("closeByKey"), closeByKey};
