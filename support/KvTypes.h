@@ -15,9 +15,9 @@ inline constexpr std::size_t KvTextSize = 1024;
 /// A text buffer at a boundary: zero-terminated, at most 1023 characters of text.
 using KvText = char[KvTextSize];
 
-/// Copies `text` into `out` and terminates it; text beyond 1023 bytes is left out.
-/// Returns true when all of `text` is in `out`, false when it was cut: whoever goes on with the
-/// copy acts on that. `text` may lie in `out` itself.
+/// Copies `text` into `out` and terminates it; anything beyond 1023 bytes is left out.
+/// Returns true when all of `text` is in `out`, false when it was cut; the caller must check this
+/// before it uses the copy. `text` may be part of `out` itself.
 [[nodiscard]] bool KvCopyText(KvText& out, std::string_view text);
 
 /// The same for what must not be taken for another thing: text that does not fit leaves `out`

@@ -7,9 +7,9 @@
 #include <type_traits>
 
 /// Shell command lines are composed here and nowhere else. A template such as "rm -rf %s/%s" is
-/// filled with one piece per %s; the compiler refuses a template whose number of %s differs from
-/// the number of pieces, or that holds any other conversion. Plain text among the pieces is quoted
-/// so that the shell sees exactly that text; only a KvuShellText enters a command as it stands.
+/// filled with one piece per %s; a template whose number of %s differs from the number of pieces,
+/// or that has any other conversion, does not compile. Plain text among the pieces is quoted so
+/// that the shell sees exactly that text; only a KvuShellText enters a command unchanged.
 /// A command has no length limit and is never cut.
 
 /// Text that is in the shell's own language already: quoted words, lists of them, whole commands.
@@ -17,24 +17,24 @@ struct KvuShellText {
     std::string text;
 };
 
-/// Returns `text` as one word for the shell. Text made of letters, digits and _@%+=:,./- only
-/// comes back unchanged unless it begins with "="; any other text (the empty one too) comes in
-/// single quotes. A leading "-" gets
-/// "./" in front, so that no program takes a file's name for an option.
+/// Returns `text` as one word for the shell. Text of only letters, digits and _@%+=:,./- comes back
+/// unchanged unless it begins with "="; any other text, the empty one included, is put in single
+/// quotes. Text that begins with "-" gets "./" in front, so that no program takes a file name for
+/// an option.
 [[nodiscard]] KvuShellText KvuShellPath(std::string_view text);
 
-/// The same for an argument, in which a leading "-" stays what it is.
+/// The same for an argument that is not a file name: a leading "-" is kept.
 [[nodiscard]] KvuShellText KvuShellArgument(std::string_view text);
 
-/// Returns `command` in the form that it must have between the single quotes of another command:
-/// the quoting shell hands `command` on unchanged.
+/// Returns `command` escaped for use between the single quotes of another command: the outer shell
+/// then passes exactly `command` on.
 [[nodiscard]] KvuShellText KvuInSingleQuotes(const KvuShellText& command);
 
 /// The same for a command between the double quotes of another command.
 [[nodiscard]] KvuShellText KvuInDoubleQuotes(const KvuShellText& command);
 
-/// The same for a command that csh is to run: unlike other shells it looks for "!" and for the end
-/// of the line within single quotes, too.
+/// Escapes a command that csh is to run: unlike other shells, csh treats "!" and the end of a line
+/// as special even within single quotes.
 [[nodiscard]] KvuShellText KvuForCsh(const KvuShellText& command);
 
 /// A command template, checked at compile time. REQUIRES: a string literal.

@@ -19,7 +19,8 @@ constexpr int KvFailureCode = -1;
 
 volatile std::sig_atomic_t handlersRunning = 0;
 
-// A handler whose callback returns leaves the interrupted code as it was.
+// If the callback returns from a signal handler, the interrupted code must find errno and our state
+// as they were.
 class InHandler {
 public:
     InHandler() : savedErrno_(errno) { handlersRunning = handlersRunning + 1; }
@@ -34,7 +35,7 @@ private:
     int savedErrno_;
 };
 
-// Standard error without the stream, which a signal may have caught half-way.
+// Writes to the descriptor: the signal may have interrupted a call that was changing the stream.
 void writeError(const char* text) {
     std::size_t left = std::strlen(text);
     while (left > 0) {
@@ -46,7 +47,7 @@ void writeError(const char* text) {
     }
 }
 
-// A handler with open arguments must not be called through a pointer to one without.
+// A variadic function must not be called through a pointer to a function with fixed arguments.
 extern "C" void onCrash(int signal) {
     KvuExitCoreDump(signal);
 }

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <memory>
 
-/// Owners of what the C library hands out; each releases its object when it goes out of scope.
+/// Owners of objects from the C library; each releases its object when it goes out of scope.
 
 struct KvuFileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -18,7 +18,7 @@ struct KvuDirCloser {
 };
 using KvuDir = std::unique_ptr<DIR, KvuDirCloser>;
 
-/// A listing as scandir makes it: `count` entries, each of them and the array allocated.
+/// A listing as scandir makes it: `count` entries; the array and each entry are allocated.
 /// `count` is -1 when the directory could not be read.
 class KvuListing {
 public:

@@ -30,7 +30,7 @@ bool isBlank(char c) {
     return c == ' ' || c == '\t';
 }
 
-// Both return where the word ended.
+// skipQuoted and skipPlain return the end of the word.
 char* skipQuoted(char* scan) {
     while (!endsLine(*scan) && *scan != '"') ++scan;
     if (*scan == '"') *scan++ = '\0';
@@ -67,7 +67,7 @@ KvBool KvuIsANiceChar(char c, const char* set) {
 
 int KvuString::parseLine(const char* line, char** argv, char comment, int capacity) {
     if (capacity < 1) return 0;
-    // A line is used as far as it fits, like one read into a buffer of this size.
+    // An overlong line is cut, as if it had been read into a buffer of this size.
     (void)KvCopyText(pline, KvOrEmpty(line));
     const int count = tokenise(pline, argv, capacity - 1);
     argv[count] = &pline[KvTextSize - 1];
@@ -155,7 +155,7 @@ int KvuString::split(const char* s, char c, int n, KvText& before, KvText& after
     std::size_t place = n > 0 ? text.find(c) : std::string_view::npos;
     for (int i = 1; i < n && place != std::string_view::npos; ++i) place = text.find(c, place + 1);
     const bool found = place != std::string_view::npos;
-    // In this order `s` may lie in either buffer.
+    // Storing `before` first allows `s` to be either of the two buffers.
     const bool fits = KvStoreText(before, text.substr(0, place));
     if (!KvStoreText(after, found ? text.substr(place + 1) : std::string_view()) || !fits) {
         before[0] = after[0] = '\0';

@@ -77,7 +77,7 @@ const char* KvuSystem::editor() {
 }
 
 int KvuSystem::mail(const char* subject, const char* address, const char* file) {
-    // The word after -s is the subject whatever it begins with; the first address may be an option.
+    // mail takes any word after -s as the subject, but would take an address with "-" as an option.
     KvuShellText to = KvuShellArgument(address);
     if (*address == '-') to.text.insert(0, "-- ");
     const KvuShellText command = KvuCommand(" %s %s %s < %s", KvuShellText{"Mail -s"},

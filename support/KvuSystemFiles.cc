@@ -31,13 +31,13 @@ int listDirectorySelect(struct dirent* entry) {
     return name.size() > extension.size() && name.ends_with(extension);
 }
 
-// Never waits, whatever `path` is (a pipe without a writer, say).
+// Must not block, even if `path` is a pipe without a writer.
 KvuFile openForReading(const char* path) {
     const int file = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     return KvuFile(file < 0 ? nullptr : fdopen(file, "r"));
 }
 
-// A path beyond the slash of "link/" is where the link leads.
+// With a trailing slash, as in "link/", the system would follow the link.
 std::string withoutTrailingSlashes(std::string path) {
     while (path.size() > 1 && path.ends_with('/')) path.pop_back();
     return path;
@@ -56,11 +56,11 @@ bool mayBeRemoved(const std::string& path) {
 
 bool removeAt(int folder, const char* name, bool recursive);
 
-// Descends by the directory itself, not by its name: who puts a link in its place while we are in
-// it leads us nowhere else.
+// Descends through the directory's descriptor, not its name: replacing the directory with a link
+// meanwhile can't lead us elsewhere.
 bool removeEntries(int folder, const char* name) {
     const int file = openat(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (file < 0) return true;  // it may be empty all the same
+    if (file < 0) return true;  // it may still be empty, and then it can be removed
     const KvuDir inside(fdopendir(file));
     if (inside == nullptr) {
         close(file);
@@ -85,7 +85,7 @@ bool removeAt(int folder, const char* name, bool recursive) {
 bool makeIfMissing(const std::string& path) {
     if (KvuSystem::fileExists(nullptr, path.c_str(), 0) != 0) return true;
     if (mkdir(path.c_str(), KvDirectoryMode) == 0) return true;
-    // It is there, in a directory that we may pass through but not read.
+    // It may exist all the same, in a directory that we may search but not read.
     return KvuSystem::isADirectory(path.c_str()) != 0;
 }
 
@@ -150,7 +150,7 @@ KvBool KvuSystem::fileIsReadable(const char* path) {
 }
 
 KvBool KvuSystem::fileIsWritable(const char* path) {
-    // O_EXCL makes nothing behind a link, and tells a file of ours from one that was there.
+    // O_EXCL does not create a file through a link, and tells a new file from one that existed.
     const bool made = opens(path, O_WRONLY | O_APPEND | O_CREAT | O_EXCL);
     const bool writable = made || opens(path, O_WRONLY | O_APPEND);
     const bool readable = writable && opens(path, O_RDONLY);
@@ -190,7 +190,7 @@ KvBool KvuSystem::mkdir(const char* path) {
         end = std::min(full.find('/', end + 1), full.size());
         if (!makeIfMissing(full.substr(0, end))) return 0;
     }
-    // What was there already may have been a file.
+    // If the path existed already, it may be a file.
     return isADirectory(abs);
 }
 
@@ -206,7 +206,7 @@ KvBool KvuSystem::cat(const char* from, const char* to) {
     const KvuFile source = openForReading(from);
     if (source == nullptr) return 0;
     KvuFile target(std::fopen(to, "a"));
-    // A file that grows while it is read has no end.
+    // Appending a file to itself would never end.
     if (target == nullptr || isSameFile(source.get(), target.get())) return 0;
     char part[KvTextSize];
     std::size_t count = 0;

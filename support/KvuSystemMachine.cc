@@ -17,6 +17,7 @@
 
 namespace {
 
+// In place of today's date when ctime's text has no words, so that a date is never empty.
 constexpr char KvNoDate[] = "11-1-95";
 
 constexpr std::array<std::string_view, 12> MONTHS = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
@@ -33,7 +34,7 @@ bool holdsWord(const char* path) {
     return false;
 }
 
-// The words of the C library's date text: weekday, month, day, time and year.
+// Words from ctime's text, which reads: weekday, month, day, time and year.
 struct Today {
     const char* month;
     const char* day;

@@ -21,7 +21,7 @@ bool isAbsolute(std::string_view path) {
     return path.starts_with('/');
 }
 
-// The leading directories that both name, with the slash after the last of them.
+// The leading directories that both paths share, including the slash after the last one.
 std::string_view sharedDirectories(std::string_view from, std::string_view to) {
     const auto differing = std::mismatch(from.begin(), from.end(), to.begin(), to.end()).first;
     const std::string_view same =

@@ -41,8 +41,8 @@ struct Question {
     std::string answerFile;
 };
 
-// Only the super-user can make "/usr/tmp" where it is missing. Then it is a file in a folder that
-// nobody else can enter.
+// The file for the answer. If "/usr/tmp" is missing and we are not root, we can't create it and use
+// a file in a private folder instead.
 class AnswerFile {
 public:
     AnswerFile() {
@@ -62,7 +62,7 @@ public:
     AnswerFile(const AnswerFile&) = delete;
     AnswerFile& operator=(const AnswerFile&) = delete;
 
-    /// Empty when there can be none.
+    /// Empty when no safe file could be made.
     [[nodiscard]] const std::string& path() const { return path_; }
 
 private:
@@ -98,7 +98,7 @@ int getConfirmString(const char* message, KvText& out) {
     std::string arguments = "-t '";
     std::size_t markedLength = arguments.size();
     for (const char c : std::string_view(message)) {
-        // A cut must not leave half a character of several bytes behind.
+        // Never cut in the middle of a multibyte character.
         const bool starts = (c & 0xC0) != 0x80;
         if (starts && arguments.size() + mark.size() <= room) markedLength = arguments.size();
         arguments += inConfirmString(c);
@@ -116,6 +116,8 @@ std::string confirmProgram() {
     return KvuSystem::fileExists(nullptr, path.c_str(), 0) != 0 ? path : std::string();
 }
 
+// The tab and the blanks before an option are part of KvConfirm's established command line; the
+// shell drops them.
 KvuShellText confirmCommand(std::string_view program, const Question& question) {
     const std::string_view answer = question.answerFile;
     const KvuShellText message = inDoubleQuotes(question.message);
@@ -181,7 +183,7 @@ int readAnswer(const Question& question) {
     return question.n < 1 ? 0 : answerIn(line, question);
 }
 
-// The text must reach the user even where nothing can be asked.
+// The user must get the message even if the confirmation program can't be used.
 int tellWithoutProgram(const Question& question) {
     reportNoAnswerFile();
     if (question.n != 1) return 0;

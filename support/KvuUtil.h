@@ -2,15 +2,15 @@
 
 #include "support/KvTypes.h"
 
-/// The identity of the product that a program belongs to, and messages for code that has no
-/// widgets of its own: an external confirmation program shows them and writes the label of the
-/// pressed button into the file "/usr/tmp/.zarnUserConfirm". The calls block until the user has
-/// answered.
+/// The identity of the product that a program belongs to, and messages for code without widgets:
+/// an external confirmation program shows them and writes the label of the pressed button to the
+/// file "/usr/tmp/.zarnUserConfirm". The calls block until the user has answered. The messages
+/// serve the suite's other programs; the installer's own are in motif/KvcUtil.h.
 ///
-/// That program is "bin/KvConfirm" in the directory that ZARNHOME names, for up to three buttons,
-/// or else `xconfirm` on the search path. The answer file is used only when it can be made an own
-/// regular file (see `platform::prepareTemporary`). Where there is no "/usr/tmp" and this user
-/// can't make it, the answer goes to a file in a private folder below "/tmp".
+/// For up to three buttons the program is "bin/KvConfirm" in the directory named by ZARNHOME; if
+/// there is none, or there are more buttons, it is `xconfirm` on the search path. The answer file
+/// is used only if it is safe (see `platform::prepareTemporary`). Where "/usr/tmp" does not exist
+/// and this user can't create it, the answer goes to a file in a private folder below "/tmp".
 class KvuUtil {
 public:
     KvuUtil() = delete;
@@ -36,16 +36,17 @@ public:
     /// Shows an error with the one button "Continue". Returns 0.
     static int userError(const char* message);
 
-    /// Shows `message` (lines separated by newlines) with one button per label, `n` of them, under
-    /// `title`; null: "Please confirm..." and the icon of a question. A title leaves the icon that
-    /// the message before it had (at first that of a question). `KvConfirm` labels a single
-    /// button "Continue" whatever its label. `xconfirm` gets no more of the message than 1023
-    /// characters of its arguments hold; a cut message ends with "...".
+    /// Shows `message` (lines separated by newlines) under `title`, with `n` buttons, one for each
+    /// label. A null `title` means "Please confirm..." and the question icon. With a title, the
+    /// icon is the previous message's (at first the question icon). `KvConfirm` labels a single
+    /// button "Continue", whatever its label. For `xconfirm` the message is cut, and then ends with
+    /// "...", if its arguments would exceed 1023 characters.
     ///
-    /// Returns 1 when `n` is 1. Otherwise the index of the first label that the answer begins with,
-    /// `n` when there is none, 0 when `n` is below 1. When there is no answer file it says so on
-    /// standard error and returns 0; nothing is asked then, and a message for one button goes to
-    /// standard error as well.
+    /// Returns 1 when `n` is 1, and 0 when `n` is below 1; otherwise the index of the first label
+    /// that the answer begins with, or `n` if there is none. Without a usable answer file it asks
+    /// nothing and says so on standard error; a message with one button is then written there and
+    /// returns 1, anything else returns 0. An answer file that can't be read gives the same note
+    /// and 0.
     static int userConfirm(int n, const char* const* labels, const char* message,
                            const char* title);
 };
