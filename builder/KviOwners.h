@@ -8,8 +8,8 @@
 
 #include "support/KvTypes.h"
 
-/// Owners of what Xt and Motif hand out. Motif copies what it is given, so an XmString made for a
-/// resource lives for one block.
+/// Owners of objects that Xt and Motif return. Motif copies an XmString when it is set as a
+/// resource, so our own can be freed at the end of the block.
 
 struct KviXmStringFreer {
     void operator()(XmString string) const { XmStringFree(string); }

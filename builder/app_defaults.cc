@@ -9,7 +9,7 @@
 
 namespace {
 
-// The display's own resources win over those in `lines`, which are released.
+// The display's own resources take precedence over those in `lines`, which is freed.
 void fillGaps(Display* display, XrmDatabase lines) {
     XrmDatabase resources = XtDatabase(display);
     XrmCombineDatabase(lines, &resources, False);

@@ -50,8 +50,8 @@ constexpr std::array<const char*, SpecialCount> characters = {
 
 std::array<wchar_t, SpecialCount> CommonWideChars;
 
-// A byte that is no text of the locale travels as a lone surrogate, which no locale's text has,
-// and becomes the same byte again.
+// A byte that is not valid in the locale is carried as a lone surrogate, which valid text never
+// contains, and converted back to the same byte.
 constexpr wchar_t RawByte = 0xDC00;
 
 int wideCharacter(const char* text, wchar_t& wide) {
@@ -127,8 +127,8 @@ std::size_t copyToScratch(std::wstring_view text, bool escapes) {
     return length;
 }
 
-// Copies `text` to `buffer` as multibyte text of the locale. Returns its length in bytes; 0 when
-// the locale has no such characters.
+// Copies `text` to `buffer` as multibyte text. Returns its length in bytes; 0 when the locale can't
+// represent it.
 std::size_t copyWcsToMbs(std::wstring_view text, bool escapes, char*& buffer, std::size_t& size) {
     const std::size_t count = copyToScratch(text, escapes);
     fit(buffer, size, count * MB_CUR_MAX + 1);
@@ -201,7 +201,7 @@ std::size_t readText(std::wstring_view text, std::size_t at, Segment& segment) {
     return std::min(end + 1, text.size());
 }
 
-// Takes the next segment off `input`; false when nothing is left after it.
+// Removes the next segment from `input`; false when nothing is left after it.
 bool extractSegment(std::wstring_view& input, Segment& segment) {
     if (input.empty()) return false;
     if (getNextSeparator(input, 0) != 0) {
@@ -275,8 +275,8 @@ void freeTable(XmStringTable table) {
 XmString resStr = nullptr;
 XmStringTable CStrTable = nullptr;
 
-// Hands the value in `result` to whoever asked for the conversion. False when `to` is too small
-// for it; `result` is then still the converter's.
+// Passes the value in `result` to the caller of the converter. False when `to` is too small for it;
+// the converter then still owns `result`.
 template <typename Value>
 bool deliver(Display* display, const char* text, const char* type, Value& result, XrmValue* to) {
     const auto bytes = std::as_bytes(std::span<Value, 1>(&result, 1));
@@ -353,8 +353,8 @@ void XmStringTableCvtDestroy(XtAppContext, XrmValue* value, XtPointer, XrmValue*
 
 // CONVERT
 
-// The toolkit remembers each conversion whose converter has a destructor, whatever the cache type
-// says: every message would stay in memory. So these are called without the toolkit.
+// Xt caches every conversion whose converter has a destructor, whatever the cache type: every
+// message would stay in memory. So these converters are called directly.
 XtTypeConverter ownConverter(std::string_view type) {
     if (type == XmRXmString) return CvtStringToXmString;
     if (type == XmRXmStringTable) return CvtStringToXmStringTable;
@@ -428,7 +428,7 @@ XmString StringToXmString(const char* text) {
 }
 
 void RegisterBxConverters(XtAppContext app) {
-    // Motif registers its own converters with its first class; ours have to come later.
+    // Motif registers its own converters when its first class is initialised; ours must come later.
     XtInitializeWidgetClass(xmPrimitiveWidgetClass);
     XtAppSetTypeConverter(app, XtRString, XmRXmString, CvtStringToXmString, nullptr, 0, XtCacheNone,
                           XmStringCvtDestroy);

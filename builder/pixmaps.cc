@@ -11,7 +11,7 @@ namespace {
 
 struct ColorGroup {
     const char* color;
-    const char* pixmap;  // a pixmap serves as well as a colour; null: there is none
+    const char* pixmap;  // the pixmap resource that may be set instead of the colour; may be null
 };
 
 const std::array<ColorGroup, 4> ColorGroups = {{

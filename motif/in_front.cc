@@ -37,7 +37,7 @@ bool hasTitle(Display* display, Window window, std::string_view title) {
     return same;
 }
 
-// A window manager puts frames around a window, which it may call as it likes.
+// A window manager may put frames around a window, with any title, so look inside them as well.
 bool holdsTitle(Display* display, Window window, std::string_view title, int depth = 2) {
     if (hasTitle(display, window, title)) return true;
     if (depth == 0) return false;
@@ -46,7 +46,7 @@ bool holdsTitle(Display* display, Window window, std::string_view title, int dep
                        [=](Window child) { return holdsTitle(display, child, title, depth - 1); });
 }
 
-// Two that both want to be in front would go on for ever.
+// Two windows that both insist on being in front would fight forever.
 bool mayClaim() {
     const auto now = Clock::now();
     if (now - lastClaim > Calm) claims = 0;
@@ -61,10 +61,10 @@ bool hasKeyboard(Widget shell) {
     return window == XtWindow(shell);
 }
 
-// Some window managers put no window above another because its program says so. One that does not
-// know the message passes over it.
+// Some window managers don't raise a window just because its program says so. Those that don't know
+// this message ignore it.
 void askToActivate(Widget shell) {
-    constexpr long asked = 2;  // as the user asks: a program alone would not be heard
+    constexpr long asked = 2;  // source "user": requests with source "application" may be ignored
     Display* display = XtDisplay(shell);
     XEvent event = {};
     event.xclient.type = ClientMessage;
@@ -85,8 +85,9 @@ bool isFront(Display* display, Window window) {
     return window == XtWindow(front) || window == KvcFrameWindow(display, XtWindow(front));
 }
 
-// What comes up by the program's doing, and so may be kept below: all else is the user's. Of other
-// programs' windows many, as menus, are gone when they are heard of, and must not be looked at.
+// Whether the program itself caused this window to appear, so that it may be kept below; all others
+// are the user's doing. Other programs' windows, such as menus, are often gone before their event
+// arrives, so they must not be queried.
 bool isRival(Display* display, Window window) {
     if (const Widget own = XtWindowToWidget(display, window)) return XtIsShell(own);
     const auto there = KvcChildren(display, DefaultRootWindow(display));
@@ -102,7 +103,7 @@ void stayAbove() {
 void watch(const XEvent& event) {
     Display* display = event.xany.display;
     if (event.type == MapNotify) {
-        // All windows of the screen are seen to come up, with their frames.
+        // This event arrives for every top-level window and frame on the screen.
         const KvcHeldServer server(display);
         if (isFront(display, event.xmap.window))
             claimKeyboard();
@@ -110,7 +111,7 @@ void watch(const XEvent& event) {
             stayAbove();
         return;
     }
-    // The windows in the shell count as the shell.
+    // Windows inside the shell count as the shell.
     const bool own = KvcShellOf(XtWindowToWidget(display, event.xfocus.window)) == front;
     const bool taken = own && Clock::now() - rivalCameUp < ComingUp;
     if (event.xfocus.mode != NotifyGrab && (event.type == FocusIn ? !own : taken)) claimKeyboard();
@@ -151,8 +152,8 @@ void KvcKeepBelowMessages(const char* title) {
 
 void KvcGiveKeyboard(Widget shell) {
     Display* display = XtDisplay(shell);
-    // A hidden window can't have the keyboard, and must not come back as if the user had asked for
-    // it. It may just be going.
+    // A hidden window can't take the focus, and must not reappear as if the user had asked for it.
+    // It may be disappearing at this moment, hence the grab.
     const KvcHeldServer server(display);
     if (!KvcIsViewable(shell)) return;
     XRaiseWindow(display, XtWindow(shell));

@@ -17,7 +17,7 @@ KviXmString stringResource(Widget w, const char* resource) {
     return KviXmString(string);
 }
 
-// XmStringGetLtoR would give the first line alone.
+// XmStringGetLtoR would return only the first line.
 std::string textOf(XmString string) {
     std::string text;
     XmStringContext context = nullptr;
@@ -47,7 +47,7 @@ const char* fontForLength(int length, int shortLength, int mediumLength) {
 
 void KvcLabelSetString(Widget label, const char* text) {
     const KviXmString string = KviStringOf(text);
-    // After a change Motif asks the server where the widgets are, even if nothing looks different.
+    // Setting the same text again would still make Motif query the server for the widgets' places.
     if (XmStringCompare(string.get(), stringResource(label, XmNlabelString).get())) return;
     XtVaSetValues(label, XmNlabelString, string.get(), nullptr);
 }
@@ -85,6 +85,6 @@ void KvcLabelSetStringAndResize(Widget label, Widget ref, const char* text, int 
 }
 
 void KvcWidgetGetTextString(Widget w, KvText& out) {
-    // The part that fits is what is promised.
+    // The contract is the part that fits.
     static_cast<void>(KvCopyText(out, textOf(stringResource(w, XmNtextString).get())));
 }

@@ -14,14 +14,14 @@
 
 namespace {
 
-// The extension is copied: it outlives the call that gave it.
+// A copy, since it is used after the call that set it.
 std::string extension;
 
 KvuListing walk;
 struct dirent**& kviDirList = walk.entries;
 int& kviDirListNum = walk.count;
 int kviDirListCurrent = 0;
-// Lists may be filled, with other extensions, while the walk goes on.
+// Kept apart from `extension`: lists may be filled with other extensions during an iteration.
 std::size_t kviDirListCut = 0;
 KvText name;
 
@@ -61,7 +61,7 @@ int KvcListFiles(Widget w, const char* dir, const char* ext, int keepExt, int is
                  const char* select) {
     Widget list = isList != 0 ? w : XmSelectionBoxGetChild(w, XmDIALOG_LIST);
     if (list == nullptr) return 0;
-    // A name chosen in another directory is not chosen in this one.
+    // A selection from another directory does not apply to this one.
     XmListDeselectAllItems(list);
     setItems(w, isList != 0, nullptr, 0);
     useExtension(ext);
@@ -94,7 +94,7 @@ const char* KvcGetDirectoryList(const char* dir, const char* ext, int keepExt) {
         return nullptr;
     }
     const std::string shown = shownName(kviDirList[kviDirListCurrent++], kviDirListCut);
-    // A directory's entry is never longer than 255 bytes.
+    // Always fits: the name of a directory entry has at most 255 bytes.
     static_cast<void>(KvCopyText(name, shown));
     return name;
 }

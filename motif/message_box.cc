@@ -27,7 +27,7 @@ std::string segment(std::string_view line, bool last) {
     return markup + '"';
 }
 
-// A message may begin with a path or name that happens to look like markup; it is shown as it is.
+// A message may begin with a path or name that looks like markup; show it literally.
 std::string literal(const std::string& text) {
     if (!text.starts_with("::")) return text;
     std::string markup = "::";
@@ -50,7 +50,8 @@ KvcSize screenSize() {
     return {WidthOfScreen(screen), HeightOfScreen(screen)};
 }
 
-// The box keeps the size that it is given; only to be asked it is let loose.
+// The box normally keeps the size that it was given. Its resize policy is relaxed only while we
+// query its natural size.
 KvcSize naturalSize() {
     XtWidgetGeometry natural = {};
     XtVaSetValues(kvcMessageWidget, XmNresizePolicy, XmRESIZE_ANY, nullptr);
@@ -97,7 +98,7 @@ std::size_t countLines(const std::string& text) {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
 }
 
-// How many columns of the text, which is in the box, the screen is wide enough for.
+// How many columns of the text, which is in the box already, fit on the screen.
 std::size_t columnsThatFit(const std::string& text) {
     const int width = naturalSize().width;
     if (width <= room().width) return text.npos;
@@ -133,8 +134,8 @@ std::string firstLines(const std::string& text, std::size_t lines) {
     return text.substr(0, end);
 }
 
-// A line wider than the screen, as a long path makes it, is broken rather than left off it. What
-// there is no room for below the others must not push the buttons off the screen.
+// A line wider than the screen, such as a long path, is wrapped. Texts for which there is no room
+// are left out, or they would push the buttons off the screen.
 void fitToScreen(const std::vector<std::string>& texts) {
     const std::string whole = oneBelowTheOther(texts, 0);
     setMessage(whole);
@@ -164,7 +165,7 @@ void placeBox(KvcSize smallest) {
     const KvcSize size = {std::max(natural.width, smallest.width),
                           std::max(natural.height, smallest.height)};
     const KvcFrame over = whereMessagesGo();
-    // When the box comes up the shell takes the box's size, not the other way round.
+    // When the box is mapped, the shell takes the box's size, not the other way round.
     XtVaSetValues(kvcMessageWidget, XmNwidth, size.width, XmNheight, size.height, nullptr);
     XtVaSetValues(
         KvcMessageShell(), XmNwidth, size.width, XmNheight, size.height, XmNx,
@@ -174,13 +175,13 @@ void placeBox(KvcSize smallest) {
 
 // Coming up
 
-// A window manager hides the box with the window that it belongs to.
+// A window manager that iconifies the parent window hides the box with it.
 void bringBack(Widget shell) {
     if (shell == nullptr || !XtIsRealized(shell)) return;
     if (!KvcIsViewable(shell)) XMapRaised(XtDisplay(shell), XtWindow(shell));
 }
 
-// Only then has the window a place that the box can come up over.
+// The box can be placed over the window only once the window is on the screen.
 void waitForWindow() {
     Widget shell = KvcShellOf(messagesOver);
     if (windowHasComeUp || shell == nullptr || !XtIsRealized(shell) || !XtIsManaged(messagesOver))
@@ -193,7 +194,7 @@ void waitForWindow() {
     });
 }
 
-// A question must be there again when the window that it belongs to is.
+// When its parent window reappears, a question must reappear too.
 void returnWithWindow(Widget, XtPointer, XEvent* event, Boolean*) {
     if (event->type == MapNotify && KvcMessageIsShown()) KvcBringUpMessageBox();
 }
@@ -208,12 +209,12 @@ bool KvcMessageIsShown() {
     return kvcMessageWidget != nullptr && XtIsManaged(kvcMessageWidget);
 }
 
-// A window manager that is late with hiding and showing the box may end with hiding it, and nobody
-// could answer then: so neither begins before the other is done.
+// If hiding and showing the box overlap, a slow window manager may do the hiding last, and nobody
+// could answer. So each waits until the other is done.
 void KvcShowMessageBox(const std::vector<std::string>& texts, KvcSize smallest) {
     Widget shell = KvcMessageShell();
     waitForWindow();
-    // Keeps the box above that window, and tells the window manager what the box shuts off.
+    // Keeps the box above that window, and tells the window manager for which window it is modal.
     if (Widget over = KvcShellOf(messagesOver)) {
         XtVaSetValues(shell, XmNtransientFor, over, nullptr);
         XtAddEventHandler(over, StructureNotifyMask, False, returnWithWindow, nullptr);
@@ -225,7 +226,7 @@ void KvcShowMessageBox(const std::vector<std::string>& texts, KvcSize smallest) 
     XtManageChild(kvcMessageWidget);
     KvcBringUpMessageBox();
     KvcWaitFor([=] { return KvcIsViewable(shell); });
-    // A command may follow, during which no event is handled.
+    // Now, since a command may follow, during which no events are handled.
     KvcGiveKeyboard(shell);
 }
 

@@ -10,8 +10,8 @@
 #include "builder/KviOwners.h"
 #include "motif/KvcUtil.h"
 
-/// The one box of all messages, kvcMessageWidget, as a window: its text, size and place, and that
-/// the user has it before him. For this folder's sources only.
+/// The window of the one message box, kvcMessageWidget: its text, size and place, and bringing it
+/// in front of the user. For this folder's sources only.
 
 struct KvcSize {
     int width;
@@ -45,8 +45,8 @@ private:
 
 [[nodiscard]] Widget KvcMessageShell();
 
-/// While it lives, the box alone gets input. Motif leaves that to its own window manager, and when
-/// it brings up a shell it admits older ones again: so this starts once the box is up.
+/// While it lives, only the box gets input. Motif leaves modality to its own window manager, and
+/// lets older shells have input again when it maps one: so create this after the box is mapped.
 class KvcInputHold {
 public:
     KvcInputHold() { XtAddGrab(KvcMessageShell(), True, False); }
@@ -55,12 +55,12 @@ public:
     KvcInputHold& operator=(const KvcInputHold&) = delete;
 };
 
-/// False before the first message, too.
+/// Also false before the first message.
 [[nodiscard]] bool KvcMessageIsShown();
 
-/// Shows the texts, one below the other, in a box of that size at least; of what is too much for
-/// the screen some are left out. REQUIRES: the box is not shown.
+/// Shows the texts, one below the other, in a box of at least the size `smallest`. If they don't
+/// all fit on the screen, some are left out. REQUIRES: the box is not shown.
 void KvcShowMessageBox(const std::vector<std::string>& texts, KvcSize smallest);
 
-/// Puts the box that is shown before the user again, with the window that it belongs to.
+/// Brings the box, which is shown already, in front again, together with its parent window.
 void KvcBringUpMessageBox();

@@ -27,7 +27,7 @@ constexpr KvcSize StandardSize = {400, 200};
 constexpr KvcSize LongQuestionSize = {500, 290};
 constexpr int LongQuestionLines = 5;
 
-// Of kvcMessageReturnVal, besides the buttons.
+// Values of kvcMessageReturnVal that are not buttons.
 constexpr int NoAnswer = -1;
 constexpr int Closed = -2;
 
@@ -35,7 +35,7 @@ KvcSize smallestSize = StandardSize;
 bool questionOpen = false;
 int lastButton = 0;
 
-// What stands in the box until the user closes it.
+// The messages in the box that the user has not closed yet.
 struct Unread {
     std::vector<std::string> texts;
     bool error = false;
@@ -48,7 +48,7 @@ bool isInitialized() {
     return kvcTopLevelWidget != nullptr;
 }
 
-// Not KvuString::concatStrings: a message is shown whole, however long its pieces are.
+// Not KvuString::concatStrings, which has a length limit: messages are never cut.
 std::string joined(std::initializer_list<const char*> pieces) {
     std::string text;
     for (const char* piece : pieces)
@@ -68,8 +68,8 @@ void setButton(unsigned char button, bool shown) {
 
 // The box itself
 
-// A box that is up negotiates each change of its size with the window manager; so it goes away
-// first and comes back with its new text.
+// A mapped box has to negotiate each size change with the window manager. So it is unmapped first
+// and mapped again with its new text.
 void hideBox() {
     XtUnmanageChild(kvcMessageWidget);
 }
@@ -83,7 +83,7 @@ void closeBoxByKey(Widget, XEvent*, String*, Cardinal*) {
     closeBox(nullptr, nullptr, nullptr);
 }
 
-// Motif takes Escape for a press of the second button, which may mean anything.
+// Motif treats Escape as a press of the second button, which may have any meaning here.
 void closeWithEscape() {
     XtActionsRec action = {const_cast<char*>("KvcCloseMessage"), closeBoxByKey};
     XtAppAddActions(XtWidgetToApplicationContext(kvcMessageWidget), &action, 1);
@@ -123,8 +123,8 @@ public:
     OpenQuestion& operator=(const OpenQuestion&) = delete;
 };
 
-// Clicks and keys from before a message was on the screen, or from while a command ran, must not
-// answer it or start anything. REQUIRES: an open question, for which close requests are refused.
+// Clicks and keys that arrived before a message was on the screen, or while a command ran, must not
+// answer it or start anything. REQUIRES: a question is open, so that close requests are refused.
 void discardInput() {
     const KvcInputHold hold;
     XSync(XtDisplay(kvcMessageWidget), False);
@@ -132,14 +132,14 @@ void discardInput() {
         XtAppProcessEvent(*kvcAppContext, XtIMXEvent);
 }
 
-// False when the message went to standard error.
+// Returns false when the message went to standard error.
 bool showMessage(bool error, const std::string& message, int showDialog) {
     makeBox();
     if (showDialog == 0 || questionOpen) {
         std::fprintf(stderr, "%s\n", message.c_str());
         return false;
     }
-    // Some texts say themselves what they are.
+    // Some texts already begin with the word.
     if (message.starts_with("Error"))
         print("\n", message);
     else
@@ -198,14 +198,14 @@ int waitForAnswer() {
     while (kvcMessageReturnVal == NoAnswer) {
         XEvent event;
         XtAppNextEvent(*kvcAppContext, &event);
-        // The second half of a double click on the question before this one.
+        // Ignore the second click of a double click on the previous question.
         const Time time = timeOf(event);
         if (time != 0 && time - lastAnswer < static_cast<Time>(XtGetMultiClickTime(display)))
             continue;
         XtDispatchEvent(&event);
     }
     lastAnswer = XtLastTimestampProcessed(display);
-    // A command may follow at once, and the box would stay on the screen while it runs.
+    // Otherwise the box would stay on the screen if a command follows at once.
     XSync(display, False);
     return kvcMessageReturnVal == Closed ? -1 : kvcMessageReturnVal;
 }
@@ -286,7 +286,7 @@ std::string KvcReadable(const std::string& text) {
 
 void KvcConfirmCB(Widget, XtPointer clientData, XtPointer) {
     const int answer = static_cast<int>(reinterpret_cast<XtArgVal>(clientData));
-    // The help key stands for a third button, even if there is none.
+    // The help key acts as the third button, even when there is none.
     if (questionOpen && answer > lastButton) return;
     kvcMessageReturnVal = answer;
     // Motif hides the box for its first two buttons only.

@@ -22,7 +22,7 @@ void setField(Widget textField, const std::string& text) {
     XmTextFieldSetString(textField, const_cast<char*>(text.c_str()));
 }
 
-// Numbers that an int does not hold become the nearest one that it does.
+// A number outside the range of int becomes the nearest limit.
 int nearestInt(double value) {
     if (std::isnan(value)) return 0;
     return static_cast<int>(std::clamp(value, double{INT_MIN}, double{INT_MAX}));

@@ -57,7 +57,7 @@ bool KvcIsWithdrawn(Widget shell) {
     unsigned char* value = nullptr;
     XGetWindowProperty(XtDisplay(shell), XtWindow(shell), property, 0, 1, False, property, &type,
                        &format, &count, &rest, &value);
-    // Xlib gives items of 32 bits as long ones.
+    // Xlib returns 32-bit items as longs.
     const bool withdrawn = count == 0 || *reinterpret_cast<long*>(value) == WithdrawnState;
     if (value != nullptr) XFree(value);
     return withdrawn;
