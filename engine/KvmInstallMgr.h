@@ -7,9 +7,9 @@
 #include "support/KvTypes.h"
 
 /// The installation engine. Every operation works on one state, `_info` and the two tables of the
-/// catalogue, and on the widgets of the installer's window, which exist before `start` runs.
-/// Results are 1 for success and 0 for failure or refusal; a failure has been reported to the user
-/// when 0 comes back. Texts handed in are only read during the call.
+/// catalogue, and on the widgets of the installer's window, which must exist before `start` runs.
+/// Results are 1 for success and 0 for failure or refusal; when an operation returns 0, it has
+/// already told the user why. Texts passed in are only read during the call.
 
 /// A row of the table of optional subsystems.
 struct KvmInstallSubsystemRow {
@@ -39,10 +39,10 @@ struct KvmPlan;
 /// A row of the table of media.
 struct KvmInstallMediumRow {
     Widget (*getWidget)();                    ///< its toggle
-    const char* option;                       ///< chooses it on the command line; null: none does
+    const char* option;                       ///< its command-line option; null: none
     std::string (*defaultText)();             ///< may tell the user why it is empty
     const char* error;                        ///< what the user is told when extraction fails
-    KvmExtraction (*extract)(KvmPlan& plan);  ///< the way to extract from it
+    KvmExtraction (*extract)(KvmPlan& plan);  ///< extracts from it
 };
 
 extern KvmInstallSubsystemRow KvmInstallSubsystem[10];
@@ -86,15 +86,15 @@ public:
     /// Marks the subsystem of `toggle` as wanted (`on` 1) or not, shows the mark, and recomputes
     /// the disk space. Returns what initDiskSpace does.
     static int setSubsystem(Widget toggle, int on);
-    /// Takes the edition over from its toggles, switches on the subsystems that go with it, and
+    /// Reads the edition from its toggles, switches on the subsystems that belong to it, and
     /// recomputes the disk space. Returns what initDiskSpace does.
     static int setProduct();
     /// Mask of the first edition whose toggle is set; 8 when none is.
     static int getProduct();
-    /// Sets the edition toggles from the state, without running their callbacks.
+    /// Sets the edition's toggles from the state, without running their callbacks.
     static void setProductUI();
-    /// Program and code of the current edition; of the edition with that code or program, "Zarn"
-    /// when there is none.
+    /// The program and code of the current edition, or of the edition with the given code or
+    /// program; "Zarn" when there is none.
     static const char* getProductName();
     static const char* getProductCode();
     static const char* getProductName(const char* code);
@@ -102,20 +102,19 @@ public:
 
     // Installation record
 
-    /// Finds out whether this is the super-user and chooses the record that goes with that:
-    /// "/usr/lib/.Zarn_inst", or ".Zarn_inst" in the home directory. Returns `_isRoot`.
+    /// Determines whether this process runs as the super-user and chooses the record accordingly:
+    /// "/usr/lib/.Zarn_inst", otherwise ".Zarn_inst" in the home directory. Returns `_isRoot`.
     static int checkIfRoot();
-    /// Reads the record into the state and the toggles; 1 when the suite is installed. A record
-    /// that names a location without the suite is deleted, and the user told.
+    /// Reads the record into the state and the toggles. Returns 1 when the suite is installed. If
+    /// the record names a location without the suite, it is deleted and the user is told.
     static int getInstallInfo();
-    /// Goes over to the record inside the installed tree `location` and shows it. When there is
-    /// none, or it speaks of a tree elsewhere, the user is told, the record stays and the state is
-    /// what it was.
+    /// Switches to the record inside the installed tree `location` and shows it. If there is none,
+    /// or it describes a tree elsewhere, the user is told, and record and state stay the same.
     static int setInstallInfo(const char* location);
-    /// Whether the suite is installed. Any widget will do: the answer is the same.
+    /// Whether the suite is installed. The widget is ignored.
     static int isInstalled(Widget w);
     static int installedInThisSession();
-    /// 1 when this host is, to the letter, the one that the suite was installed on.
+    /// 1 when this host's name equals, exactly, that of the host the suite was installed on.
     static int isRunningOnServer();
     static char* getPath();
     static char* getInstallHostname();
@@ -125,71 +124,75 @@ public:
     /// Starts the session: chooses and reads the record, fills the window.
     /// REQUIRES: the window, and KvcInit. `argv[0]` is the program's name.
     static int start(int argc, char** argv);
-    /// Sets the state to that of a machine without the suite; always 1.
+    /// Resets the state to that of a machine without the suite. Always returns 1.
     static int initInfo();
     /// Brings the window up to date with the state.
     static void init();
-    /// Shows required and available space, in millions of bytes. 0 when a first installation
-    /// would not fit, the equal amount included; 1 otherwise, and always while installed.
+    /// Shows the required and the available space, in millions of bytes. Returns 0 when a first
+    /// installation would not fit, or would need exactly all the space; 1 otherwise, and always
+    /// while the suite is installed.
     static int initDiskSpace();
-    /// Shows the pieces joined (nulls are skipped) in `label`, on the screen before it returns,
-    /// and prints a text that was not shown already. A null label: nothing.
+    /// Joins the pieces (nulls are skipped) and shows them in `label`; the text is on the screen
+    /// when this returns. Also prints it if it is not the text shown before. Does nothing if
+    /// `label` is null.
     static void info(Widget label, const char* a, const char* b = nullptr, const char* c = nullptr,
                      const char* d = nullptr);
-    /// Makes `location` the place of the next first installation: the suite counts as not
-    /// installed there. Refused (0, nothing changed): a place that isValidInstallPath refuses, and
-    /// one that the record could not hold, which is empty, too long, or has blanks in it.
+    /// Makes `location` the place for the next first installation; the suite then counts as not
+    /// installed. Returns 0 and changes nothing when isValidInstallPath refuses the place, or when
+    /// the record could not store it because it is empty, too long, or contains blanks.
     static int setLocation(const char* location);
-    /// 0, and an error, when `location` holds the suite already.
+    /// Returns 0, after an error, when the suite is already in `location`.
     static int isValidInstallPath(const char* location);
     /// Ends the process with status 0.
     [[noreturn]] static void close();
 
     // Media and extraction
 
-    /// Chooses the medium (0 to 3; other numbers change nothing) and its default text.
+    /// Selects the medium (0 to 3; other numbers change nothing) and sets its default text.
     static void setReadFrom(int index);
     static int getReadFrom();
-    /// Takes over the medium's text as the user typed it; a text too long for its buffer is
-    /// refused with an error and changes nothing.
+    /// Stores the medium's text as the user typed it. A text that is too long for its buffer gives
+    /// an error and changes nothing.
     static void setReadText(const char* text);
-    /// One extraction from `source` (device, archive, or CD-ROM directory) into the install
-    /// location, which is the working directory. `finalPass` is 1 for the only or last one, which
-    /// places the subsystems. 0 also when the user declined, or nothing new was marked.
+    /// Extracts once from `source` (a device, an archive, or a CD-ROM directory) into the install
+    /// location, which must be the working directory. `finalPass` is 1 for the only or last
+    /// extraction, which also places the subsystems. Also returns 0 when the user declines, or when
+    /// nothing new is marked.
     static int copyInstall(const char* source, int finalPass);
-    /// Unpacks the compressed `archive` beside itself; `out` is the name without its extension.
+    /// Uncompresses `archive` in its folder; `out` is set to its name without the extension.
     static int uncompress(const char* archive, KvText& out);
     static int compress(const char* file);
 
     // Installation
 
-    /// Installs the suite, or adds the marked subsystems to it. 1 when something was installed.
+    /// Installs the suite, or adds the marked subsystems to it. Returns 1 when it installed
+    /// something.
     static int install();
 
     // Removal
 
-    /// Asks what to remove, and removes it. 1 when something was done.
+    /// Asks what to remove, and removes it. Returns 1 when it did something.
     static int remove();
-    /// Removes the subsystems that are switched off, each after a question; always 1.
+    /// Removes the subsystems that are switched off, asking about each. Always returns 1.
     static int removeSubsystems();
-    /// Removes the record, the product tree and the start commands. Refused while the product
-    /// runs; 0 also when record or tree could not be removed.
+    /// Removes the record, the product tree and the start commands. Refuses while the product is
+    /// running; also returns 0 when the record or the tree could not be removed.
     static int removeAll();
 
     // After the installation
 
     /// Links the edition's start command into the directory of the icon dialog's field.
     static int installIcon_icon();
-    /// Asks for, and installs, the desktop icons.
+    /// Asks whether to install the desktop icons, and does so.
     static int installDesktop();
-    /// Offers the download of the free translators, unless they are there.
+    /// Offers the download of the free translators, unless they are installed.
     static int installTranslators();
-    /// Fills the icon dialog's list with the machine's users, system accounts left out.
+    /// Fills the icon dialog's list with the machine's users, except system accounts.
     static int listUsers();
     /// Puts the home directory of user `name` into the icon dialog's field.
     static int selectUser(const char* name);
-    /// Home directory of user `name`, in a buffer that the next call overwrites; null when the
-    /// password file does not tell it.
+    /// The home directory of user `name`, in a buffer that the next call overwrites; null when the
+    /// password file has none for him.
     static char* getHomeDir(const char* name);
     /// Starts the product from the home directory, in the background.
     static int runApp();

@@ -19,7 +19,7 @@ bool isArchiveName(const char* name) {
            KvuString::containsString(name, "tar", 0);
 }
 
-// The medium's text is split into words again: a name with a blank needs its quotes.
+// The medium's text is later split into words, so a name with a blank needs quotes.
 std::string archiveWord(std::string_view name) {
     const bool blank = name.find_first_of(" \t") != std::string_view::npos;
     return blank ? KvuFormat("\"%s\"", std::string(name).c_str()) : std::string(name);
@@ -37,8 +37,8 @@ std::string withoutExtension(const std::string& path) {
     return name.c_str();
 }
 
-// The name that a compressed archive has now: an installation before this one may have left it
-// uncompressed, or compressed with gzip.
+// The archive's current name: an earlier installation may have left a compressed archive
+// uncompressed, or compressed it again with gzip.
 std::string presentName(const std::string& word, const char* directory) {
     const std::string plain = withoutExtension(word);
     if (plain == word) return word;
@@ -55,7 +55,7 @@ bool locate(const std::string& word, bool asWritten, KvmArchive& archive) {
     archive.unpacked = withoutExtension(archive.path);
     if (!KvuSystem::fileExists(directory, archive.word.c_str(), 0))
         return KvmFail("Could not open tar file:\n", archive.path.c_str());
-    // Reading a pipe, say, could last for ever.
+    // Reading from a pipe, for example, might never end.
     if (!std::filesystem::is_regular_file(archive.path, error))
         return KvmFail("Could not open tar file:\n", archive.path.c_str(), "\nIt is not a file.");
     return KvmCanUnpack(archive);
@@ -108,11 +108,11 @@ std::vector<KvmArchive> KvmLocateArchives(const char* text, bool& all) {
     return archives;
 }
 
-// gunzip would ask on the terminal whether to overwrite a file, or fail: neither is wanted.
+// gunzip would ask on the terminal whether to overwrite an existing file, or fail; prevent both.
 bool KvmCanUnpack(const KvmArchive& archive) {
     if (!archive.compressed() || !KvuSystem::fileExists(nullptr, archive.unpacked.c_str(), 0))
         return true;
-    // An installer that was killed may have left half of either beside the other.
+    // A killed installer may have left either file incomplete.
     const bool whole = KvmRun("gzip -t %s 2>/dev/null", archive.path);
     return KvmFail("Could not uncompress \"", archive.word,
                    "\",\nsince this file exists already:\n", archive.unpacked,
@@ -145,7 +145,7 @@ int KvmInstallMgr::uncompress(const char* archive, KvText& out) {
 }
 
 int KvmInstallMgr::compress(const char* file) {
-    // gzip would ask on the terminal whether to overwrite it.
+    // gzip would ask on the terminal whether to overwrite this file.
     if (KvuSystem::fileExists(nullptr, KvuFormat("%s.gz", file).c_str(), 0)) return 0;
     return KvmRun("gzip %s", file);
 }

@@ -5,30 +5,31 @@
 
 /// The archives of the tar-file medium.
 
-/// One of them: as the user names it, where it lies, and what tar reads.
+/// One archive: the user's name for it, its path, and the file that tar reads.
 struct KvmArchive {
     std::string word;
     std::string path;
     std::string unpacked;   ///< without ".gz" or ".Z"; `path` when it is not compressed
-    bool unwanted = false;  ///< the user wants it deleted when all is done
+    bool unwanted = false;  ///< the user wants it deleted after the installation
 
     [[nodiscard]] bool compressed() const { return unpacked != path; }
 };
 
-/// The names of all archives beside the installer, each behind a blank, quoted where needed. Empty,
-/// after an error, when there is none.
+/// The names of all archives in the installer's folder, each preceded by a blank and quoted if
+/// necessary. Empty, after an error, when there are none.
 std::string KvmArchiveNames();
 
-/// The archives that `text` names and that can be read. What can't is reported and left out, and
-/// `all` is false then; so the last of them is known to be the last before the first is extracted.
-/// Empty also, after an error, when `text` names none.
+/// The archives that are named in `text` and can be read. Unreadable ones are reported and left
+/// out, and `all` is then false; this happens in advance, so that the caller knows which archive
+/// is the last one. Also empty, after an error, when `text` names none.
 std::vector<KvmArchive> KvmLocateArchives(const char* text, bool& all);
 
-/// Whether uncompressing the archive would overwrite no file; tells the user which one it would.
+/// Whether the archive can be uncompressed without overwriting a file. If not, tells the user which
+/// file that would be.
 bool KvmCanUnpack(const KvmArchive& archive);
 
-/// Uncompresses a compressed archive beside itself; false after an error.
+/// Uncompresses a compressed archive in its own folder; false after an error.
 bool KvmUnpack(const KvmArchive& archive);
 
-/// Compresses an archive again that was; an error says so when that fails.
+/// Compresses an archive again that was compressed before; reports an error if that fails.
 void KvmPackAgain(const KvmArchive& archive);

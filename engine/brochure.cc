@@ -1,6 +1,6 @@
 #include "engine/brochure.h"
 
-// One literal per section, so that a release that changes one shows it alone in its history.
+// One literal per section, so that a release that changes a section has a small diff.
 const char* const kvcInstallMsg =
     R"(                        W E L C O M E   T O   Z A R N   2 . 0
 

@@ -100,7 +100,7 @@ static_assert(longestDirectory() == kvmLongestDirectory.size());
 KvmInstallSubsystemRow KvmInstallSubsystem[10] = {rows[0], rows[1], rows[2], rows[3], rows[4],
                                                   rows[5], rows[6], rows[7], rows[8], rows[9]};
 
-// Without a number of rows: one more or less than is declared does not compile.
+// No array size here: the number of rows must match the declaration, or this does not compile.
 const KvmInstallProductRow KvmInstallProduct[] = {
     {pinnetProd, "PNT", "Zarn-Pinnet", 8},
     {corvanProd, "CRV", "Zarn-Corvan", 4},
@@ -146,7 +146,7 @@ const KvmInstallMediumRow KvmInstallMedium[] = {
 
 namespace {
 
-// The marks that the user made, by the rows' numbers.
+// The user's marks, indexed by row.
 KvmMark marks[std::size(rows)];
 
 KvmMark& markOf(const KvmInstallSubsystemRow& row) {
@@ -233,7 +233,7 @@ void KvmShowInstalled() {
     const auto present = KvmRowsIn(KvmSubsystemFolder());
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
         row.installed = present.contains(&row);
-        // What only the choice of an edition switched is no mark.
+        // A subsystem that was switched only by choosing an edition is not marked.
         if (markOf(row) != KvmMark::none) select(row, row.selected);
     }
 }

@@ -7,7 +7,7 @@
 
 #include "engine/KvmInstallMgr.h"
 
-/// Names inside a distribution and an installed tree.
+/// Names of folders in a distribution and an installed tree.
 inline constexpr const char* kvmSystem = "Zarn_system";
 inline constexpr const char* kvmSubsystems = "subsystems";
 inline constexpr const char* kvmRecord = ".Zarn_inst";
@@ -17,13 +17,13 @@ inline constexpr const char* kvmVersion = "2.0";
 /// The longest name of a subsystem's directory.
 inline constexpr std::string_view kvmLongestDirectory = "translatorDev";
 
-/// Rows of the table of subsystems, in its order.
+/// Rows of the table of subsystems, in the order of the table.
 using KvmRows = std::vector<KvmInstallSubsystemRow*>;
 
 /// The folder of the installed subsystems.
 std::string KvmSubsystemFolder();
 
-/// The rows whose directories lie in `folder`, which is listed once. None when it can't be read.
+/// The rows whose directories are in `folder`, which is read once. None when it can't be read.
 std::set<const KvmInstallSubsystemRow*> KvmRowsIn(const std::string& folder);
 
 /// Whether the row's subsystem is on the disk, whatever the row says.
@@ -35,15 +35,16 @@ KvmRows KvmWantedRows();
 /// Those of `rows` that are on the disk, or (`present` false) that are not.
 KvmRows KvmRowsOnDisk(const KvmRows& rows, bool present);
 
-/// The labels of the rows for the user, each behind a newline.
+/// The rows' labels for a message, each preceded by a newline.
 std::string KvmLabelList(const KvmRows& rows);
 
-/// Takes the rows' `installed` from the disk, shows the marks that remain, and sets the flags of
-/// what is marked accordingly.
+/// Sets each row's `installed` from what is on the disk, shows the marks that remain, and updates
+/// the flags that say what is marked.
 void KvmShowInstalled();
 
-/// Takes all marks back: what was marked on an installed suite means nothing for another one.
+/// Clears all marks: those made for one installed suite mean nothing for another.
 void KvmForgetMarks();
 
-/// Program name of the edition that is installed, from its record; of the chosen one while none is.
+/// The program name of the installed edition, from its record; if none is installed, that of the
+/// chosen edition.
 std::string KvmInstalledProgram();

@@ -15,18 +15,18 @@
 
 namespace {
 
-// An archive that was compressed again has other bytes: its sum is that of what tar reads.
+// Compressing an archive again changes its bytes, so the sum is of its uncompressed content.
 constexpr std::string_view contentMark = "# content ";
 constexpr std::size_t digits = 64;
 
 struct Sum {
     std::string value;
-    std::string path;  ///< of an archive's content, that of the uncompressed file
+    std::string path;  ///< for an archive's content, the path of the uncompressed file
     bool ofContent = false;
 };
 
-// sha256sum puts a backslash before the line of a name with a backslash, or with the end of a line,
-// and before a sign for each in the name.
+// If a name contains a backslash or a line break, sha256sum begins the line with a backslash and
+// writes those characters as escapes.
 std::string plainName(const std::string& name) {
     std::string plain;
     for (std::size_t i = 0; i < name.size(); ++i) {
@@ -41,11 +41,11 @@ std::vector<Sum> readSums(const std::string& folder) {
     std::vector<Sum> sums;
     const std::string list = folder + "/SHA256SUMS";
     std::error_code error;
-    // Reading a pipe, say, could last for ever.
+    // Reading from a pipe, for example, might never end.
     if (!std::filesystem::is_regular_file(list, error)) return sums;
     std::ifstream file(list);
     for (std::string line; std::getline(file, line);) {
-        // As sha256sum: lines may end as on other systems, and digits may be capitals.
+        // Like sha256sum, accept CR LF line ends and upper-case digits.
         if (line.ends_with('\r')) line.pop_back();
         Sum sum;
         sum.ofContent = line.starts_with(contentMark);
@@ -88,7 +88,7 @@ bool archiveAgrees(const std::vector<Sum>& sums, const KvmArchive& archive) {
     return own == sums.end() || agrees(*own, archive.path, false);
 }
 
-// A subsystem that nobody wants, or that the medium does not hold, is not read.
+// Subsystems that are not wanted, or not on the medium, are not read and so not checked.
 bool isRead(const KvmPlan& plan, const std::string& tree, const KvmRows& there,
             const std::string& path) {
     if (!path.starts_with(tree + "/")) return false;

@@ -2,7 +2,7 @@
 
 #include "engine/extract.h"
 
-/// Whether what `plan` is about to read agrees with the SHA256SUMS beside the installer; an error
-/// names the first file that does not. What has no line there, and a distribution without the file,
-/// is taken as it is.
+/// Whether the files that `plan` will read match the SHA256SUMS in the installer's folder. If not,
+/// an error names the first file that differs. Files that are not listed there are not checked, and
+/// neither is a distribution without SHA256SUMS.
 bool KvmAgreesWithSums(const KvmPlan& plan);

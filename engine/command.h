@@ -9,7 +9,7 @@
 #include "support/KvuCommand.h"
 #include "support/KvuSystem.h"
 
-/// How the engine runs commands, asks and fails.
+/// How the engine runs commands, asks questions and reports failures.
 
 /// Labels of the engine's questions; the answer 0 is always "Yes".
 inline constexpr const char* yesNo[] = {"Yes", "No"};
@@ -25,12 +25,12 @@ bool KvmRun(std::type_identity_t<KvuTemplate<Pieces...>> commandTemplate, const 
     return chdir(directory.c_str()) == 0;
 }
 
-/// Whether `directory` has an entry `name`; an unreadable one has none.
+/// Whether `directory` has an entry `name`; an unreadable directory has no entries.
 [[nodiscard]] inline bool KvmHolds(const std::string& directory, const char* name) {
     return KvuSystem::fileExists(directory.c_str(), name, 0) != 0;
 }
 
-/// Tells the user what is wrong; always 0, for an operation to end with.
+/// Shows an error. Always returns 0, so that a failing operation can return its result.
 template <typename... Pieces>
 int KvmFail(const Pieces&... pieces) {
     std::string text;
@@ -39,7 +39,7 @@ int KvmFail(const Pieces&... pieces) {
     return 0;
 }
 
-/// Why the last command, or a system call with this `errno`, failed: a line for the end of a text.
-/// Empty when the command said nothing.
+/// The reason why the last command, or a system call with this `errno`, failed, as a line to be
+/// appended to a message. Empty when the command printed nothing.
 std::string KvmCommandReason();
 std::string KvmSystemReason(int error);

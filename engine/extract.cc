@@ -18,10 +18,10 @@
 
 namespace {
 
-// The status of Zarn_tools/tar for a whole archive that holds nothing of what was asked for.
+// Zarn_tools/tar's status for an intact archive that contains none of the requested members.
 constexpr int nothingFound = 1;
 
-// The members of an archive, or the directories of a CD-ROM: `prefix` tells where they are.
+// The members of an archive, or the directories on a CD-ROM, each with `prefix` in front.
 KvuShellText sourceList(const KvmRows& rows, const std::string& prefix) {
     KvuShellText files;
     for (const KvmInstallSubsystemRow* row : rows)
@@ -61,7 +61,7 @@ bool writeBrochure() {
     return std::fclose(file) == 0;
 }
 
-// Once in a process: the user knows the text by the second installation.
+// Once per process: by the second installation the user knows the text.
 void showBrochure() {
     static int firstTimeShell = 1;
     if (!firstTimeShell) return;
@@ -76,7 +76,7 @@ void showBrochure() {
         KvuShellText{title});
 }
 
-// Says what begins, and asks whether it may.
+// Tells the user what is about to happen and, if `ask`, asks whether to go on.
 bool announce(const KvmPlan& plan, bool ask) {
     KvmStatus("Installing ", plan.adding ? "selected subsystems" : "Zarn system",
               ". This will take a few minutes...\a");
@@ -99,7 +99,7 @@ std::string extractedFolder(const KvmPlan& plan) {
     return KvuFormat("%s/%s", plan.place.c_str(), kvmSubsystems);
 }
 
-// One archive or tape. The last pass is the one that asks whether to go on.
+// Extracts one archive or tape. Only the last pass asks whether to go on.
 KvmExtraction extractPass(const KvmPlan& plan, const char* from, bool finalPass) {
     if (!announce(plan, finalPass)) return KvmExtraction::declined;
     const KvuShellText files = sourceList(plan.wanted, "");
@@ -109,10 +109,10 @@ KvmExtraction extractPass(const KvmPlan& plan, const char* from, bool finalPass)
                                      : KvuCommand("tar xvof %s %s %s", from, kvmSystem, files);
     const int status = KvuSystem::system(command.text.c_str(), 1);
     const bool read = status == 0 || (WIFEXITED(status) && WEXITSTATUS(status) == nothingFound);
-    // Of several archives a later one may hold the product tree.
+    // With several archives, the product tree may be in a later one.
     const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
     const KvmRows there = KvmWantedIn(plan, extractedFolder(plan));
-    // An adding that brought nothing has failed, whatever its commands said.
+    // If no subsystem was added, the extraction failed, whatever the commands' status.
     const bool nothing = KvuSystem::numFiles(tree.c_str()) == 0 || (plan.adding && there.empty());
     if (!read || (finalPass && nothing)) return fail(plan, KvmCommandReason());
     return finalPass ? howMuch(plan, there) : KvmExtraction::part;
@@ -126,8 +126,8 @@ void askToDelete(KvmArchive& archive) {
     if (!archive.unwanted) KvmPackAgain(archive);
 }
 
-// Copies of what lies on a CD-ROM are as read-only as the originals: their owner could neither
-// move nor ever remove them. cp leaves folders sticky, which tar does not.
+// Copies from a CD-ROM are read-only like the originals, so that their owner could neither move nor
+// remove them. Unlike tar, cp also keeps a folder's sticky bit.
 void makeWritable(const KvmPlan& plan, const KvmRows& there) {
     if (plan.adding) {
         KvmRun("chmod -R u+w,a-t %s", directoryList(there));
@@ -136,7 +136,7 @@ void makeWritable(const KvmPlan& plan, const KvmRows& there) {
     }
 }
 
-// What is copied lands in the working directory, the product tree.
+// cp copies into the working directory, which is the product tree.
 KvmExtraction copyIntoTree(const KvmPlan& plan, const KvmRows& there) {
     if (plan.adding && there.empty())
         return fail(plan, "\nNone of the selected subsystems is in\n" + plan.source);
@@ -152,7 +152,8 @@ KvmExtraction copyIntoTree(const KvmPlan& plan, const KvmRows& there) {
     return result;
 }
 
-// A first installation goes on without what could not be moved: it is there, if not in its place.
+// A first installation goes on even if a subsystem can't be moved: its files are there, if not in
+// their place.
 bool placeCopies(const KvmRows& there) {
     KvuSystem::mkdir(kvmSubsystems);
     return KvmRun("mv %s %s", directoryList(there), kvmSubsystems) ||
@@ -171,20 +172,20 @@ KvmRows KvmWantedIn(const KvmPlan& plan, const std::string& folder) {
 }
 
 KvmExtraction KvmExtractFromTape(KvmPlan& plan) {
-    // The other machine may want a password.
+    // The remote machine may ask for a password.
     if (KvmInstallMgr::_info.readFrom == KvmRemoteTape) KvmRaiseTerminal();
     return extractPass(plan, plan.source.c_str(), true);
 }
 
-// After a failure the rest is tried all the same, so that the user hears of every bad archive at
-// once; but nothing of it will count, and nothing is asked any more.
+// After a failure the remaining archives are still tried, so that the user learns of every bad one
+// at once. But the installation fails all the same, and nothing more is asked.
 KvmExtraction KvmExtractFromArchives(KvmPlan& plan) {
     KvmExtraction result = KvmExtraction::failed;
     bool failed = false;
     for (KvmArchive& archive : plan.archives) {
         if (failed && plan.adding) break;
-        // An archive before it may have left a file of that name: it counts as missing. The last of
-        // an adding can't be missing, since its pass asks.
+        // An earlier archive may have extracted a file of that name; this one then counts as
+        // missing. When adding, that is an error, since the last archive's pass must ask.
         if (!KvmCanUnpack(archive)) {
             failed = failed || plan.adding;
             continue;
@@ -210,7 +211,7 @@ KvmExtraction KvmCopyFromCdRom(KvmPlan& plan) {
         KvmFail("Can't write to disk.\nPlease select another path", KvmSystemReason(errno));
         return KvmExtraction::failed;
     }
-    // What the disc does not hold would make cp fail for the rest as well.
+    // Name only what is on the disc: anything else would make the whole cp fail.
     const KvmRows there = KvmWantedIn(plan, KvuFormat("%s/%s", plan.source.c_str(), kvmSubsystems));
     const KvmExtraction result = copyIntoTree(plan, there);
     const bool placed =
@@ -222,15 +223,15 @@ bool KvmPlaceExtracted(const KvmPlan& plan) {
     const std::string_view path = plan.place;
     const std::string_view system = kvmSystem;
     const std::string_view folder = kvmSubsystems;
-    // A CD-ROM's are in the tree already, and a folder of that name beside it is not ours.
+    // From a CD-ROM they are in the tree already, and a folder of that name beside it is not ours.
     if (KvmInstallMgr::_info.readFrom == KvmCdRom || !KvmHolds(plan.place, kvmSubsystems))
         return true;
-    // An archive that held no subsystem has left it empty.
+    // If the archives had no subsystems, the folder is empty.
     if (rmdir(extractedFolder(plan).c_str()) == 0) return true;
     bool moved = false;
     if (plan.adding) {
-        // A suite that was installed without subsystems has no folder for them yet. A move that
-        // fails must end the command, or what was extracted would be deleted unplaced.
+        // A suite that was installed without subsystems has no folder for them yet. If mv fails,
+        // the command must stop, or rm would delete subsystems that were not moved.
         KvuSystem::mkdir(KvmSubsystemFolder().c_str());
         moved = KvmRun("set -e; mv %s/%s/* %s/%s/%s; rm -rf %s/%s", path, folder, path, system,
                        folder, path, folder);

@@ -6,11 +6,11 @@
 #include "engine/archives.h"
 #include "engine/catalogue.h"
 
-/// What an extraction brought: nothing that counts, since a command failed; nothing, since the user
-/// said no; some of the wanted subsystems; all of them.
+/// The outcome of an extraction: a command failed, so that whatever was extracted does not count;
+/// the user said no; some of the wanted subsystems were extracted; all of them were.
 enum class KvmExtraction { failed, declined, part, all };
 
-/// What was found while looking: all that an installation goes by from then on.
+/// The result of the checks before an installation; the installation itself relies on nothing else.
 struct KvmPlan {
     bool adding = false;               ///< to an installed suite
     std::string place;                 ///< the install location, absolute
@@ -18,28 +18,28 @@ struct KvmPlan {
     std::string source;                ///< the medium's text
     std::vector<KvmArchive> archives;  ///< of the tar-file medium
     KvmRows wanted;                    ///< subsystems to extract, in the order of their table
-    bool allArchives = true;           ///< none of those that the user named is missing
-    bool startAgain = false;           ///< remove first what an unfinished installation left
-    bool complete = false;             ///< all was extracted before: only finish
+    bool allArchives = true;           ///< no archive that the user named is missing
+    bool startAgain = false;           ///< first remove what an unfinished installation left
+    bool complete = false;             ///< everything is extracted already: only finish
 };
 
-/// Those of the wanted subsystems whose directories lie in `folder`, which is listed once.
+/// The wanted subsystems whose directories are in `folder`, which is read once.
 KvmRows KvmWantedIn(const KvmPlan& plan, const std::string& folder);
 
-/// The ways of the four media. REQUIRES: the working directory is the plan's place.
+/// Extraction from the media. REQUIRES: the working directory is the plan's place.
 KvmExtraction KvmExtractFromTape(KvmPlan& plan);
 KvmExtraction KvmExtractFromArchives(KvmPlan& plan);
 KvmExtraction KvmCopyFromCdRom(KvmPlan& plan);
 
-/// Tells the user which of the wanted subsystems an adding brought, and what stays marked.
+/// Tells the user which of the wanted subsystems were added, and which stay marked.
 void KvmReportAdded(const KvmPlan& plan);
 
-/// Tells the user which of the wanted subsystems a first installation's medium did not hold.
+/// After a first installation, tells the user which wanted subsystems were not on the medium.
 void KvmReportMissing(const KvmPlan& plan);
 
-/// Moves what was extracted into the product tree; false after an error. What has been placed in
-/// the tree already stays where it is.
+/// Moves the extracted subsystems into the product tree; false after an error. Subsystems that are
+/// in the tree already stay there.
 bool KvmPlaceExtracted(const KvmPlan& plan);
 
-/// Takes away what an adding extracted and did not place.
+/// When subsystems were being added: removes those that were extracted but not placed in the tree.
 void KvmDropExtracted(const KvmPlan& plan);

@@ -30,9 +30,9 @@ KvmInstallInfo& state() {
     return KvmInstallMgr::_info;
 }
 
-// Take over the fields
+// Accept the fields
 
-// While a suite is installed it stays the one that is shown: only "Ok" leads to another location.
+// While an installed suite is shown, only "Ok" switches to another location.
 bool takeLocation() {
     const std::string typed = KvmLocationField();
     if (!state().installed)
@@ -48,7 +48,7 @@ bool takeLocation() {
             .c_str());
 }
 
-// What the user typed and did not confirm passes the same checks as with "Ok".
+// Text that the user typed without pressing "Ok" goes through the same checks.
 bool takeFields() {
     const std::string medium = KvmMediumField();
     if (!KvCopyText(state().readText, medium)) {
@@ -61,14 +61,14 @@ bool takeFields() {
 KvmPlan planOfFields() {
     KvmPlan plan;
     plan.adding = state().installed != 0;
-    // From here on the directory has to be found from anywhere, the product tree included.
+    // From here on the path must work from any working directory, such as the product tree.
     plan.place = state().path;
     if (plan.place == ".") {
         plan.place = KvuSystem::getwd();
         KvmShowLocation(plan.place.c_str());
     }
     plan.source = state().readText;
-    // A copy starts in the product tree, the look at its source elsewhere.
+    // cp runs in the product tree, but the checks of its source run elsewhere: make it absolute.
     if (state().readFrom == KvmCdRom && !plan.source.starts_with('/'))
         plan.source = KvuFormat("%s/%s", state().startDir, plan.source.c_str());
     if (!plan.adding || state().subsystemsAdded) plan.wanted = KvmWantedRows();
@@ -92,7 +92,7 @@ bool fits(const KvmPlan& plan) {
 }
 
 bool isSomethingToAdd(const KvmPlan& plan) {
-    // A mark that was taken back leaves its flag behind.
+    // Don't rely on the flags: they stay set when a mark is taken back.
     return !plan.adding || !plan.wanted.empty() ||
            KvmFail("Zarn system has already been installed in \"", plan.place.c_str(),
                    "\".\nNo new subsytems have been marked for installation.");
@@ -113,7 +113,7 @@ bool canBeWritten(KvmPlan& plan) {
     plan.makePlace = !std::filesystem::exists(plan.place, error);
     if (plan.makePlace) return true;
     if (!KvmChangeDirectory(plan.place)) return KvmFail(cantWrite, KvmSystemReason(errno));
-    // Touching a link that somebody left there would write elsewhere.
+    // If somebody left a link here, the test below would write to the link's target.
     if (isLink(".Zarn_system"))
         return KvmFail(cantWrite, "\n", plan.place, "/.Zarn_system is a link.");
     if (!KvmRun("touch .Zarn_system")) return KvmFail(cantWrite, KvmCommandReason());
@@ -125,7 +125,7 @@ bool isSafe(const KvmPlan& plan) {
     return KvmOnlySuperUserWrites(plan.place, "Others could change what is installed there.");
 }
 
-// What would never come to an end is not read: a pipe, say.
+// Refuses sources that might never end, such as a pipe.
 bool isTape(const KvmPlan& plan) {
     struct stat entry;
     if (stat(plan.source.c_str(), &entry) != 0 || S_ISREG(entry.st_mode) ||
@@ -135,7 +135,8 @@ bool isTape(const KvmPlan& plan) {
                    "\nis neither a device nor a file.");
 }
 
-// cp makes the same device: for whoever may open it there, the machine's disks, say.
+// cp would recreate device files, and anybody with access to the copies could open, for example,
+// the machine's disks.
 bool hasNoDevices(const KvmPlan& plan) {
     std::error_code error;
     const std::filesystem::recursive_directory_iterator all(
@@ -162,8 +163,8 @@ bool liesBelow(const std::string& path, const std::string& directory) {
     return (real + "/").starts_with(platform::absolutePath(directory) + "/");
 }
 
-// What the medium holds is read to its end, and lies elsewhere: only then may what it once gave be
-// removed.
+// Whether the whole medium can be read, and is not inside what would be removed. Only then may an
+// unfinished installation from it be removed.
 bool canBeReadAgain(const KvmPlan& plan) {
     const auto goes = [&](const std::string& path) {
         return liesBelow(path, KvuFormat("%s/%s", plan.place.c_str(), kvmSystem)) ||
@@ -183,7 +184,7 @@ bool canBeReadAgain(const KvmPlan& plan) {
                                "\nWhat the last installation left is kept.");
 }
 
-// Nothing is there that is not wanted.
+// Whether only the record is missing: all is extracted, and only wanted subsystems are there.
 bool isFinishedButForTheRecord(const KvmPlan& plan) {
     return !plan.adding && KvmIsSameDirectory(KvmUnfinishedPlace(), plan.place) &&
            KvmIsComplete(plan.place) &&
@@ -196,10 +197,10 @@ int refuseFolder(const std::string& folder, const char* name) {
                    (folder + " already.\nPlease move it, or enter another location path.").c_str());
 }
 
-// What is extracted gets the names "Zarn_system" and "subsystems" in the location, or those of the
-// subsystems in the product tree. What has such a name already belongs to somebody: extraction
-// would write into it, and placing the subsystems would take it away. But what an installation of
-// this user left there when it ended early is taken up again.
+// Extraction creates "Zarn_system" and "subsystems" in the location, or the subsystems' folders in
+// the product tree. Anything that already has such a name belongs to somebody: extraction would
+// write into it, and placing the subsystems would move it away. The exception is what an
+// interrupted installation of this user's left: that is finished, or removed and begun again.
 bool isFree(KvmPlan& plan) {
     if (plan.complete) return true;
     const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
@@ -213,13 +214,13 @@ bool isFree(KvmPlan& plan) {
     plan.startAgain = !plan.adding && KvmIsSameDirectory(KvmUnfinishedPlace(), plan.place);
     if (!plan.adding && !plan.startAgain && !KvmInstallMgr::isValidInstallPath(plan.place.c_str()))
         return false;
-    // Beside a tree that has its subsystems already, the folder is not what was left.
+    // If the tree has its subsystems already, this folder is not from the interrupted installation.
     if (folder && (!plan.startAgain || KvmHolds(tree, kvmSubsystems)))
         return refuseFolder(plan.place, kvmSubsystems);
     return !plan.startAgain || canBeReadAgain(plan);
 }
 
-// What the user has to agree to, when nothing else is in the way any more.
+// Asks for the user's consent, after all other checks have passed.
 bool isAgreedTo(const KvmPlan& plan) {
     const std::string elsewhere = plan.adding ? "" : KvmUnfinishedPlace();
     // Only one unfinished installation is remembered.
@@ -236,7 +237,7 @@ bool isAgreedTo(const KvmPlan& plan) {
                                              "\nyet. Make it?") == 0;
 }
 
-// Every refusal comes from here, before the first change.
+// Every refusal comes from here, before anything is changed.
 bool look(KvmPlan& plan, KvmPreparedRecord& record) {
     plan.complete = isFinishedButForTheRecord(plan);
     return fits(plan) && isSomethingToAdd(plan) && isSafe(plan) && canBeWritten(plan) &&
@@ -247,7 +248,7 @@ bool look(KvmPlan& plan, KvmPreparedRecord& record) {
 
 // Act
 
-// The product's script sets the tree up for another edition, which is recorded when it is true.
+// The product's script sets the tree up for another edition; it is recorded only if that succeeds.
 bool changeEdition(const KvmPlan& plan) {
     const char* edition = KvmInstallMgr::getProductName();
     if (!KvmMayRun(plan.place + "/Zarn_system/bin/Zarn.install")) return false;
@@ -265,7 +266,7 @@ bool changeEdition(const KvmPlan& plan) {
     return true;
 }
 
-// Only what nobody had before gets what is extracted.
+// Extract only into a folder that we have just created ourselves.
 bool makeFolder(const KvmPlan& plan, const char* name) {
     constexpr mode_t mode = 0755;
     if (mkdir(KvuFormat("%s/%s", plan.place.c_str(), name).c_str(), mode) == 0) return true;
@@ -287,10 +288,10 @@ bool enter(const KvmPlan& plan) {
            KvmFail(cantWrite, KvmSystemReason(errno));
 }
 
-// The tree goes last: while it is there, the place is known to be unfinished.
+// The tree is removed last: while it exists, the place is known to be unfinished.
 bool removeRest(const KvmPlan& plan) {
     for (const char* name : {kvmSubsystems, kvmSystem}) {
-        // A copy of a CD-ROM is as read-only as that until it is complete.
+        // An incomplete copy of a CD-ROM is still read-only, like the original.
         if (isDirectory(KvuFormat("%s/%s", plan.place.c_str(), name)))
             KvmRun("chmod -R u+rwX %s/%s", plan.place, name);
         if (!KvmRun("rm -rf %s/%s", plan.place, name))
@@ -300,9 +301,9 @@ bool removeRest(const KvmPlan& plan) {
 }
 
 bool begin(const KvmPlan& plan, const KvmPreparedRecord& record) {
-    // Somebody may have made the place while the user thought about it.
+    // Check again: somebody may have created the place while the question was open.
     const bool entered = enter(plan) && isSafe(plan);
-    // The record goes on naming what could not be removed, and never what somebody else has made.
+    // The record keeps naming what could not be removed, but never what somebody else created.
     if (entered && plan.startAgain && !removeRest(plan)) return false;
     if (entered && (plan.complete || makeFolders(plan))) return true;
     if (entered || !(plan.startAgain || plan.complete)) record.drop();
@@ -314,12 +315,13 @@ KvmExtraction extract(KvmPlan& plan) {
     return KvmInstallMedium[state().readFrom].extract(plan);
 }
 
-// The user's wish to delete archives is carried out when nothing can need them any more.
+// Deletes the archives that the user does not want, once nothing can need them any more.
 void deleteArchives(const KvmPlan& plan) {
     for (const KvmArchive& archive : plan.archives) {
         if (!archive.unwanted) continue;
         if (!KvmRun("rm -rf %s", archive.unpacked))
             KvmFail("Can't remove ", archive.unpacked, KvmCommandReason());
+        // The installer has always paused here for two seconds; no later step depends on it.
         sleep(2);
     }
 }
@@ -335,7 +337,7 @@ void keepArchives(const KvmPlan& plan) {
         KvcUserInfo("The tar files were kept, since the installation is not complete.");
 }
 
-// A place in which nothing was left is as it was.
+// Whether a failed installation has left nothing in the place.
 bool isAsBefore(const KvmPlan& plan) {
     const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
     return rmdir(tree.c_str()) == 0 || !KvmHolds(plan.place, kvmSystem);
@@ -354,14 +356,14 @@ int giveUp(const KvmPlan& plan, const KvmPreparedRecord& record) {
     return 0;
 }
 
-// What could not be placed may be needed: it stays where it is.
+// Subsystems that could not be placed are left where they are: the user may need them.
 int giveUpPlacing(const KvmPlan& plan) {
     keepArchives(plan);
     if (plan.adding) KvmShowInstalled();
     return 0;
 }
 
-// A program in PATH need not lie beside the distribution that it reads.
+// An installer that is found in PATH need not be in the distribution's folder.
 std::string installerToCopy() {
     std::error_code error;
     if (KvmHolds(state().startDir, "Zarn_install"))
@@ -374,11 +376,11 @@ int copyInstaller(const KvmPlan& plan) {
     const std::string own = installerToCopy();
     const std::string copy = KvuFormat("%s/%s/bin/Zarn_install", plan.place.c_str(), kvmSystem);
     std::error_code error;
-    // Reading a pipe, say, could last for ever.
+    // Reading from a pipe, for example, might never end.
     if (!std::filesystem::is_regular_file(own, error))
         return KvmFail(notAllDone, step, "\n", own, " is not a file.");
-    // An archive may have put a link at the name, which leads anywhere. And whatever comes between,
-    // half a program is never one that can be run.
+    // An archive may have put a link here, to anywhere, so remove it. The new file becomes
+    // executable only when it is complete, so that nobody can run half a program.
     unlink(copy.c_str());
     close(open(copy.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     const bool copied =
@@ -391,7 +393,7 @@ int copyInstaller(const KvmPlan& plan) {
     return KvmFail(notAllDone, step, reason);
 }
 
-// The installation counts as done whatever becomes of these steps.
+// The installation counts as done even if these steps fail.
 void setUp(const KvmPlan& plan) {
     const std::string_view place = plan.place;
     if (!KvmRun("cp %s %s/%s/resources/%s", KvmInstallMgr::_infoFile, place, kvmSystem, kvmRecord))
@@ -405,7 +407,7 @@ void setUp(const KvmPlan& plan) {
     copyInstaller(plan);
 }
 
-// An archive can hold anything under these names, links included.
+// An archive can contain anything under these names, including links.
 bool isSound(const KvmPlan& plan) {
     const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
     const std::string script = tree + "/bin/Zarn.install";
@@ -420,7 +422,7 @@ bool isSound(const KvmPlan& plan) {
 int finishFirst(const KvmPlan& plan, const KvmPreparedRecord& record) {
     std::printf("\nInitializing Installation...\a\n");
     KvmMarkComplete(plan.place);
-    // After a power failure a record must not name files that never reached the disk.
+    // Sync first: after a power failure the record must not name files that are not on the disk.
     platform::syncFiles(plan.place);
     if (!record.putInPlace()) {
         KvmStatus("Could not install Zarn ", "system.");
@@ -433,7 +435,7 @@ int finishFirst(const KvmPlan& plan, const KvmPreparedRecord& record) {
     state().installed = state().installedInThisSession = 1;
     const std::string before = KvInstallInfoMsg;
     KvmStatus("Installed Zarn system\a");
-    // What was complete before is not compared with what is wanted now.
+    // A tree that was complete before is not compared with what is selected now.
     if (!plan.complete) KvmReportMissing(plan);
     if (KvmInstallMgr::_isRoot) {
         KvmOpenIconDialog();
@@ -459,13 +461,13 @@ int KvmInstallMgr::install() {
     if (!KvCopyText(_info.path, plan.place) || !KvmRecordIsAsSeen() || !mayInstall()) return 0;
     const KvmPlaceLock lock(KvmNearestDirectory(plan.place));
     if (!lock.held()) return 0;
-    // An edition can be changed without anything being added.
+    // The edition can be changed without adding subsystems.
     if (_info.productChanged && plan.wanted.empty()) return fits(plan) && changeEdition(plan);
     KvmPreparedRecord record;
     const std::string before = KvInstallInfoMsg;
     if (!look(plan, record) || (_info.productChanged && !changeEdition(plan)) ||
         !begin(plan, record)) {
-        // The look may have said what it checks.
+        // The checks may have changed the status line.
         KvmStatus(before.c_str());
         return 0;
     }

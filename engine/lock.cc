@@ -12,7 +12,7 @@
 
 namespace {
 
-// Whoever may read a directory can lock it: that must not keep the super-user from it.
+// Anybody who can read a directory can lock it; that must not stop the super-user.
 bool isOrdinaryUsers(int process) {
     struct stat status;
     return geteuid() == 0 && process != 0 &&

@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// Keeps other installers off a location for as long as it lives, and no longer than this process.
-/// Where a directory can't be locked, nobody is kept off.
+/// Locks a location against other installers while this object, or at most this process, lives.
+/// A directory that can't be locked is not protected.
 class KvmPlaceLock {
 public:
     explicit KvmPlaceLock(const std::string& place);
@@ -11,7 +11,7 @@ public:
     KvmPlaceLock(const KvmPlaceLock&) = delete;
     KvmPlaceLock& operator=(const KvmPlaceLock&) = delete;
 
-    /// False, after an error that names the other process, when another installer has it.
+    /// False, after an error that names the other process, when another installer has the lock.
     [[nodiscard]] bool held() const;
 
 private:

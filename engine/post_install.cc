@@ -26,7 +26,7 @@ bool isSystemAccount(std::string_view name) {
            std::end(kvInvalidUser);
 }
 
-// The lines of the password file that name a user; empty, after an error, when it can't be read.
+// The password file's lines that name a user; empty, after an error, when it can't be read.
 std::vector<std::string> passwordLines() {
     std::vector<std::string> lines;
     std::ifstream file("/etc/passwd");
@@ -40,7 +40,7 @@ std::string loginName(const std::string& line) {
     return line.substr(0, line.find(':'));
 }
 
-// The text between the fifth and the sixth colon; false when there are not as many.
+// Stores the text between the fifth and the sixth colon; false when there are fewer colons.
 bool homeField(const std::string& line, KvText& home) {
     if (KvuString::characterCt(line.c_str(), ':') < 6) return false;
     std::size_t start = 0;

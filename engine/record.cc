@@ -34,14 +34,14 @@ int KvmInstallMgr::_isRoot = 0;
 
 namespace {
 
-// The record that goes with the user, whatever tree's record the session is working on.
+// The user's own record, even while the session works on a tree's record.
 std::string ownRecord;
 
 std::string own() {
     return ownRecord.empty() ? KvmInstallMgr::_infoFile : ownRecord;
 }
 
-// A name that does not fit would name another file: better none at all.
+// A path cut to fit would name a different file, so use none at all.
 void chooseRecord(const std::string& path) {
     if (!KvStoreText(KvmInstallMgr::_infoFile, path))
         std::fprintf(stderr, "The path of the installation record is too long: %s\n", path.c_str());
@@ -52,8 +52,8 @@ constexpr const char* noRecord = "This is no installation record of Zarn:\n";
 constexpr const char* goneText =
     "Could not locate Zarn system files in\npreviously installed Zarn system location:\n";
 
-// Only a regular file can be a record: a directory at its place must not be read, let alone be
-// deleted as a record that went stale.
+// Only a regular file can be a record: a directory of that name must not be read, let alone deleted
+// as a stale record.
 KvuFile openRecord(const char* path) {
     const int file = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (file < 0) return nullptr;
@@ -70,7 +70,7 @@ bool isBelieved(const std::string& path) {
 
 using Words = std::array<std::string_view, 3>;
 
-// The first three words of a line; quotes are ordinary characters here, unlike in what users type.
+// The first three words of a line. Unlike in what users type, quotes are ordinary characters here.
 Words recordWords(std::string_view line) {
     Words words;
     for (std::string_view& word : words) {
@@ -138,15 +138,15 @@ bool isAsSeen(const std::string& record) {
                "again.");
 }
 
-// Whether the record may speak for the suite in `place`. The record of a tree that was moved or
-// copied names another one, which must not be changed, let alone be removed, in its stead.
+// Whether the record really describes the suite in `place`. The record of a tree that was moved or
+// copied names the original tree, which must not be changed or even removed instead.
 bool speaksFor(const std::string& recordFile, const std::string& place, const char* location) {
     if (!openRecord(recordFile.c_str()))
         return KvmFail("Could not find an installed Zarn system in:\n", location);
     if (!isBelieved(recordFile)) return false;
     const std::string path = valueIn(recordFile, "PATH:");
     const std::string tree = KvuFormat("%s/%s", path.c_str(), kvmSystem);
-    // Without its edition and version it is no record of ours.
+    // Without an edition and a version it is not one of our records.
     if (productNamed(valueIn(recordFile, "PROGRAM:")) == -1 ||
         valueIn(recordFile, "VERSION:").empty())
         return KvmFail(noRecord, recordFile);
@@ -158,7 +158,7 @@ bool speaksFor(const std::string& recordFile, const std::string& place, const ch
 }
 
 void takeValue(KvText& field, std::string_view value) {
-    // A word of a line of 1023 characters always fits.
+    // Always fits: lines have at most 1023 characters.
     static_cast<void>(KvCopyText(field, value));
 }
 
@@ -173,7 +173,7 @@ void takeLine(std::string_view line) {
     if (key == "HOST:") takeValue(info.installHostname, value);
 }
 
-// A place that can't be looked into, or not now, is not gone.
+// A place that can't be read, perhaps only for the moment, is not gone.
 bool isGone(const std::string& place) {
     struct stat status;
     return lstat(KvuFormat("%s/%s", place.c_str(), kvmSystem).c_str(), &status) != 0 &&
@@ -188,7 +188,7 @@ void readSubsystems() {
     }
 }
 
-// The nine lines.
+// The nine lines of a record.
 std::string recordText(const std::string& program, const char* version, const char* date,
                        const std::string& place, const char* host) {
     return KvuFormat(
@@ -197,7 +197,7 @@ std::string recordText(const std::string& program, const char* version, const ch
         program.c_str(), version, date, place.c_str(), host);
 }
 
-// The old text is overwritten, not freed: on a full disk there is still room for it.
+// Overwrites the old text before truncating, so that its blocks can be reused on a full disk.
 bool writeAll(int file, const std::string& text) {
     const ssize_t written = pwrite(file, text.data(), text.size(), 0);
     if (written >= 0 && written < static_cast<ssize_t>(text.size())) errno = ENOSPC;
@@ -211,13 +211,13 @@ std::string partOf(const std::string& record) {
     return record + ".part";
 }
 
-// A link that somebody planted at the name is not followed. Who only reads shares the lock.
+// Does not follow a planted link. Readers take a shared lock.
 int openPart(const std::string& path, int flags) {
-    // Nobody else can lock what he can't open.
+    // Mode 0600, since anybody who can open the file could lock it.
     const int file = open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
     const int lock = (flags & O_ACCMODE) == O_RDONLY ? LOCK_SH : LOCK_EX;
     struct stat status, named;
-    // Whoever had the lock may have renamed the file meanwhile.
+    // The previous holder of the lock may have renamed the file meanwhile.
     if (file >= 0 && fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
         (flock(file, lock | LOCK_NB) == 0 || errno != EWOULDBLOCK) &&
         lstat(path.c_str(), &named) == 0 && named.st_ino == status.st_ino)
@@ -257,7 +257,7 @@ int refuseOther(const std::string& part) {
 
 std::string KvmHome() {
     const char* home = std::getenv("HOME");
-    // A relative one would be another directory after the next change of directory.
+    // A relative HOME would mean another directory after the next chdir.
     if (home != nullptr && *home == '/') return home;
     const struct passwd* user = getpwuid(getuid());
     return user != nullptr ? user->pw_dir : "/";
@@ -275,7 +275,7 @@ int KvmInstallMgr::getInstallInfo() {
     const KvuFile record = openRecord(_infoFile);
     if (!record || !isBelieved(_infoFile)) return 0;
     note(_infoFile);
-    // The place that happens to be shown is not its own.
+    // Don't fall back on the place that is shown: it may not be the record's.
     if (valueIn(_infoFile, "PATH:").empty()) return KvmFail(noRecord, _infoFile);
     forEachLine(record.get(), takeLine);
     if (!KvuSystem::fileExists(_info.path, kvmSystem, 0)) {
@@ -365,10 +365,10 @@ bool KvmPreparedRecord::prepare(const std::string& place) {
     const bool again = KvmIsSameDirectory(unfinished, place);
     if (!keepOthersOff()) return false;
     if (file_ < 0) return KvmFail(cantWrite, record, KvmSystemReason(errno));
-    // Somebody may have finished an installation while the user thought about his answer.
+    // Somebody may have finished an installation while a question was open.
     if (!KvmRecordIsAsSeen()) return false;
     if (!unfinished.empty()) before_ = contentsOf(part_);
-    // The mark of what is begun anew would make a foreign tree of it.
+    // When starting again, the old mark would make the tree look like another installation's.
     if (again) KvmUnmarkComplete(place);
     KvText date;
     KvText host;
@@ -380,7 +380,7 @@ bool KvmPreparedRecord::prepare(const std::string& place) {
         drop();
         return KvmFail(cantWrite, record, KvmSystemReason(reason));
     }
-    // From here on what is there is this installation's.
+    // From here on the tree there belongs to this installation.
     if (again) before_.clear();
     takeValue(KvmInstallMgr::_info.installHostname, host);
     return true;
@@ -389,7 +389,7 @@ bool KvmPreparedRecord::prepare(const std::string& place) {
 void KvmPreparedRecord::announceRemoval(const std::string& place) {
     const std::string record = contentsOf(KvmInstallMgr::_infoFile);
     if (!KvmIsSameDirectory(valueIn(part_, "PATH:"), place)) before_ = contentsOf(part_);
-    // A removal that failed before has deleted the record, and announced itself.
+    // If an earlier removal failed, the record is already gone and the announcement made.
     if (file_ >= 0 && !record.empty()) writeAll(file_, record);
 }
 
@@ -413,7 +413,7 @@ std::string KvmUnfinishedPlace() {
     if (file < 0) return {};
     ::close(file);
     const std::string place = valueIn(part, "PATH:");
-    // What was to be removed is installed as long as its record is there.
+    // A suite whose removal was only announced is still installed while its record exists.
     if (KvmIsSameDirectory(KvmOwnRecordPlace(), place)) return {};
     const std::string recorded = contentsOf(copyIn(place));
     const bool foreign = !recorded.empty() && recorded != contentsOf(part);
@@ -426,7 +426,7 @@ void KvmUnmarkComplete(const std::string& place) {
 }
 
 void KvmMarkComplete(const std::string& place) {
-    // An archive may have put a link at the name, which leads anywhere.
+    // An archive may have put a link here, to anywhere.
     KvmUnmarkComplete(place);
     replaceRecord(copyIn(place), contentsOf(partOf(KvmInstallMgr::_infoFile)));
 }
@@ -438,7 +438,7 @@ bool KvmIsComplete(const std::string& place) {
 }
 
 int KvmInstallMgr::setInstallInfo(const char* location) {
-    // The working directory changes with the first installation.
+    // Make it absolute now: the first installation changes the working directory.
     const std::string tree = location[0] == '/' ? location : platform::absolutePath(location);
     if (tree.empty()) return KvmFail("Could not find an installed Zarn system in:\n", location);
     const std::string place = KvuSystem::dirname(tree.c_str());
@@ -448,12 +448,12 @@ int KvmInstallMgr::setInstallInfo(const char* location) {
     const KvmInstallInfo before = _info;
     const std::string recordBefore = _infoFile;
     chooseRecord(record);
-    // What this record leaves out is not what another one said.
+    // Lines that this record lacks must not keep the values from another record.
     _info.version[0] = _info.date[0] = '\0';
     getHostName(_info.installHostname);
     _info.product = 0;
     if (!KvCopyText(_info.path, place) || !getInstallInfo()) {
-        // The session goes on with what it knew, or an installation would be recorded there.
+        // Restore the previous state, or the next installation would be recorded there.
         _info = before;
         chooseRecord(recordBefore);
         setProductUI();

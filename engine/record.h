@@ -6,37 +6,37 @@
 
 /// The installation record, beyond what KvmInstallMgr offers.
 
-/// The user's home directory: HOME, or what the system knows when that is not set.
+/// The user's home directory: HOME if it is an absolute path, otherwise that in the password file.
 std::string KvmHome();
 
-/// Goes back to the user's own record from that of an installed tree.
+/// Switches back from an installed tree's record to the user's own.
 void KvmReturnToOwnRecord();
 
 /// The place that the user's own record names; empty when there is none.
 std::string KvmOwnRecordPlace();
 
-/// The row of the edition that the record in use names or, when a failed removal has deleted that,
-/// named; -1 when none was ever named.
+/// The row of the edition named by the record in use; if a failed removal has deleted the record,
+/// of the edition that it named. -1 when no edition was ever named.
 int KvmRecordedProduct();
 
 /// Writes the chosen edition into the record in use, its copy in the installed tree, and the user's
-/// own record if that names this suite; the other lines stay. False, with errno set, when one of
-/// them failed.
+/// own record if that names this suite; the other lines stay as they are. False, with errno set,
+/// when one of the writes fails.
 bool KvmRecordEdition();
 
-/// Whether the user's own record still says what this session last read or wrote; false after an
-/// error: what the window shows is out of date.
+/// Whether the user's own record is still as this session last read or wrote it. If not, returns
+/// false after an error which says that the window is out of date.
 bool KvmRecordIsAsSeen();
 
-/// To be called when this session has deleted the record itself.
+/// Call this when the session itself has deleted the record.
 void KvmForgetRecord();
 
-/// Whether both names lead to the same directory, or are the same.
+/// Whether both paths lead to the same directory, or are equal.
 bool KvmIsSameDirectory(const std::string& a, const std::string& b);
 
-/// The record of an installation that is under way. It lies beside the record, under the record's
-/// name with ".part", until the installation is done; what a process that died left there names
-/// the place of an unfinished installation. While it lives, no other installer can prepare one.
+/// The record of an installation in progress. Until the installation is done, it is a file with the
+/// record's name and ".part"; if the process dies, this file names the place of the unfinished
+/// installation. While this object lives, no other installer can prepare a record.
 class KvmPreparedRecord {
 public:
     KvmPreparedRecord() = default;
@@ -45,46 +45,47 @@ public:
     ~KvmPreparedRecord();
 
     /// Writes the nine lines for an installation of the chosen edition in `place`. False, after an
-    /// error, when the record could not be written there, is not as this session has seen it, or
-    /// another installer is at work; what was there is as it was.
+    /// error and with nothing changed, when the record can't be written there, when it is not as
+    /// this session last saw it, or when another installer is at work.
     [[nodiscard]] bool prepare(const std::string& place);
 
-    /// Makes it the record; false, after an error, when that fails: it stays what it was.
+    /// Makes it the record; false, after an error, when that fails and nothing has changed.
     [[nodiscard]] bool putInPlace() const;
 
-    /// Deletes it, or restores what it said of an unfinished installation elsewhere. Nothing
-    /// happens when it was neither prepared nor announced.
+    /// Deletes it, or restores what it said before about an unfinished installation elsewhere.
+    /// Does nothing when it was neither prepared nor announced.
     void drop() const;
 
-    /// Whether the record can be written where it belongs, as far as that shows without writing;
-    /// false after an error.
+    /// Whether the record can be written in its place, as far as can be seen without writing; false
+    /// after an error.
     [[nodiscard]] bool canBePrepared() const;
 
-    /// Instead of prepare: only keeps other installers from preparing one as long as this lives.
-    /// False, after an error, when one is at work; true also where no record can be written.
+    /// To be used instead of prepare: only keeps other installers from preparing a record while
+    /// this object lives. False, after an error, when one is at work; also true where no record can
+    /// be written.
     [[nodiscard]] bool keepOthersOff();
 
-    /// After keepOthersOff, before the record in use is deleted: the suite in `place` is remembered
-    /// as unfinished until `drop`. Where that can't be written, it is not.
+    /// To be called after keepOthersOff and before the record in use is deleted: marks the suite in
+    /// `place` as unfinished until `drop`. Does nothing where that can't be written.
     void announceRemoval(const std::string& place);
 
 private:
     std::string part_;
-    int file_ = -1;  // locked as long as it is open
+    int file_ = -1;  // locked while it is open
     std::string before_;
 };
 
-/// Where an installation of this user that ended early has left a product tree, and no installer is
-/// at work any more; empty when there is none. A tree that has the record of another installation
-/// is not what it left.
+/// The place where an interrupted installation of this user's left a product tree, provided that no
+/// installer is still at work; empty when there is none. A tree with the record of another
+/// installation does not count.
 std::string KvmUnfinishedPlace();
 
-/// Notes in the tree in `place` that all was extracted; a prepared record is there. It is the copy
-/// of the record that a finished installation has there, too.
+/// Marks the tree in `place` as completely extracted. The mark is a copy of the record, as in a
+/// finished installation. REQUIRES: a record has been prepared.
 void KvmMarkComplete(const std::string& place);
 
-/// Takes that mark, or copy, away.
+/// Removes that mark (the record's copy) from the tree.
 void KvmUnmarkComplete(const std::string& place);
 
-/// Whether the unfinished installation in `place` is marked complete and of the chosen edition.
+/// Whether the unfinished installation in `place` is marked as complete and has the chosen edition.
 bool KvmIsComplete(const std::string& place);

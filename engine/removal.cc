@@ -21,7 +21,7 @@ bool isOwnDirectory(const std::string& path) {
     return lstat(path.c_str(), &entry) == 0 && S_ISDIR(entry.st_mode);
 }
 
-// A product tree or subsystem folder that is a link leads out of the installed tree.
+// If the product tree or the subsystem folder is a link, it leads out of the installed tree.
 bool removeDirectory(const std::string& folder, const char* directory, std::string& reason) {
     const std::string tree = KvuFormat("%s/%s", KvmInstallMgr::_info.path, kvmSystem);
     reason = KvmSystemReason(ENOTDIR);
@@ -31,13 +31,14 @@ bool removeDirectory(const std::string& folder, const char* directory, std::stri
     return removed;
 }
 
-// Who may write there could let the names that are removed lead anywhere.
+// Anybody who can write there could make the removed names lead anywhere.
 bool isSafe(const std::string& folder) {
     return KvmOnlySuperUserWrites(folder, "For safety nothing was removed from\n" + folder);
 }
 
-// What could not be removed is there, at least in part: its row says so again, as it would at the
-// next start, and can be switched off again. A mark that the user only declined to act on stays.
+// A subsystem that could not be removed is still there, at least in part. Its row shows that again,
+// as it would after a restart, and can be switched off again. If the user only declined a removal,
+// the mark stays.
 void showWhatStayed() {
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
         if (row.installed || !KvmIsPresent(row)) continue;
@@ -85,7 +86,7 @@ int KvmInstallMgr::removeAll() {
     KvmPreparedRecord record;
     if (!record.keepOthersOff() || !KvmRecordIsAsSeen()) return 0;
     const std::string tree = KvuFormat("%s/%s", _info.path, kvmSystem);
-    // Without its script the tree would stay, and nothing would know of it any more.
+    // Without its script the tree would stay, but with its record gone nothing would know of it.
     const std::string script = tree + "/bin/Zarn.install";
     if (access(script.c_str(), X_OK) != 0)
         return KvmFail("Can't remove ", tree, KvmSystemReason(errno));
@@ -102,11 +103,11 @@ int KvmInstallMgr::removeAll() {
     if (!KvmRun("%s/Zarn_system/bin/Zarn.install -r %s/%s", _info.path, _info.path, kvmSystem))
         return KvmFail("Can't remove ", tree, KvmCommandReason());
     KvmRun("rm -f %s/%s %s/%s", home, program, "/usr/sbin", program);
-    // The session may have worked on the record inside the tree.
+    // The session may have been using the record inside the tree.
     KvmReturnToOwnRecord();
     if (KvmIsSameDirectory(KvmOwnRecordPlace(), _info.path)) KvmRun("rm -f %s", _infoFile);
     KvmForgetRecord();
-    // What is still there is remembered as unfinished.
+    // If part of the tree is still there, it stays recorded as unfinished.
     if (KvmHolds(_info.path, kvmSystem))
         KvmFail("The product's script has left this behind:\n", tree);
     else

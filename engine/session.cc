@@ -18,8 +18,8 @@
 
 namespace {
 
-// Every file that the installer names below the location must fit its buffer, and the record's
-// line for it the reader's.
+// Every path that the installer forms below the location must fit a text buffer, and so must the
+// record's line with the location.
 constexpr std::size_t longestLocation =
     KvTextSize - sizeof "/Zarn_system/subsystems/" - kvmLongestDirectory.size();
 
@@ -106,7 +106,7 @@ void KvmTellOfUnfinished() {
 }
 
 int KvmInstallMgr::start(int, char** argv) {
-    // The name is kept for show alone.
+    // The name is only for display, so it may be cut.
     static_cast<void>(KvCopyText(_progName, argv[0] != nullptr ? argv[0] : ""));
     static_cast<void>(KvCopyText(KvInstallInfoMsg, " "));
     checkIfRoot();
@@ -166,8 +166,7 @@ int KvmInstallMgr::isValidInstallPath(const char* location) {
 int KvmInstallMgr::setLocation(const char* location) {
     const std::string place = KvmCheckedLocation(location);
     if (place.empty()) return 0;
-    // The suite that the user installed there, and the rest of an installation of his, are no
-    // obstacle.
+    // The user's own suite, or what his interrupted installation left there, is no obstacle.
     const bool known = KvmIsSameDirectory(KvmOwnRecordPlace(), place) &&
                        KvuSystem::fileExists(place.c_str(), kvmSystem, 0);
     if (!known && !KvmIsSameDirectory(KvmUnfinishedPlace(), place) &&

@@ -20,7 +20,7 @@ namespace {
 
 float systemMB = 17.0F;
 
-// Anybody may have written the file: what blocks is not opened, and what never ends not read on.
+// Anybody may have written the file, so opening it must not block and reading it must be bounded.
 std::string beginningOf(const std::string& path) {
     constexpr std::size_t mostRead = 65536;
     const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);

@@ -2,12 +2,12 @@
 
 #include <string>
 
-/// The sizes that a distribution says it has.
+/// The sizes that a distribution states for its parts.
 
-/// Takes them from the file "Zarn_sizes" in `directory`: into the table of subsystems, and for the
-/// product tree. What the file does not name, or names with no number of bytes that a disk could
-/// hold, keeps its size.
+/// Reads the sizes of the subsystems, into their table, and of the product tree from the file
+/// "Zarn_sizes" in `directory`. A part that is not listed, or whose size is not a plausible number
+/// of bytes, keeps the size that it had.
 void KvmReadSizes(const std::string& directory);
 
-/// Of the product tree without subsystems, in millions of bytes.
+/// The size of the product tree without subsystems, in millions of bytes.
 float KvmSystemMB();

@@ -19,10 +19,10 @@ KvText KvInstallInfoMsg;
 
 namespace {
 
-// Pixels from the value's left edge to the window's right one.
+// Pixels from the left edge of the disk space values to the right edge of the window.
 constexpr int spaceRoom = 150;
 
-// Left edges of the subsystems' columns.
+// Pixels: the left edges of the subsystems' columns, and the margin at the window's right edge.
 constexpr int secondColumn = 225;
 constexpr int thirdColumn = 439;
 constexpr int windowEdge = 9;
@@ -33,7 +33,7 @@ std::string textOf(Widget field) {
     return text ? text.get() : "";
 }
 
-// A field can't hold every path: it shows what is readable of it, and the path itself is kept.
+// A field can't show every byte of a path: it shows a readable form, and the path itself is kept.
 struct ShownPath {
     std::string path, shown;
 
@@ -51,9 +51,8 @@ struct ShownPath {
 };
 ShownPath locationPath, mediumPath;
 
-// A colour whose name the display doesn't know changes nothing. Neither does the one that is there:
-// after each change Motif asks the server where the window's widgets are, which takes long over a
-// slow line.
+// Does nothing if the display doesn't know the colour, or if it is set already: after each change
+// Motif queries the server for the places of the window's widgets, which is slow over a slow line.
 void setForeground(Widget w, const char* colour) {
     Boolean converted = False;
     Arg pixel{const_cast<char*>(XmNforeground),
@@ -115,7 +114,7 @@ void KvmLabelToggle(Widget toggle, const std::string& label) {
                     : x < thirdColumn * scale ? thirdColumn * scale
                                               : width - windowEdge * scale;
     if (own <= end - x && KvcFitLabel(toggle, end - x)) return;
-    // The font that stands in for a missing one may be too wide for the columns.
+    // If the normal font is missing, its substitute may be too wide for the column.
     Boolean converted = False;
     Arg font{const_cast<char*>(XmNfontList),
              CONVERT(toggle, narrowFont, XmRFontList, 0, &converted)};
@@ -158,13 +157,13 @@ void KvmInstallMgr::info(Widget label, const char* a, const char* b, const char*
     if (label == nullptr) return;
     XtManageChild(label);
     const std::string text = KvuString::concatStrings(a, b, c, d);
-    // The bell at the end is for the terminal; a font has a box for it.
+    // A bell character at the end is for the terminal only; a label would show it as a box.
     std::string shown = KvcReadable(text);
     std::erase(shown, '\a');
     KvcLabelSetString(label, shown.c_str());
-    // Of a text that is too long the beginning matters most, and the terminal has all of it.
+    // If the text is too long, show its beginning; the terminal has the whole of it.
     setAlignment(label, KvcFitLabel(label, 0) ? XmALIGNMENT_CENTER : XmALIGNMENT_BEGINNING);
-    // The command that usually follows blocks the window: what it says has to be there before.
+    // Draw it now: usually a command follows, during which the window is not updated.
     XmUpdateDisplay(label);
     if (text != KvInstallInfoMsg) {
         std::printf("\n%s\n", text.c_str());
@@ -183,7 +182,7 @@ void KvmRaiseTerminal() {
     if (terminal == None) return;
     Display* display = XtDisplay(kviInstallWidget);
     XSync(display, False);
-    // The terminal may have been closed, or the number be another display's.
+    // The terminal may have been closed, or the window id may belong to another display.
     const XErrorHandler before = XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
     XRaiseWindow(display, terminal);
     XSync(display, False);
@@ -194,7 +193,7 @@ void KvmOpenIconDialog() {
     KvcInstallIcon(nullptr, nullptr, nullptr);
 }
 
-// All at once: each call lays out the whole list anew.
+// Adds all names in one call, since each call lays out the whole list again.
 void KvmShowUsers(const std::vector<std::string>& names) {
     XmListDeleteAllItems(kviInstallUserList);
     std::vector<KviXmString> owners;
