@@ -105,12 +105,12 @@ static const char* const appDefaults = R"(
 
 namespace {
 
-// What the user's search path was; nothing when there was none.
+// The user's own search path; nothing if it was not set.
 std::optional<std::string> searchPathBefore;
 
-// Half a text would end in the middle of a resource.
+// A partly written file is no good: it would end in the middle of a resource.
 bool writeDefaults() {
-    // Who could swap the file would configure the super-user's window.
+    // Anybody who could replace the file would configure the super-user's window.
     if (!platform::prepareTemporary(appDefaultsFile)) return false;
     std::FILE* file = platform::openTemporary(appDefaultsFile);
     if (file == nullptr) return false;
@@ -150,16 +150,16 @@ void ZarnAppInit(const char* name) {
     }
     const char* before = std::getenv("XFILESEARCHPATH");
     if (before != nullptr) searchPathBefore = before;
-    // putenv keeps the pointer.
+    // Static, since putenv keeps the pointer.
     static char searchPath[] = "XFILESEARCHPATH=/usr/lib/X11/app-defaults/%N:/tmp/%N";
     putenv(searchPath);
-    // A display that can't be opened ends the process before anybody closes.
+    // If the display can't be opened, the toolkit ends the process before ZarnAppClose is called.
     std::atexit(ZarnAppClose);
 }
 
 void ZarnAppClose() {
     if (appDefaultsFile[0] == '\0') return;
-    // Everybody may put defaults for other programs into /tmp: no child is to look there.
+    // Anybody can put defaults for other programs into /tmp, so no child process may look there.
     unsetenv("XFILESEARCHPATH");
     if (searchPathBefore) setenv("XFILESEARCHPATH", searchPathBefore->c_str(), 1);
     KvuSystem::system(KvuCommand("rm -f %s", appDefaultsFile).text.c_str(), 1);

@@ -10,24 +10,24 @@
 /// ZarnAppClose, and when it could not be written).
 extern KvText appDefaultsFile;
 
-/// Writes the defaults for the application class `name` into "/tmp/<name>" and makes the toolkit
-/// look there, behind the system's own app-defaults directory. To be called before the toolkit is
-/// initialised with that class. When the file can't be written, or something that is not the
-/// user's own stands in its place, nothing happens: the application has its look from
-/// ZarnAppFallbacks then.
+/// Writes the defaults for the application class `name` to "/tmp/<name>" and makes the toolkit look
+/// there, after the system's own app-defaults directory. Call it before the toolkit is initialised
+/// with that class. If the file can't be written, or something there does not belong to the user,
+/// it does nothing: the application then gets its look from ZarnAppFallbacks.
 void ZarnAppInit(const char* name);
 
-/// The same defaults, line by line with a null at the end, for the toolkit's initialisation: it
-/// takes them when it finds no defaults file of the class, and prefers whatever the user has set.
+/// The same defaults as an array of lines that ends with null, for the toolkit's initialisation.
+/// The toolkit uses them when it finds no defaults file for the class; the user's own settings take
+/// precedence.
 [[nodiscard]] char** ZarnAppFallbacks();
 
-/// Deletes the defaults file, if there is one, and lets the search path be what it was. To be
-/// called once the toolkit has read the file.
+/// Deletes the defaults file, if there is one, and restores the search path. Call it once the
+/// toolkit has read the file.
 void ZarnAppClose();
 
-/// Scales the fonts that the resources name (BxScale). Where a character may take several bytes,
-/// makes sets of them: a single font would show each byte as a character. To be called before a
-/// widget is made.
+/// Scales the fonts named in the resources (BxScale). In a multibyte locale also turns them into
+/// font sets: a single font would show each byte as a character. Call it before any widget is
+/// created.
 void ZarnAppFitFonts(Display* display);
 
 /// Makes the suite's logo the icon of a top-level `shell`. The bitmap is never freed.

@@ -78,7 +78,7 @@ KvuShellText terminalCommand(const char* program, const KvuShellText& arguments)
         title, KvuInDoubleQuotes(KvuForCsh(command)));
 }
 
-// Nobody should be asked for a password for what is known to fail.
+// Refuse before su asks: nobody should type a password for something that is bound to fail.
 [[noreturn]] void refuse(const char* program, const std::string& reason) {
     std::fprintf(stderr, "%s: %s\n", program, reason.c_str());
     std::exit(0);
@@ -88,7 +88,7 @@ bool canRun(const std::string& folder, const char* program) {
     return access(KvuFormat("%s/%s", folder.c_str(), program).c_str(), X_OK) == 0;
 }
 
-// The first folder in PATH that holds it; empty when none does.
+// The first folder in PATH that contains the program; empty when there is none.
 std::string folderOf(const char* program) {
     const char* path = std::getenv("PATH");
     std::istringstream folders(path != nullptr ? path : "");
@@ -97,7 +97,7 @@ std::string folderOf(const char* program) {
     return {};
 }
 
-// The second process is started as "./" and the name: that finds it in the working directory only.
+// The second process is started as "./" and the name, so it must be in the working directory.
 void checkPlace(const char* program) {
     std::string_view name = program;
     while (name.starts_with("./")) name.remove_prefix(2);
@@ -120,9 +120,9 @@ void checkDisplay(const char* program) {
                          display, display, display));
 }
 
-// To be called when the stand-ins are in PATH.
+// Call this once the stand-in programs are in PATH.
 void checkPrograms(const char* program) {
-    // The system's tar is none of them.
+    // Look for all of them where xwsh is: tar is in PATH anyway, but that is the system's.
     const std::string tools = folderOf("xwsh");
     for (const char* tool : {"xwsh", "xconfirm", "jot", "tar"})
         if (!canRun(tools, tool))

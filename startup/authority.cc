@@ -17,12 +17,12 @@
 
 namespace {
 
-// Asks the display in a process of its own, which leaves no connection behind. `otherwise` is the
-// answer when no process can be had.
+// Asks the display from a child process, so that no connection stays open. `otherwise` is the
+// answer when no process can be created.
 bool askedDisplay(bool (*question)(Display*), bool otherwise) {
     const pid_t child = fork();
     if (child == 0) {
-        // A server that is stopped, or a tunnel whose other end has gone, says nothing at all.
+        // A stopped server, or a tunnel whose other end has gone, never answers.
         constexpr unsigned longestWait = 20;
         std::signal(SIGALRM, SIG_DFL);
         alarm(longestWait);
@@ -37,7 +37,7 @@ std::string_view partOf(const char* text, int length) {
     return {text, static_cast<std::size_t>(length)};
 }
 
-// Some users by their names, and the super-user is none of them.
+// Whether the display admits some users by name, but not the super-user.
 bool admitsOnlyOthersByName(Display* display) {
     int count = 0;
     Bool enabled = False;
@@ -65,7 +65,7 @@ bool hasCookie(std::string_view display) {
     return succeeds(KvuCommand("xauth -q nlist %s 2>/dev/null | grep -q .", display));
 }
 
-// The system clears the first of these away by itself.
+// The first of these is cleaned up by the system itself.
 std::string privateFolder() {
     for (const char* variable : {"XDG_RUNTIME_DIR", "HOME"}) {
         const char* place = std::getenv(variable);
@@ -83,12 +83,12 @@ bool displayOpens() {
     return askedDisplay([](Display*) { return true; }, true);
 }
 
-// sudo keeps DISPLAY, but puts the super-user's home in place of the caller's, where the file lies
-// that permits to use it.
+// sudo keeps DISPLAY but sets HOME to the super-user's, while the authority file is in the caller's
+// home.
 void useCallersAuthority() {
     const char* given = std::getenv("XAUTHORITY");
     if (geteuid() != 0) return;
-    // On a network's disk, the user's own file may be shut to the super-user.
+    // On a network file system, root may not be able to read the user's file.
     if (given != nullptr && access(given, R_OK) != 0) unsetenv("XAUTHORITY");
     const char* caller = std::getenv("SUDO_USER");
     if (caller == nullptr || std::getenv("XAUTHORITY") != nullptr) return;
@@ -96,11 +96,11 @@ void useCallersAuthority() {
     const std::string file = user != nullptr ? authorityIn(user->pw_dir) : "";
     if (file.empty()) return;
     setenv("XAUTHORITY", file.c_str(), 1);
-    // The super-user's own file may have been given what that one lacks.
+    // If it does not help, the super-user's own file may: somebody may have added the cookie there.
     if (!displayOpens()) unsetenv("XAUTHORITY");
 }
 
-// su lets the super-user see the display, but not the file that permits him to use it.
+// su keeps DISPLAY, but does not tell the super-user where the authority file is.
 HandedOnAuthority::HandedOnAuthority() {
     const char* home = std::getenv("HOME");
     const std::string file = home != nullptr ? authorityIn(home) : "";
@@ -123,7 +123,7 @@ void HandedOnAuthority::remove() {
 void HandedOnAuthority::askDisplay(const char* display) {
     folder_ = privateFolder();
     const std::string file = folder_ + "/Xauthority";
-    // It is void when nobody has used it for an hour: time enough to look for a password.
+    // It expires when unused for an hour, which is time enough to look for a password.
     const bool given =
         !folder_.empty() &&
         succeeds(KvuCommand(

@@ -2,30 +2,29 @@
 
 #include <string>
 
-/// The permission to use the display: it lies in a file of the user's (XAUTHORITY), and the
+/// The permission to use the display. It is in a file of the user's (XAUTHORITY), but the
 /// super-user needs it as well.
 
-/// Whether DISPLAY can be opened within 20 seconds; tried by another process, so that no connection
-/// stays behind.
+/// Whether DISPLAY can be opened within 20 seconds. A child process tries it, so that no connection
+/// stays open.
 [[nodiscard]] bool displayOpens();
 
-/// As super-user, takes the file of the user who called sudo, if it opens the display and
-/// XAUTHORITY is not set; an XAUTHORITY that can't be read is unset.
+/// For the super-user: if XAUTHORITY is not set, sets it to the file of the user who called sudo,
+/// provided that this opens the display. First unsets an XAUTHORITY that can't be read.
 void useCallersAuthority();
 
-/// Hands the permission on to programs that are started while this lives.
+/// Passes the permission on to programs that are started while this object lives.
 class HandedOnAuthority {
 public:
-    /// Sets XAUTHORITY to the file in the home directory, if that can be read and the variable is
-    /// unset. When there is no permission to hand on, since the display knows its user by name,
-    /// the display is asked for one; it goes into a folder of the user's, which nobody else can
-    /// enter.
+    /// Sets XAUTHORITY to the file in the home directory, if that is readable and the variable is
+    /// unset. If the display admits its user by name, so that there is no file to pass on, asks the
+    /// display for a cookie and stores it in a folder that only the user can enter.
     HandedOnAuthority();
     HandedOnAuthority(const HandedOnAuthority&) = delete;
     HandedOnAuthority& operator=(const HandedOnAuthority&) = delete;
     ~HandedOnAuthority();
 
-    /// Whether the super-user can't have the display: it gives no permission to hand on.
+    /// Whether the super-user can't use the display, because it refused to issue a cookie.
     [[nodiscard]] bool refused() const { return refused_; }
 
 private:

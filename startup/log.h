@@ -1,6 +1,6 @@
 #pragma once
 
-/// Keeps what the installer and its commands print in ".Zarn_install.log" in the user's home too,
-/// behind a line with the date and the command line. In the home that the system knows when HOME
-/// is somebody else's, as it can be under sudo. Standard error tells when and why there is no log.
+/// Also logs what the installer and its commands print to ".Zarn_install.log" in the user's home,
+/// after a line with the date and the command line. If HOME belongs to somebody else, as it can
+/// under sudo, the home in the password file is used. If there is no log, standard error says why.
 void ZarnLogStart(int argc, char** argv);

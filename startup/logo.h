@@ -2,10 +2,10 @@
 
 #include <cstddef>
 
-/// The suite's logo for the icon that a window manager shows: a solid "Z" that stands on the globe,
-/// black (set bits) on white. It is a bitmap of one bit per pixel in the layout that
-/// XCreateBitmapFromData takes: rows of 6 bytes from the top, the first pixel of a byte in its
-/// least significant bit.
+/// The suite's logo, used by window managers as an icon: a solid "Z" standing on the globe, black
+/// (set bits) on white. It is a bitmap with one bit per pixel in the layout of
+/// XCreateBitmapFromData: rows of 6 bytes from the top, the first pixel of a byte in its least
+/// significant bit.
 
 /// Size of the logo in pixels.
 inline constexpr unsigned int logoBW_bmp_width = 48;

@@ -6,14 +6,13 @@
 //
 // The window (ui/KviInstall) is built from two tables of widgets. Every action starts in a callback
 // (ui/KvcInstall), which reads one value and calls one operation of the engine (engine/). The
-// engine has one state, KvmInstallMgr::_info with the two tables of the catalogue, and does all
-// work on the disk with shell commands, whose output appears in the terminal. While a command runs
-// the program waits: the status line is on the screen before, and the X server keeps the window
-// drawn. Messages and questions are one shared box (motif/); a question runs an event loop of its
-// own. What was installed is remembered in one small file, the installation record.
+// engine has one state, KvmInstallMgr::_info and the two tables of the catalogue, and does all work
+// on the disk with shell commands, whose output appears in the terminal. While a command runs, the
+// program waits; before that it draws the status line, and the X server keeps the window drawn.
+// Messages and questions share one box (motif/); a question runs its own event loop. What was
+// installed is recorded in one small file, the installation record.
 //
-// Read KvmInstallMgr::install in engine/install.cc first: everything else is on its way or serves
-// it.
+// Read KvmInstallMgr::install in engine/install.cc first: everything else leads to it or serves it.
 
 #include <X11/Intrinsic.h>
 #include <X11/Shell.h>
@@ -42,8 +41,8 @@
 
 Widget KviInstallWidget;
 
-// The window can't shrink: on a small screen its lower buttons would lie below the edge. What a
-// window manager puts around it needs room as well, above it more than at its side.
+// The window can't shrink, so on a small screen it moves up and left, or its lower buttons would be
+// off the screen. The window manager's frame needs room as well, more above than at the sides.
 static int onScreen(int wanted, int length, int screen, int frame) {
     return std::min(wanted, std::max(0, screen - length - frame));
 }
@@ -59,7 +58,8 @@ static void placeAt(int x, int y) {
                   onScreen(y, ownHeight, HeightOfScreen(screen), titleAndSides), nullptr);
 }
 
-// A dialog takes its place from its board: the position of the shell's geometry goes there.
+// Motif places a dialog by the x and y of its BulletinBoard, so copy the position from the shell's
+// geometry resource to those.
 static void placeWindow() {
     char* geometry = nullptr;
     XtVaGetValues(XtParent(KviInstallWidget), XtNgeometry, &geometry, nullptr);
@@ -80,7 +80,7 @@ static void showWindow(Widget topLevelShell, Atom closing) {
     const Widget dialogShell = XtParent(KviInstallWidget);
     KvcKeepDrawn(dialogShell);
     XmAddWMProtocolCallback(dialogShell, closing, KvcInstallSystemCancel, nullptr);
-    // The commands of the start, which follow, would keep it from the screen.
+    // The commands that run next, during the start, would otherwise delay it.
     XFlush(XtDisplay(KviInstallWidget));
 }
 
@@ -91,7 +91,8 @@ static void selectMedium() {
     }
 }
 
-// A directory that holds no suite gives its error and nothing more, whatever else is installed.
+// If the named directory contains no suite, this shows an error and opens no icon dialog, even if a
+// suite is installed elsewhere.
 static void doWhatWasAskedFor() {
     const bool named = KvInvokeSubsystems || KvInvokeIconInstall;
     const bool found = named && KvmInstallMgr::setInstallInfo(KvInstallLocation);
@@ -100,7 +101,7 @@ static void doWhatWasAskedFor() {
     if (KvReadFrom != -1) selectMedium();
 }
 
-// The user's characters, and nothing else: a date or number in a record or label stays what it is.
+// Sets only the locale's character set: dates and numbers in records and labels must not change.
 static String setLanguage(Display*, String language, XtPointer) {
     if (std::setlocale(LC_CTYPE, language) == nullptr || XSupportsLocale() == False)
         std::setlocale(LC_CTYPE, "C");
@@ -110,15 +111,15 @@ static String setLanguage(Display*, String language, XtPointer) {
 
 static XtErrorMsgHandler warnAsBefore;
 
-// No font has the characters of every language, and nobody has to hear of those of others.
+// No font set covers every character set; the user need not hear which ones are missing.
 static void warn(String name, String type, String defaultClass, String text, String* parameters,
                  Cardinal* count) {
     if (std::string_view(name) != "missingCharsetList")
         warnAsBefore(name, type, defaultClass, text, parameters, count);
 }
 
-// A display refuses some requests to a program that it does not trust (ssh -X), such as the notes
-// that Motif leaves on the root window. None is worth ending an installation that is on its way.
+// A display refuses some requests of a program that it does not trust (ssh -X), such as Motif's
+// properties on the root window. None of them is worth ending an installation in progress.
 static int surviveError(Display* display, XErrorEvent* error) {
     char text[128] = "";
     XGetErrorText(display, error->error_code, text, sizeof text);
@@ -129,7 +130,8 @@ static int surviveError(Display* display, XErrorEvent* error) {
 
 int main(int argc, char** argv) {
     platform::prepareProcess();
-    // The launcher's commands can run out of swap space already, and the warning names the product.
+    // First: even the launcher's commands can run out of swap space, and that warning names the
+    // product.
     KvuUtil::initClass("Zarn", "Installation of the Zarn suite", "2", ".0", "", "Zarn_install");
     parseArgs(argc, argv);
     ZarnLogStart(argc, argv);
@@ -147,7 +149,7 @@ int main(int argc, char** argv) {
     ZarnAppFitFonts(XtDisplay(topLevelShell));
     warnAsBefore = XtAppSetWarningMsgHandler(appContext, warn);
     showWindow(topLevelShell, closing);
-    // The session tells the user what it finds, so that the messages have to be ready before it.
+    // Before the session starts, since that already shows messages.
     KvcInit(topLevelShell, &appContext);
     KvcSetMessagesOver(KviInstallWidget);
     KvmInstallMgr::start(argc, argv);

@@ -24,8 +24,7 @@ int mediumOf(Widget toggle) {
     return KvmLocalTape;
 }
 
-// What the user has changed in a field and not confirmed, kept over a refresh of the window. The
-// cursor stays where it was in any case.
+// Preserves a field's unconfirmed text while the window is refreshed, and its cursor in any case.
 class FieldKeeper {
 public:
     FieldKeeper(Widget field, Widget ok)
@@ -37,7 +36,7 @@ public:
     FieldKeeper(const FieldKeeper&) = delete;
     FieldKeeper& operator=(const FieldKeeper&) = delete;
 
-    /// Lets the refresh have the field's text: it was confirmed.
+    /// The text was confirmed, so the refresh may replace it.
     void confirmed() { pending_ = false; }
 
     ~FieldKeeper() {
@@ -53,7 +52,7 @@ private:
     XmTextPosition cursor_;
 };
 
-// The toolkit reports both toggles of a switch: the one that goes off and the one that comes on.
+// When a radio box changes, Motif reports both toggles: the one going off and the one coming on.
 bool reportsSwitchOff(XtPointer callData) {
     const auto* report = static_cast<XmToggleButtonCallbackStruct*>(callData);
     return report != nullptr && report->set == XmUNSET;
@@ -144,7 +143,7 @@ void KvcInstallSelectUser(Widget, XtPointer, XtPointer callData) {
 void KvcInstallIconDismiss(Widget, XtPointer, XtPointer) {
     if (KvcQuestionOpen()) return;
     XtUnmanageChild(kviIInstallIcon);
-    // The window manager may still show what the toolkit has let go; these vanish at once.
+    // The window manager may take time to remove an unmanaged dialog; unmapping hides it at once.
     unmapWindow(kviIInstallIcon);
     unmapWindow(kviInstallIconShell);
 }

@@ -46,7 +46,7 @@ Widget kviInstallIconInstall, kviInstallIconPath, kviInstallIconProductLabel, kv
 
 namespace {
 
-// Parents that nobody outside asks for.
+// Parents that only this file uses.
 Widget frame, radioBox1, radioBox, scrolledWindow;
 
 using Creator = Widget (*)(Widget, char*, ArgList, Cardinal);
@@ -79,7 +79,7 @@ using Callbacks = std::vector<Callback>;
 enum class Shown { yes, no };
 
 struct Row {
-    Widget* variable;  // null: nobody needs the widget but the window itself
+    Widget* variable;  // null: nothing refers to the widget later
     const char* name;
     Creator create;
     Widget* parent;
@@ -111,7 +111,7 @@ const Resource grey = background("gray");
 const Resource keepSize{XmNrecomputeSize, False};
 const Resource set{XmNset, True};
 
-// The bits that the window's two boards, and the rows of one kind, have in common.
+// What the window's two boards, and rows of the same kind, have in common.
 const Callbacks edition{{XmNvalueChangedCallback, KvcInstallProduct}};
 const Callbacks subsystem{{XmNvalueChangedCallback, KvcInstallSubsystemOnOff}};
 const Callbacks medium{{XmNvalueChangedCallback, KvcInstallToggleRead}};
@@ -236,7 +236,7 @@ const Row iconRows[] = {
 };
 // clang-format on
 
-// The arguments of one widget; owns the compound strings among them, which Motif copies.
+// The arguments of one widget. Owns the compound strings among them; Motif copies those.
 class Arguments {
 public:
     explicit Arguments(Widget converting) : converting_(converting) {}
@@ -262,7 +262,7 @@ public:
     Cardinal count() const { return static_cast<Cardinal>(args_.size()); }
 
 private:
-    // The toolkit keeps colours, but not fonts: it would ask the server for the same ones again.
+    // Xt caches converted colours but not fonts, and would query the server for each one again.
     XtArgVal convert(const Resource& resource, Boolean* converted) const {
         static std::map<std::string, XtArgVal> fonts;
         const std::string source = sourceOf(resource);
@@ -274,8 +274,9 @@ private:
         return value;
     }
 
-    // A single font would show each byte of a longer character as one. In a set a size in points
-    // does not come from the 75 dpi fonts by itself, and what stands in for a missing font is wide.
+    // In a multibyte locale a single font would show each byte as a character, so this makes a font
+    // set. Within a set, a size in points does not select the 75 dpi fonts by itself, and the
+    // substitute for a missing font is too wide, so the 75 dpi fonts are named first.
     std::string sourceOf(const Resource& resource) const {
         std::string source = resource.text;
         if (MB_CUR_MAX == 1 || std::string_view(resource.type) != XmRFontList) return source;
@@ -322,8 +323,8 @@ void createRow(Widget converting, const Row& row) {
         XtAddCallback(widget, callback.list, callback.procedure, nullptr);
 }
 
-// A shell whose close by the window manager only runs callbacks: the toolkit's own answer would
-// destroy or hide widgets behind the program's back.
+// A shell that only runs callbacks when the window manager closes it: Motif's default response
+// would destroy or hide widgets without the program's knowledge.
 Widget createShell(Widget converting, const char* name, Widget parent, const Geometry& at,
                    const Resources& resources) {
     Arguments arguments = argumentsOf(converting, at, resources);
@@ -353,7 +354,9 @@ void createMainDialog(Widget parent) {
                                     {XmNresizePolicy, XmRESIZE_GROW},
                                     {XmNdialogTitle, XmRXmString, title.c_str()}});
     for (const Row& row : mainRows) createRow(parent, row);
-    // A display without their font shows them in a wider one; there is room beside them.
+    // If their font is missing, its substitute is wider, so they may grow: the first up to the
+    // heading at its right (x 187, less 2 pixels: 185 - 27), the second up to the edge of the
+    // window (width 607, less its margin of 2: 605 - 456).
     const int scale = BxScale(XtDisplay(parent));
     KvcFitLabel(kviInstallSubsystemAddedLabel, 158 * scale);
     KvcFitLabel(kviInstallSubsystemRemovedLabel, 149 * scale);

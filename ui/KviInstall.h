@@ -2,7 +2,7 @@
 
 #include <X11/Intrinsic.h>
 
-/// The widgets of the installer's window, by name. CreatekviInstallWidget (ui/KviWindow.h) makes
+/// The widgets of the installer's window, by name. CreatekviInstallWidget (ui/KviWindow.h) creates
 /// them; none of them is ever destroyed.
 
 /// Null until CreatekviInstallWidget has run.

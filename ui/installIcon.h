@@ -2,9 +2,9 @@
 
 /// The picture of the installer's icon: a dark red globe in wire frame on the grey of the desktop,
 /// lit from the upper left. It is an image in memory in the XPM format, 48 by 48 pixels, 4 colours,
-/// 1 character per pixel: what XpmCreatePixmapFromData reads, once its const is cast away (the
-/// library takes char** and changes nothing). The image belongs to the program; nobody frees it.
-/// Light and shade are patterns of the four colours: the icon takes four cells of a colour map.
+/// 1 character per pixel, as XpmCreatePixmapFromData reads it once const is cast away (the library
+/// takes a char** but changes nothing). The image is static; nobody frees it. Light and shade are
+/// dithered from the four colours, so the icon needs only four colour map cells.
 
 // clang-format off
 static const char* const installIcon_icon[] = {
