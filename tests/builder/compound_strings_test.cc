@@ -18,7 +18,7 @@ std::string converted(const char* text) {
     return ok ? written(KviXmString(reinterpret_cast<XmString>(value)).get()) : "failed";
 }
 
-// The entries, each between blanks.
+// The table's entries, each between blanks.
 std::string convertedTable(const char* text) {
     Boolean ok = False;
     const XtArgVal value = CONVERT(testShell(), text, XmRXmStringTable, 0, &ok);
@@ -42,7 +42,7 @@ TEST(CompoundStrings, AreMadeFromTextInAnyLocale) {
         {":::t:R\"a\":1:l\"b\"", "(l)(r)a|(l)b|"}, {"::#bold\"x\"", "#bold:(l)x"},
         {"::#\"x\"", "(l)x"}, {":::t#a\\n\"x\"", "#a\\n:(l)x|"}, {"::\"a\\\"b\"", "(l)a\"b"},
         {"::\"a\\\\\"", "(l)a\\"}, {"::a\\", "(l)a\\"}, {"::\"\\n\\t\\r\\f\\v\\q\"", "(l)\n\t\r\f\vq"},
-        // malformed: what has no text gives none, the rest goes on
+        // malformed: a segment without text adds none, and the rest is parsed
         {":::x\"a\"", "(l)a"}, {":::t:t\"a\"", "(l)|a|"}, {"::#one#two\"x\"", "#two:(l)x"},
         {"::#tag:t", "(l)|"}, {"::#", "(l)"}, {":::", "(l)"}};
     const Case tables[] = {
@@ -56,7 +56,7 @@ TEST(CompoundStrings, AreMadeFromTextInAnyLocale) {
         for (const auto& one : tables)
             EXPECT_EQ(convertedTable(one.first), one.second) << one.first;
         for (RandomTexts random{100, {"::", "#tag", ":r\"", "\",::"}}; random.next();) {
-            // Motif itself loses memory with line breaks.
+            // Motif itself leaks memory with line breaks.
             const std::string line = "x" + random.draw(3000, "\n"), junk = "::" + line;
             const std::string text = random.draw(3000, "\"\\\n");
             std::string one = "::\"";

@@ -12,7 +12,7 @@ namespace {
 
 TEST_F(Installing, WorksInLocationsThatTheShellWouldMistake) {
     pack();
-    // Where the shell would take it, ${IFS} is the blank that a location may not have.
+    // If a shell expanded it, ${IFS} would become the blank that a location may not contain.
     for (const char* name : {"plain", "it's", "a\"b", "$(touch${IFS}oops)", "`touch${IFS}oops`",
                              "a;b&c", "*", "~", "#x", "\\n", "\xe4\xf6"}) {
         SCOPED_TRACE(name);
@@ -50,7 +50,7 @@ TEST_F(Installing, TakesFromSeveralArchivesWhatEachHolds) {
     EXPECT_FALSE(fs::exists(here / "Zarn2.0 a.tar")) << "it was to be removed";
     EXPECT_TRUE(fs::exists(here / "zarn2.0b.TAR")) << "it was to stay";
 
-    // The textures are in no archive, and the models are to go.
+    // The textures are in no archive, and the models are marked for removal.
     KvmInstallMgr::init();
     acknowledge();
     for (const Widget w : {kviSubsystemPhotorealRenderer, kviSubsystemTextures}) mark(w, 1);
@@ -88,7 +88,7 @@ TEST_F(Installing, ReadsOnlyWhatWasPublished) {
                           "find Zarn_system -type f | sort | xargs -d '\\n' sha256sum >disc"),
               0);
     keepOnly("src");
-    // A change stays for the cases below it, whose file has its line further up.
+    // Each change stays in place for the later cases, whose files have earlier lines in the list.
     const struct {
         const char* sums;
         int medium;
@@ -96,9 +96,9 @@ TEST_F(Installing, ReadsOnlyWhatWasPublished) {
     } cases[] = {
         {"printf 'A%063d  Zarn2.0.tar.gz\\r\\n' 0", KvmTarFile, "Zarn2.0.tar.gz"},
         {"echo \"# content $Z  Zarn2.0.tar\"", KvmTarFile, "Zarn2.0.tar.gz"},
-        // The bytes are another gzip's.
+        // Compressed by another gzip, so the bytes differ.
         {"echo \"$Z  Zarn2.0.tar.gz\"; cat content", KvmTarFile, nullptr},
-        // Nobody wants the models.
+        // The models are not selected.
         {"cat disc; echo >>Zarn_system/subsystems/models/content", KvmCdRom, nullptr},
         {"cat disc; echo >>Zarn_system/subsystems/src/content", KvmCdRom, "subsystems/src/content"},
         {"cat disc; echo >>Zarn_system/resources/splash", KvmCdRom, "resources/splash"},
@@ -140,7 +140,7 @@ TEST_F(Installing, StartsAgainOnlyWithWhatIsItsOwn) {
     fs::remove(here / "tools/tar");
     acknowledge();
 
-    // Another process finds the same.
+    // A new process finds the same.
     ASSERT_EQ(chdir(here.c_str()), 0);
     KvmInstallMgr::_info = {};
     KvmInstallMgr::initInfo();
@@ -160,7 +160,7 @@ TEST_F(Installing, StartsAgainOnlyWithWhatIsItsOwn) {
     EXPECT_EQ(subsystems(), allSubsystems);
     EXPECT_EQ(KvmUnfinishedPlace(), "");
 
-    // After that the names are the user's again.
+    // After that, files with these names belong to the user again.
     writeFile(suite / "subsystems/.letter", "kept");
     fs::remove_all(suite / "Zarn_system/subsystems/models");
     KvmInstallMgr::getInstallInfo();
@@ -174,7 +174,7 @@ TEST_F(Installing, FinishesWhatOnlyLacksItsRecord) {
     pack();
     start("suite", {});
     const fs::path record = here / "home/.Zarn_inst";
-    // The record's place is taken while the user thinks about the archive.
+    // The record's name is taken while the question about the archive is open.
     answers.prepare({[=] {
         fs::create_directory(record);
         return answer(0)();

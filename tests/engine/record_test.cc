@@ -8,7 +8,7 @@ namespace {
 
 class Record : public InstallerWindow {
 protected:
-    // A record with these lines, in a place that holds a suite.
+    // Reads a record with these lines, which lies in a place with a suite.
     int readBack(const std::string& lines) {
         writeFile(here / "home/.Zarn_inst", lines);
         return KvmInstallMgr::getInstallInfo();
@@ -16,7 +16,7 @@ protected:
 };
 
 TEST_F(Record, IsReadBackAsItWasWritten) {
-    // Characters that are special in a shell, but no blank.
+    // Every kind of shell metacharacter, but no blank.
     const std::string place = here / "a'b\"c$(d)`e`;f&g";
     fs::create_directories(place + "/Zarn_system/subsystems/render");
     KvmInstallMgr::_info.product = 2;
@@ -88,7 +88,7 @@ TEST_F(Record, IsAWholeRegularFileOrNone) {
 
 class TreeRecord : public Record {
 protected:
-    // A suite in a folder of that name; its record names the suite in `path`.
+    // Makes a suite in the folder `name`, with a record that names the suite in `path`.
     std::string tree(const std::string& name, const fs::path& path) const {
         std::string system = here / name / "Zarn_system";
         writeFile(system + "/resources/.Zarn_inst",
@@ -177,7 +177,7 @@ TEST_F(TreeRecord, OfAnyTextAndArchivesOfAnyNameAreRead) {
         EXPECT_TRUE(all && found.size() == 1 && found[0].path == name) << name;
         EXPECT_TRUE(KvmLocateArchives(random.draw(60).c_str(), all).empty());
         fs::remove(name);
-        // Of several messages in one box Motif itself loses memory.
+        // Motif itself leaks memory when a box shows several messages.
         if (message() != "") acknowledge();
     }
 }

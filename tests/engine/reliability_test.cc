@@ -13,10 +13,10 @@
 
 namespace {
 
-// What is promised when others, the disk or another installer work against the installer.
+// What the installer guarantees when other users, the disk or another installer work against it.
 class Hostile : public Installing {
 protected:
-    // A suite without subsystems that its record names.
+    // Makes a suite without subsystems, with its record.
     void installed() {
         suite = here / "suite";
         writeProgram(suite / "Zarn_system/bin/Zarn.install",
@@ -28,7 +28,7 @@ protected:
         KvmInstallMgr::init();
     }
 
-    // As if nothing had been installed.
+    // Back to the state in which nothing has been installed.
     void forget() const {
         if (message() != "") acknowledge();
         for (const char* end : {"", ".part"}) fs::remove(record.string() + end);
@@ -104,7 +104,7 @@ TEST_F(Hostile, SuperUserReliesOnNothingThatOthersMayWrite) {
     writeFile(system / "resources/.Zarn_inst", contentsOf(record));
     const struct {
         fs::path spoilt;
-        int mode;  // 0: it belongs to somebody else
+        int mode;  // 0: give it to another user instead
         std::function<int()> operation;
     } cases[] = {
         {here / "above", 0777, installIn("above/place")},
@@ -235,7 +235,7 @@ TEST_F(Hostile, AnotherInstallerIsNoticedWheneverItActs) {
     EXPECT_TRUE(fs::exists(suite / "Zarn_system"));
 }
 
-// Mounts that no other process sees.
+// Tests with mounts that no other process sees.
 class OwnMounts : public Hostile {
 protected:
     void SetUp() override {
@@ -243,11 +243,11 @@ protected:
             mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
             GTEST_SKIP() << "this needs a mount of its own";
         Hostile::SetUp();
-        // The check in advance is not what is tested here.
+        // The advance check of the space is not tested here, so it must pass.
         KvmInstallSubsystem[0].sizeMB = -100;
     }
 
-    // A file system for the location, that bears so many bytes.
+    // Mounts a file system of this size at the location.
     void limit(int kilobytes) {
         const fs::path disk = here / "disk";
         fs::create_directories(disk);

@@ -11,7 +11,7 @@
 
 namespace {
 
-// The names of the entries, with a blank after each.
+// The names of the items, with a blank after each.
 std::string items(Widget list, const char* resource, const char* countResource) {
     XmStringTable table = nullptr;
     int count = 0;
@@ -49,7 +49,7 @@ TEST_F(Files, AreListedAndSelected) {
 
     Widget prompt = XmCreatePromptDialog(testShell(), const_cast<char*>("prompt"), nullptr, 0);
     EXPECT_FALSE(KvcListFiles(prompt, ".", nullptr, 0, 0, "b")) << "it has no list";
-    // A list that is filled during a walk has an extension of its own.
+    // A list that is filled during an iteration has its own extension.
     KvcGetDirectoryList(".", ".iv", 0);
     for (const char* file : {"a", "b"}) {
         EXPECT_STREQ(KvcGetDirectoryList(nullptr, nullptr, 0), file);

@@ -38,7 +38,7 @@ Widget shown(const std::string& message) {
     return XtParent(kvcMessageWidget);
 }
 
-// Where the screen has it, in the frame of its window manager.
+// The window's place on the screen, inside its window manager's frame.
 XWindowAttributes placeOf(Widget shell) {
     XWindowAttributes place;
     Window child = None;
@@ -58,7 +58,7 @@ protected:
         XtAddCallback(button, XmNactivateCallback, count, &presses);
         XtManageChild(button);
         KvcSetMessagesOver(window);
-        // A message that an earlier case left open would have to be closed first.
+        // A message that an earlier test left open would have to be closed first.
         XtUnmanageChild(kvcMessageWidget);
     }
 
@@ -104,7 +104,7 @@ TEST_F(Messages, AreAnsweredByButtonsAndByClosing) {
 }
 
 TEST_F(Messages, HoldBackEverythingElseWhileAsking) {
-    // A window manager would hold back what it manages, and pass clicks on when it likes.
+    // Bypass the window manager: it would hold back windows that it manages, and delay clicks.
     for (const Widget w : {window, kvcMessageWidget})
         XtVaSetValues(XtParent(w), XmNoverrideRedirect, True, nullptr);
     XtManageChild(window);
@@ -150,8 +150,8 @@ TEST_F(Messages, StandTogetherUntilTheyAreRead) {
     EXPECT_EQ(text(XmNdialogTitle) + message(), "(l)For your information...four");
 }
 
-// Puts the message up and waits until it is there, with a size that the window manager may give it
-// a little later.
+// Shows the message and waits until it is there with its size, which a window manager may set a
+// little later.
 XWindowAttributes placed(const std::string& message, bool wide) {
     const Widget shell = shown(message);
     const auto isThere = [&] { return isViewable(shell) && (placeOf(shell).width > 500) == wide; };
@@ -161,7 +161,7 @@ XWindowAttributes placed(const std::string& message, bool wide) {
 
 TEST_F(Messages, AreOverTheWindowAndOnTheScreen) {
     XtManageChild(window);
-    // A window manager takes its time, and the session's first message does not.
+    // The session's first message appears at once, but a window manager needs time to map a window.
     const Widget shell = XtParent(window);
     XtVaSetValues(window, XmNx, 600, nullptr);
     XUnmapWindow(XtDisplay(shell), XtWindow(shell));
@@ -174,8 +174,8 @@ TEST_F(Messages, AreOverTheWindowAndOnTheScreen) {
     EXPECT_NEAR(box.x, 700, 40) << "in the middle";
     EXPECT_NEAR(box.y, 300, 40) << "in the middle";
     XtVaSetValues(window, XmNx, 900, nullptr);
-    // Of every 255 lines Motif loses some bytes, which the leak check would find: so a box with
-    // room for few of them.
+    // Motif leaks some bytes for every 255 lines, which the leak check would report. So leave room
+    // for only a few lines.
     XtVaSetValues(kvcMessageWidget, XmNmarginHeight, 120, nullptr);
     const std::string lines = "first" + std::string(18, '\n') + "last";
     const std::tuple<std::string, int, std::string, std::string> cases[] = {
@@ -194,7 +194,7 @@ TEST_F(Messages, AreOverTheWindowAndOnTheScreen) {
     }
 }
 
-// A menu of another program is often gone before its coming up is looked at.
+// Another program's menu is often gone before its map event is handled.
 TEST_F(Messages, OutliveWindowsOfOthers) {
     const Widget shell = shown("Done.");
     ASSERT_TRUE(pumpUntil(shell, [=] { return isViewable(shell); }));

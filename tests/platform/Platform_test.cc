@@ -91,7 +91,7 @@ TEST_F(PlatformTest, ProcessIsFitHoweverItWasStarted) {
         platform::prepareProcess();
         EXPECT_GT(open("/dev/null", O_RDONLY), STDERR_FILENO);
         EXPECT_EQ(umask(0), 022U);
-        // A terminal that goes away ends the command that runs, and nothing more.
+        // When the terminal goes away, only the running command ends.
         for (const int signal : {SIGHUP, SIGPIPE, SIGXFSZ}) {
             raise(signal);
             const std::string end = "kill -" + std::to_string(signal) + " $$";
@@ -131,7 +131,7 @@ TEST_F(PlatformTest, OutputThatNobodyReadsEndsNoCommand) {
         platform::prepareProcess();
         EXPECT_EQ(0, platform::system("/bin/echo printed"));
     });
-    // What goes on complaining must not hide that the command has ended.
+    // A background process that keeps writing must not hide that the command has ended.
     platform::system("(while :; do echo 'again and again' >&2; done) & echo $! >noisy; sleep 0.1");
     platform::system(("kill " + contentsOf("noisy")).c_str());
 }
@@ -143,7 +143,7 @@ TEST_F(PlatformTest, TheLogHoldsWhatTheTerminalShowsAndKeepsNobodyWaiting) {
             dup2(open("shown", O_WRONLY | O_CREAT | O_APPEND, 0600), output);
         platform::prepareProcess();
         std::fputs(platform::keepLog(folder + "/log", "first").c_str(), stdout);
-        // What comes by way of the standard error may be shown later than what follows it.
+        // Standard error goes through a pipe, so it may appear later than the output after it.
         platform::system(
             "echo 1; echo 2 >&2; timeout 9 sh -c 'until grep -qx 2 shown; do :; done';"
             "(sleep 60; echo late) & echo $! >sleeper; seq 3 2e4");
@@ -192,7 +192,7 @@ TEST_F(PlatformTest, TheLastComplaintIsKept) {
         platform::system(command);
         EXPECT_EQ(complaint, platform::lastComplaint()) << command;
     }
-    // What runs in the background may go on complaining.
+    // The background process must be able to go on writing.
     writeFile("go", "");
     for (int i = 0; i < 200 && contentsOf("alive").empty(); ++i) usleep(10000);
     EXPECT_EQ("0\n", contentsOf("alive"));

@@ -51,8 +51,8 @@ TEST_F(SampleTest, WhatCannotBeInstalledIsNotPublished) {
     }
 }
 
-/// An installed tree as the super-user finds it, in a place where the system's folders for
-/// commands and icons are the test's own.
+/// An installed tree as the super-user sees it, with the test's own folders in place of the
+/// system's for commands and icons.
 class ScriptsTest : public ScratchTest {
 protected:
     void SetUp() override {

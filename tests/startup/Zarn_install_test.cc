@@ -53,7 +53,7 @@ TEST(CommandLine, RefusesWhatItDoesNotKnow) {
     for (const auto& c : cases) EXPECT_EXIT(parse(c.words), testing::ExitedWithCode(0), c.says);
 }
 
-// The launcher in a folder of its own, with programs that tell what they were called with.
+// The launcher in its own folder, with programs that report how they were called.
 class Launcher : public ScratchTest {
 protected:
     Launcher() {

@@ -15,7 +15,7 @@ namespace {
 
 char own[] = "own";
 
-// The processes below say on standard error what happened to them.
+// The processes below report on standard error what happened to them.
 void report(void* data, int exitType, int code) {
     std::fprintf(stderr, "[%s %d %d]", static_cast<const char*>(data), exitType, code);
     errno = EBUSY;

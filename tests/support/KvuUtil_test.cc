@@ -9,7 +9,7 @@ namespace {
 
 const char* const labels[] = {"Yes", "No", "May\"be $x", "Later"};
 
-// Notes its arguments, each in brackets, and presses the button $ANSWER.
+// Records its arguments, each in brackets, and answers with the button $ANSWER.
 const char* const KvProgram = "#!/bin/sh\nprintf '[%s]' \"$@\" >notes\nprintf '%s' \"$ANSWER\"\n";
 
 class KvuUtilTest : public ScratchTest {
@@ -21,7 +21,7 @@ protected:
         unsetenv("ZARNHOME");
     }
 
-    // Runs `body` in a process of its own with a "/usr" of its own, without "/usr/tmp".
+    // Runs `body` in a child process with a private "/usr" that has no "/usr/tmp".
     static void runInPrivateUsr(const std::function<void()>& body) {
         if (!mayBecomePrivate()) GTEST_SKIP() << "this user may have no folders of its own";
         runInChild([&] {
@@ -38,7 +38,7 @@ protected:
         });
     }
 
-    // What the program is told of `message`, in brackets.
+    // The arguments that the program gets for `message`, in brackets.
     static std::string shown(const std::string& message) {
         KvuUtil::userInfo(message.c_str());
         const std::string notes = contentsOf("notes");
@@ -60,7 +60,7 @@ TEST_F(KvuUtilTest, FallbackProgramGetsTextAndButtons) {
         KvuUtil::userConfirm(2, labels, "sure?", "Title");
         EXPECT_EQ(question + "[Title][-t][sure?][-b][No][-B][Yes]", contentsOf("notes"));
         EXPECT_EQ("[it's][-t][][-t][\"$x\" `id`]", shown("it's\n\n\"$x\" `id`"));
-        // Of 1023 characters, the quotes and the option take 5, and no letter is halved.
+        // The option and the quotes take 5 of the 1023 characters; no character is cut in half.
         const std::string fitting(1018, 'x');
         EXPECT_EQ("[" + fitting + "]", shown(fitting));
         EXPECT_EQ("[" + fitting.substr(4) + "...]", shown(fitting.substr(4) + "\xc3\xbc ..."));

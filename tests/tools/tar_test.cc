@@ -10,7 +10,7 @@ protected:
     TarTest() {
         fs::create_directory("out");
         for (const char* name : {"base", "extra", "-x", "*"}) writeFile(name, name);
-        // An archive that ends with this member's contents has no end for all that.
+        // An archive cut off after this member's contents, all zeros, still lacks its end marker.
         writeFile("base", std::string(1024, '\0'));
         shell(
             "/bin/tar cf a.tar -- base extra -x '*' && head -c 700 a.tar >short.tar && head -c "
@@ -18,7 +18,8 @@ protected:
             "cp a.tar 'with blanks.tar' && echo text >text.tar;"
             "for i in 1 2 3 4 5 6; do echo >>holes && truncate -s +1M holes; done;"
             "/bin/tar cSbf 1 - holes | head -c -1024 >holes.tar;"
-            // A link with the size of its file, as some tars write it; the sum stays right.
+            // A link with its file's size in the header, as some tars write it; the checksum stays
+            // right.
             "ln base twin; /bin/tar cf link.tar --owner Z:0 base twin;"
             "LC_ALL=C sed -i 's/00000000000\\(.*\\)Z/00000020000\\1X/' link.tar");
     }
@@ -50,7 +51,7 @@ TEST_F(TarTest, WhatCountsAsSuccess) {
     };
     for (const auto& [words, status, output, extracted] : cases) {
         SCOPED_TRACE(words);
-        // The user's language and options must not matter.
+        // The user's language and tar options must make no difference.
         const Outcome outcome = shell(
             "export LC_ALL=de_DE.UTF-8 LANGUAGE=de TAR_OPTIONS=-q TAR_RSH=$PWD/rsh; rm -rf out/* "
             "&& cd out && "
@@ -67,7 +68,7 @@ TEST_F(TarTest, WhatCountsAsSuccess) {
     }
 }
 
-// As the installer extracts them: named, where the product tree's folder is there already.
+// Extracted as the installer does it: by name, with the product tree's folder already there.
 TEST_F(TarTest, OddArchivesHarmNothingOutside) {
     const std::string through = "add --transform s,bin,Zarn_system/link, bin/victim";
     const std::tuple<std::string, int, const char*> cases[] = {
@@ -126,7 +127,7 @@ TEST_F(TarTest, FullFoldersDrivesAndOtherOperations) {
 }
 
 TEST_F(TarTest, ProgressIsShownAndTheChildDiesWithIt) {
-    // The archive's rest never comes, so all that can be seen is seen while tar still runs.
+    // The rest of the archive never arrives, so all output here comes while tar is still running.
     const Outcome outcome = shell(
         "mkfifo slow; touch log; head -c 90000 /dev/zero >zeros; tar cf long.tar base extra zeros;"
         "(head -c 30720 long.tar; exec sleep 20) >slow 2>&1 & writer=$!; cd out;"

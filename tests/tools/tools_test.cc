@@ -10,7 +10,7 @@ protected:
         writeFile("xterm", "#!/bin/sh\nprintf '[%s]' ${XFILESEARCHPATH-} \"$@\"\nexit 5\n", 0755);
     }
 
-    // `program` of this build, with nothing but the false xterm behind it.
+    // Runs `program` of this build, with a fake xterm in place of the real one.
     Outcome run(const std::string& program, const std::string& words) const {
         return outcomeOf("export XFILESEARCHPATH=/tmp/%N PATH='" + toolsDir + ":" + folder + "'; " +
                          program + " " + words);
@@ -63,7 +63,7 @@ TEST_F(ToolsTest, TheTerminalStaysAfterAFailure) {
     writeProgram("xterm", "shift\nPATH=$PATH:/usr/bin:/bin exec \"$@\" </dev/null");
     writeProgram("su", "exit 1");
     writeProgram("sudo", "");
-    // A program whose library is nowhere.
+    // A program that needs a library which does not exist.
     outcomeOf("sed s/libc.so.6/libq.so.6/ /bin/true >lacking; chmod +x lacking");
     const std::tuple<const char*, int, const char*> cases[] = {
         {"true", 0, ""},

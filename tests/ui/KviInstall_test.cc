@@ -13,7 +13,7 @@ namespace {
 class Window : public InstallerWindow {};
 
 TEST_F(Window, HasItsWidgetsInTheirPlaces) {
-    // Name, x, y, width and height; a width of 0 is that of the label, which the engine sets.
+    // Name, x, y, width and height; a width of 0 means that of the label, which the engine sets.
     std::istringstream places(R"(
         kviInstallSystemMsg 7 8 588 31              kviInstallReadText 27 110 502 37
         kviInstallReadTextOk 536 112 40 30          frame 28 198 550 30
@@ -48,8 +48,8 @@ TEST_F(Window, HasItsWidgetsInTheirPlaces) {
     EXPECT_EQ(count, 29) << "the table above can't be read";
 }
 
-// No text may run into the widget at its right or out of the window, whatever the subsystems' sizes
-// made of their labels.
+// No text may overlap the widget at its right or leave the window, however long the subsystems'
+// sizes make their labels.
 TEST_F(Window, GivesEveryTextItsRoom) {
     const int scale = BxScale(XtDisplay(topLevel));
     WidgetList children = nullptr;
