@@ -2,18 +2,18 @@
 # Checks the form of the code: its format, the shell scripts, and the C++ sources with clang-tidy.
 #   scripts/check.sh
 #
-# clang-tidy takes seconds for every source, so it reads only what differs from the last commit
-# that passed, which .ci/green names. Nothing here writes that file: whoever lands a change after a
-# green run sets it to the commit that passed.
+# clang-tidy takes seconds per source, so it checks only the files that differ from the commit in
+# .ci/green, the last one that passed. No script writes that file: whoever merges a change after a
+# green run updates it.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
 . scripts/packages.sh
 
-# shellcheck disable=SC2086 # The lists are meant to be split into their words.
+# shellcheck disable=SC2086 # the lists must be split into words
 require_packages $zarn_build_packages $zarn_check_packages
 
-# New files count before they are added.
+# Includes new files that git does not track yet.
 files() {
     git ls-files --cached --others --exclude-standard -- "$@" | while read -r file; do
         [ ! -f "$file" ] || echo "$file"
@@ -29,16 +29,16 @@ check_scripts() {
     scripts=$(files | xargs awk 'FNR == 1 && /^#! *\/.*sh( |$)/ { print FILENAME } { nextfile }')
     sourced=$(files '*.sh' | grep -vxF "$scripts")
     xargs shellcheck -x -P SCRIPTDIR -P . <<<"$scripts" || failed=1
-    # A sourced file hands names to its readers and takes some from them.
+    # A sourced file shares variables with the scripts that source it.
     xargs shellcheck -x -P SCRIPTDIR -P . -s bash -e SC2034,SC2154 <<<"$sourced" || failed=1
     return "$failed"
 }
 
-# The sources that differ from the last green commit, and those that include a header that does.
+# The sources that differ from the last green commit or include a header that does.
 sources_to_read() {
     local green changed more=
     green=$(cat .ci/green)
-    # A shallow clone need not hold that commit.
+    # A shallow clone may lack that commit.
     git rev-parse -q --verify "$green^{commit}" >/dev/null || {
         files '*.cc'
         return
@@ -66,7 +66,7 @@ check_sources() {
     local sources
     sources=$(sources_to_read) || return
     [ -n "$sources" ] || return 0
-    # clang cannot read the headers that g++ precompiles, so the commands must do without them.
+    # clang can't read headers that g++ precompiled, so this build has none.
     cmake --preset release -B build/check -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >build/check.log || {
         cat build/check.log
         return 1

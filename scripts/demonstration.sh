@@ -1,12 +1,12 @@
 # shellcheck shell=bash disable=SC2154
-# A complete first installation on a virtual display, by pointer and keys. Sourced by ./run, with
-# $project set.
+# A complete first installation on a virtual display, with simulated mouse and keyboard input.
+# Sourced by ./run, which sets $project.
 
 build=$project/build/release
 shots=$build/screenshots/demo
 
-# Lays out the folder with a home, a distribution, and what is installed. No blank is in its path,
-# whatever the project's is: the installer would refuse that.
+# Creates the folder for a home, a distribution and the installed suite. Its path has no blank, even
+# if the project's has: the installer would refuse it.
 lay_out_demo() {
     mkdir -p "$shots"
     if [ "$ZARN_PRIVATE" = system ]; then

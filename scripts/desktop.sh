@@ -1,6 +1,6 @@
 # shellcheck shell=bash disable=SC2034,SC2154
-# A desktop of one's own: a virtual display with a window manager, and a user's eyes and hands on
-# it. Sourced by ./run, ./test and the whole runs of the tests, with $build, the folder of a build.
+# A private desktop: a virtual display with a window manager, and functions that see and operate what
+# is on it. Sourced by ./run, ./test and tests/e2e, which set $build, the build folder.
 
 window="Zarn 2.0 Installation"
 question="Please confirm..."
@@ -8,9 +8,9 @@ information="For your information..."
 error="Oooops... Sorry!"
 brochure="Installation will take a few minutes... use the space bar to scroll up and down"
 
-# Starts a virtual display with a window manager; sets DISPLAY. $1: folder for logs and screenshots;
-# $2: the manager, "none" for a bare display, else mwm; $3: the screen's size and depth. Whoever
-# starts one stops it when the script ends.
+# Starts a virtual display with a window manager and sets DISPLAY. $1: folder for logs and
+# screenshots; $2: the manager, mwm by default, or "none"; $3: the screen's size and depth. The caller
+# must stop it at the end.
 desktop_start() {
     local manager=${2:-mwm} screen=${3:-1280x1024x24}
     desktop_shots=$1
@@ -18,7 +18,7 @@ desktop_start() {
     desktop_had_sockets=no
     [ ! -d /tmp/.X11-unix ] || desktop_had_sockets=yes
     local number
-    # A server that starts anew when its last client leaves would cut off the next one.
+    # Without this, the server resets when its last client leaves, and disconnects the next one.
     exec {number}< <(exec Xvfb -displayfd 1 -screen 0 "$screen" -nolisten tcp -noreset \
         2>"$desktop_shots/xvfb.log")
     desktop_server=$!
@@ -29,7 +29,7 @@ desktop_start() {
     }
     export DISPLAY=:$DISPLAY
     unset XAUTHORITY
-    # Elsewhere a terminal draws letters of two bytes, which the pilot does not read.
+    # In other locales the terminal draws two-byte characters, which the pilot can't read.
     export LC_ALL=C
     [ "$manager" != none ] || return 0
     manager_start "$manager" >"$desktop_shots/manager.log" 2>&1 &
@@ -41,13 +41,13 @@ desktop_start() {
 
 manager_start() {
     case $1 in
-    # Those of the desktops ask a session for their settings.
+    # Desktop environments' managers get their settings from a session.
     xfwm4 | metacity) exec dbus-run-session -- "$1" ;;
     *) exec "$1" ;;
     esac
 }
 
-# Motif's own manager says when it is ready.
+# mwm announces when it is ready.
 is_managed() {
     if [ "$1" = mwm ]; then
         xprop -root _MOTIF_WM_INFO | grep -q =
@@ -65,9 +65,8 @@ desktop_stop() {
 
 pilot() { "$build/pilot" "$@"; }
 
-# Waits, $wait_limit or 60 seconds at most, until a command succeeds. A question that nobody is going
-# to answer ends that early: one that stays, since an answer may be on its way through the window
-# manager.
+# Waits until a command succeeds, $wait_limit or 60 seconds at most. Fails early if an unexpected
+# question stays open; a short wait is needed, because an answer may still be under way.
 wait_for() {
     local end=$((SECONDS + ${wait_limit:-60})) seen=0
     until "$@" >/dev/null 2>&1; do
@@ -86,7 +85,7 @@ wait_for() {
     done
 }
 
-# Waits until a process of this script's has ended; its status is that of the process.
+# Waits until a child process of this script ends, and returns its status.
 wait_for_end() {
     wait_for ended "$1" && wait "$1"
 }
@@ -99,14 +98,14 @@ has_window() { pilot find "$1" >/dev/null; }
 
 has_no_window() { ! has_window "$1"; }
 
-# Makes the home directory $1 that of somebody whose clicks are never taken for double clicks,
-# however fast they come: the message box ignores the second half of one.
+# Creates the home directory $1 with a double-click time of 1 ms: the message box would ignore a
+# click that counts as the second of a double click.
 make_home() {
     mkdir -p "$1"
     echo "*multiClickTime: 1" >"$1/.Xdefaults"
 }
 
-# Clicks on the widget of that name.
+# Clicks on the widget named $1.
 click() {
     pilot click "$window" "$1" || {
         echo "can't click on: $1" >&2
@@ -114,7 +113,7 @@ click() {
     }
 }
 
-# Whether the toggle of that name is on: it is filled with red.
+# Whether the toggle named $1 is on: its indicator is red then.
 is_on() { pilot widgets "$window" | grep -q " ff0000 $1\$"; }
 
 brochure_is_aside() {
@@ -124,21 +123,21 @@ brochure_is_aside() {
     [ "$X" -ge 800 ]
 }
 
-# The installer's first installation brings up the information window: whenever it is ready, over
-# whatever is there by then.
+# Presses "Install" and moves the information window aside, which opens at any later moment and
+# covers whatever is there.
 begin_installation() {
     click kviInstallButtonInstall
     question_expected=yes wait_for brochure_is_aside
 }
 
-# Replaces the text of a field by typing. $3: its window, if that is not the main one.
+# Types the text $2 into the field $1, replacing the old text. $3: its window, by default the main one.
 enter_text() {
     pilot focus "${3:-$window}" "$1"
     xdotool key --delay 0 ctrl+slash BackSpace
     xdotool type --delay 0 "$2"
 }
 
-# Answers the open question, or the next that comes, with the button that carries the label $1.
+# Answers the current or next question with the button labelled $1.
 answer() {
     question_expected=yes wait_for has_window "$question"
     answer_in "$question" "$1"
@@ -152,7 +151,7 @@ answer_in() {
     }
 }
 
-# Closes the information or error that is shown, or comes next.
+# Closes the current or next information or error box; $1 is its title.
 acknowledge() {
     wait_for has_window "$1"
     answer_in "$1" Ok

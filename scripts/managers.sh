@@ -1,10 +1,10 @@
 #!/bin/bash
-# Whether messages have the keyboard under each window manager: prints one row for each manager and
-# situation, and fails if one of them does.
+# Tests whether messages get the keyboard under each window manager. Prints one row for each manager
+# and situation, and fails if any row fails.
 #   scripts/managers.sh [--sheet FILE] [manager...]
 #
-# "none" stands for a display without a window manager. --sheet puts pictures of a question into one
-# file, under each manager, and on screens of several sizes and depths.
+# "none" means no window manager. --sheet writes one file with screenshots of a question under each
+# manager, and on screens of several sizes and depths.
 set -eu
 
 sheet=

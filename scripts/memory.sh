@@ -1,7 +1,7 @@
 #!/bin/bash
 # Installs, adds and removes through the window as the super-user and as an ordinary user, with the
-# installer under valgrind. Fails if it uses memory wrongly, or has lost any. What the toolkit and
-# the libraries below it lose on their own is listed in scripts/memory.supp.
+# installer under valgrind. Fails on memory errors and leaks. scripts/memory.supp lists the leaks of
+# the toolkit and the libraries below it.
 set -eu
 
 cd "$(dirname "$0")/.."
@@ -22,7 +22,7 @@ for person in user root; do
     tests/e2e/first_installation_run.sh build/release "$person"
     tests/e2e/later_run.sh build/release "$person"
 done
-# What became one of the installer's commands has no summary.
+# A child that became a command of the installer has no summary.
 grep -rhoE "(definitely lost|ERROR SUMMARY): [0-9]+ [a-z]+" "$found" | sort | uniq -c
 if bad=$(grep -rlE "ERROR SUMMARY: [1-9]" "$found"); then
     xargs cat <<<"$bad" >&2

@@ -1,8 +1,8 @@
 #!/bin/bash
-# Builds the Debian package, reads it with lintian, and installs it with apt into an empty Debian.
-# There its make-distribution publishes the sample suite and its Zarn_install installs that, by
-# pointer and keys. For the super-user; the empty Debian lies in memory, in a place that vanishes
-# with this script.
+# Builds the Debian package, checks it with lintian, and installs it with apt into an empty Debian.
+# There make-distribution publishes the sample suite, and Zarn_install installs it, with simulated
+# mouse and keyboard input. Needs the super-user. The empty Debian is in a tmpfs of this script's
+# mount namespace and vanishes with it.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
@@ -17,7 +17,7 @@ fail() {
     exit 1
 }
 
-# Runs a command whose output only counts when it fails.
+# Runs a command and shows its output only if it fails.
 quietly() {
     "$@" >"$build/package.log" 2>&1 || {
         cat "$build/package.log" >&2
@@ -35,7 +35,7 @@ make_package() {
     lintian --fail-on error,warning "$build"/package/*.deb
 }
 
-# The mirror that this machine's own apt reads.
+# The mirror that this machine's apt uses.
 mirror_of() {
     # shellcheck disable=SC2016 # apt expands it
     apt-get indextargets --format '$(REPO_URI)' "Codename: $1" | sed -n 1p
@@ -45,7 +45,7 @@ make_debian() {
     local release mirror
     release=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
     mirror=$(mirror_of "$release")
-    # Without its lists apt does not tell.
+    # apt knows no mirror before it has package lists.
     [ -n "$mirror" ] || { quietly apt-get update && mirror=$(mirror_of "$release"); }
     [ -n "$mirror" ] || fail "apt's sources name no mirror of $release"
     eval "$(apt-config shell http_proxy Acquire::http::Proxy)"
@@ -63,12 +63,12 @@ in_debian() {
 
 publish_there() {
     cp -R sample "$debian/root"
-    # shellcheck disable=SC2016 # the shell in there expands it
+    # shellcheck disable=SC2016 # the shell in the chroot expands it
     in_debian sh -euc 'cd /root
         make-distribution --output dist --medium gz sample/Zarn_system sample/subsystems/*'
 }
 
-# As a user would: the program is in PATH, and the distribution is somewhere else.
+# As a user would: the program is in PATH, and the distribution is in another folder.
 install_there() {
     make_home "$debian/root"
     mkdir -p "$debian/tmp/.X11-unix"

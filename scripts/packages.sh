@@ -1,4 +1,4 @@
-# Installs what the project needs from Debian. Sourced.
+# Installs the Debian packages that the project needs. Sourced.
 
 zarn_build_packages="g++ cmake make libmotif-dev libxt-dev libx11-dev libxpm-dev libgtest-dev libxtst-dev libxmu-dev"
 zarn_run_packages="xterm csh mwm ncompress x11-utils xfonts-75dpi xfonts-100dpi xfonts-base openssh-client procps"
@@ -10,7 +10,7 @@ zarn_package_packages="dpkg-dev lintian debootstrap"
 zarn_bench_packages="strace xtrace"
 zarn_mutation_packages="git python3"
 
-# Installs those of the named packages that are missing; as root, or else through sudo.
+# Installs the missing ones of the named packages, as root or through sudo.
 require_packages() {
     local package missing=() sudo=()
     for package in "$@"; do
@@ -25,7 +25,7 @@ require_packages() {
         apt-get install -y -q --no-install-recommends "${missing[@]}"
 }
 
-# Configures and builds a preset of CMakePresets.json; further arguments are build targets.
+# Configures and builds a preset from CMakePresets.json; further arguments are build targets.
 build_preset() {
     local preset=$1
     shift

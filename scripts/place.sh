@@ -1,9 +1,8 @@
 # shellcheck shell=bash
-# A place of one's own, so that installations that are tried out leave the machine as it is.
-# Sourced.
+# Private mounts, so that test installations do not change the machine. Sourced.
 
-# What this user may have: "system", all folders that a super-user's installation changes; "tmp",
-# only /tmp; or "nothing".
+# Prints what this user can have privately: "system" (all folders that a super-user's installation
+# changes), "tmp" (only /tmp) or "nothing".
 own_place() {
     if [ "$(id -u)" = 0 ] && unshare -m mount -t tmpfs tmpfs /mnt 2>/dev/null; then
         echo system
@@ -15,12 +14,12 @@ own_place() {
     fi
 }
 
-# Goes on with the command that follows where /tmp is empty and its own, as the same user. The
-# folder $1 stays what it is, wherever it lies.
+# Replaces this shell by the command in $2 and the following arguments, as the same user, with an
+# empty private /tmp. The folder $1 stays visible, wherever it is.
 enter_private_tmp() {
     local user=()
     [ "$(own_place)" = system ] || user=(-U --map-current-user --keep-caps)
-    # shellcheck disable=SC2016 # these are for the new place to expand
+    # shellcheck disable=SC2016 # the inner shell expands these
     exec unshare -m "${user[@]}" --propagation private bash -euc '
         . "$0/scripts/place.sh"
         cd "$0"
@@ -29,15 +28,15 @@ enter_private_tmp() {
         exec setpriv --ambient-caps=-all --inh-caps=-all "$@"' "$@"
 }
 
-# Shows the working directory, which a mount may have hidden, at its path $1 again.
+# Makes the working directory visible at its path $1 again, if a mount has hidden it.
 keep_folder() {
-    # By its name, mount would find the empty folder itself.
+    # The name would lead mount to the empty folder.
     [ "$1" -ef . ] || { mkdir -p "$1" && mount --no-canonicalize --rbind . "$1"; }
     cd "$1" || return
 }
 
-# Gives this mount namespace folders of its own for all that a super-user's installation changes;
-# /mnt and /tmp are empty. The folder $1 stays what it is.
+# Gives this mount namespace private copies of all folders that a super-user's installation changes,
+# and an empty /mnt and /tmp. The folder $1 stays visible.
 make_system_private() {
     local place name
     cd "$1" || return
@@ -53,15 +52,15 @@ make_system_private() {
     keep_folder "$1"
 }
 
-# Runs the project's script $1 with the remaining arguments as nobody: a super-user who may have no
-# mounts has to be somebody else, or the installations would be real ones. It runs in a copy of what
-# it needs, since nobody may not be able to enter the project's folder. $2: the folder of the build.
-# Takes the screenshots back into that folder.
+# Runs the project's script $1 with the arguments after $2 as nobody: if the super-user can't mount
+# anything, installations as super-user would be real ones. The script runs in a copy of the files it
+# needs, because nobody may have no access to the project's folder. $2 is the build folder, to which
+# the screenshots are copied back.
 run_as_nobody() {
     local script=$1 build=$2 copy status=0
     shift 2
     copy=$(mktemp -d /tmp/zarn.XXXXXX)
-    # shellcheck disable=SC2064 # the name is needed when the function is long gone
+    # shellcheck disable=SC2064 # the local variable is gone when the trap runs
     trap "rm -rf '$copy'" EXIT
     mkdir -p "$copy/tests" "$copy/build/release"
     cp -R run scripts "$copy"
