@@ -1,5 +1,5 @@
-// The smallest Motif program: a window with one button. What the installer's window costs beyond
-// this is the installer's own doing.
+// The smallest Motif program: a window with one button. It is the baseline for the cost of the
+// installer's window.
 
 #include <Xm/PushB.h>
 #include <Xm/Xm.h>

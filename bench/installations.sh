@@ -1,7 +1,7 @@
 # shellcheck shell=bash disable=SC2154
-# Installations against scripts of their own commands. Sourced by bench/run.
+# Compares installations with scripts of the same commands. Sourced by bench/run.
 
-# Makes $place/suite an empty folder, and forgets that anything was installed.
+# Empties $place/suite and deletes the record.
 begin_anew() {
     rm -rf "$place/suite" "$HOME/.Zarn_inst"*
     mkdir "$place/suite"
@@ -9,8 +9,8 @@ begin_anew() {
     cd "$place/distribution" || return
 }
 
-# Runs an installation from $1, "archives" or "cdrom"; prints its seconds. Further arguments are
-# what it runs under.
+# Runs an installation from $1, "archives" or "cdrom", and prints its seconds. Further arguments are
+# a command to run it under.
 install_once() {
     local medium=$1
     shift
@@ -19,7 +19,7 @@ install_once() {
         2>&1 >"$place/log" | tail -n 1
 }
 
-# Writes down what the installer did after the press, as a script.
+# Records the installer's commands after the button press as a script.
 record_commands() {
     install_once "$1" strace -f -s 100000 -e trace=execve,chdir,mkdir,openat -o "$place/trace" \
         >/dev/null
@@ -38,14 +38,15 @@ record_commands() {
         }' "$place/trace" >"$place/script"
 }
 
-# Runs that script with the programs of PATH; prints its seconds.
+# Runs that script with the programs from PATH, and prints its seconds.
 run_script() {
     local TIMEFORMAT=%R
     begin_anew
     { time "${as_user[@]}" sh "$place/script" >"$place/log" 2>&1; } 2>&1
 }
 
-# Prints a row: name $1, suite $2, its form $3, the medium $4, and how often each is run $5.
+# Prints a row. $1: its name; $2: the suite; $3: the suite's form; $4: the medium; $5: number of
+# runs.
 compare_installations() {
     local run name tools=$place/bin/Zarn_tools
     pack_suite "$2" "$3"
@@ -64,7 +65,7 @@ compare_installations() {
         "$(awk "BEGIN { print 1000 * ($installer - $system) }")" "$(ratio "$installer" "$system")"
 }
 
-# How often the installer listed a folder during the last recorded installation.
+# Counts how often the installer listed the folder $1 during the last recorded installation.
 count_listings() {
     awk 'NR == 1 { installer = $1 } $1 == installer' "$place/trace" |
         grep -cE "openat\(AT_FDCWD, \"$1/?\", [A-Z_|]*O_DIRECTORY" || true

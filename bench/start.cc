@@ -2,9 +2,9 @@
 //
 //   bench_start PROGRAM [ARGUMENT...]
 //
-// Prints the milliseconds from the start until its window is on the screen and until the program
-// waits for its user, and the kilobytes of memory that it has then. Ends the program. The window is
-// the first that comes up while nothing else does.
+// Prints the milliseconds until the program's window is mapped, the milliseconds until the program
+// is idle, and its kilobytes of memory then. Ends the program. The first window that is mapped
+// counts, so nothing else may open one.
 
 #include <X11/Xlib.h>
 #include <sys/wait.h>
@@ -41,7 +41,7 @@ std::string contentOf(const std::string& file) {
     return text.str();
 }
 
-// Changes while the program or a child of it works, and when a child begins or ends.
+// A text that changes while the program or a child of it works, and when a child starts or ends.
 std::string activity(pid_t program) {
     const std::string own = std::to_string(program);
     const std::string children = contentOf("/proc/" + own + "/task/" + own + "/children");
@@ -62,7 +62,7 @@ long residentKilobytes(pid_t program) {
     return 0;
 }
 
-// Of the windows on the screen: a window manager's frame counts for the window in it.
+// Whether a top-level window was mapped. A window manager's frame counts as its window.
 bool windowCameUp(Display* display) {
     XEvent event;
     while (XPending(display) > 0) {
@@ -82,7 +82,7 @@ int main(int argc, char** argv) {
     if (argc < 2) giveUp("no program is named");
     Display* display = XOpenDisplay(nullptr);
     if (display == nullptr) giveUp("the display can't be opened");
-    // A window may be gone before it is looked at.
+    // A window may be destroyed before we query it.
     XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
     XSelectInput(display, DefaultRootWindow(display), SubstructureNotifyMask);
     XSync(display, False);

@@ -1,11 +1,11 @@
 # shellcheck shell=bash disable=SC2154
-# The installer's start and its answers to clicks, against a program with one button. Sourced by
-# bench/run.
+# Compares the installer's start with that of a program with one button, and counts the requests for
+# a click. Sourced by bench/run.
 
 starts=11
 
-# Starts each program in turn, and prints the medians: milliseconds until mapped and until idle,
-# kilobytes of memory.
+# Starts each program in turn, and writes the medians to files: milliseconds until mapped,
+# milliseconds until idle, kilobytes of memory.
 compare_starts() {
     local run program
     rm -f "$place"/starts.*
@@ -41,11 +41,11 @@ print_starts() {
         "$(of Zarn_install 3)" "$(ratio "$(of Zarn_install 3)" "$(of button 3)")"
 }
 
-# Requests and round trips, as a proxy between program and server counts them.
+# Requests and round trips that the proxy between program and server saw.
 requests() { grep -c '^[0-9]*:<:.*Request(' "$place/protocol" || true; }
 round_trips() { grep -c '^[0-9]*:>:.*Reply to' "$place/protocol" || true; }
 
-# Waits until the program has nothing more to say.
+# Waits until the program sends nothing more.
 settle_protocol() {
     local before=-1
     until [ "$(stat -c %s "$place/protocol")" = "$before" ]; do
@@ -81,8 +81,8 @@ click_and_settle() {
     settle_protocol
 }
 
-# What one click costs, once the pointer and the keyboard are there: Motif asks the server where
-# every widget is when the keyboard goes from one to another.
+# Counts the requests for one click. A first click moves the keyboard focus to the widget: then
+# Motif asks the server for the position of every widget, which is not part of the click.
 count_click() {
     local x y before trips
     read -r x y < <(pilot widgets "$window" | awk -v name="$1" '

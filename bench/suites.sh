@@ -1,7 +1,7 @@
 # shellcheck shell=bash disable=SC2154
-# Suites of known sizes, to be installed by bench/run. Sourced by it.
+# Makes suites of known sizes. Sourced by bench/run.
 
-# Makes the suite $1 of $2 files with $3 bytes each, beside what the installer asks of every suite.
+# Makes the suite $1 of $2 files with $3 bytes each, plus the files that every suite needs.
 make_suite() {
     local suite=$place/suites/$1 name
     mkdir -p "$suite/Zarn_system"/{bin,resources,data} "$suite/subsystems"
@@ -12,12 +12,12 @@ make_suite() {
         mkdir "$suite/subsystems/$name"
         echo "$name" >"$suite/subsystems/$name/content"
     done
-    # Letters, four for three bytes, so that there is something to compress.
+    # Base64 makes four letters of three random bytes, so the files can be compressed a little.
     head -c $(($2 * $3 * 3 / 4)) /dev/urandom | base64 -w 0 |
         split -a 5 -d -b "$3" - "$suite/Zarn_system/data/f"
 }
 
-# Makes a folder with the installer and the suite $1 in the form $2: tar, gz or cdrom.
+# Makes a distribution with the installer and the suite $1 in the form $2: tar, gz or cdrom.
 pack_suite() {
     local suite=$place/suites/$1 to=$place/distribution
     rm -rf "$to"

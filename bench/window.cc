@@ -1,12 +1,12 @@
-// What the installer does once its window is there, measured in one process.
+// Measures, within one process, what the installer does once its window is open.
 //
 //   bench_window install MEDIUM LOCATION   installs what lies in the working directory, and prints
 //                                          the seconds from the press to the status; MEDIUM is
 //                                          "archives" or "cdrom"
-//   bench_window messages COUNT            prints the bytes that a message leaves in memory
+//   bench_window messages COUNT            prints the bytes that a message leaves allocated
 //   bench_window users COUNT               prints the seconds that a list of users takes
 //
-// Every question is answered with "No" as soon as it is open.
+// It answers every question with "No" as soon as it opens.
 
 #include <X11/Intrinsic.h>
 #include <Xm/Xm.h>
@@ -37,7 +37,7 @@ constexpr XtArgVal no = 1;
 XtAppContext app;
 
 void answerQuestions(XtPointer, XtIntervalId*) {
-    // A message has one button only.
+    // A message has only the button "Ok".
     for (XtArgVal button : {no, ok})
         if (KvcQuestionOpen() != 0 && kvcMessageReturnVal < 0)
             KvcConfirmCB(kvcMessageWidget, reinterpret_cast<XtPointer>(button), nullptr);

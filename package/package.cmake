@@ -1,4 +1,5 @@
-# What is installed beside the programs, and the Debian package; scripts/package_check.sh tries it.
+# The Debian package, and the files that it installs besides the programs. Tested by
+# scripts/package_check.sh.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zarn-install)
@@ -12,12 +13,12 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION x11)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "csh, xterm")
-# The fonts serve the X server, which may be another machine's.
+# The X server needs the fonts, and may run on another machine.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xauth, x11-utils, xfonts-75dpi, xfonts-base, openssh-client, procps")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "ncompress, xorriso, sudo")
 include(CPack)
 
-# Debian wants manuals and changes compressed, the same way each time.
+# Debian requires compressed manuals and changelogs, reproducibly.
 function(zarn_install_compressed destination)
     foreach(file ${ARGN})
         get_filename_component(name ${file} NAME)

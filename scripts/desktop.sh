@@ -1,6 +1,6 @@
 # shellcheck shell=bash disable=SC2034,SC2154
-# A private desktop: a virtual display with a window manager, and functions that see and operate what
-# is on it. Sourced by ./run, ./test and tests/e2e, which set $build, the build folder.
+# A private desktop: a virtual display with a window manager, and functions that see and operate
+# what is on it. Sourced by ./run, ./test and tests/e2e, which set $build, the build folder.
 
 window="Zarn 2.0 Installation"
 question="Please confirm..."
@@ -9,8 +9,8 @@ error="Oooops... Sorry!"
 brochure="Installation will take a few minutes... use the space bar to scroll up and down"
 
 # Starts a virtual display with a window manager and sets DISPLAY. $1: folder for logs and
-# screenshots; $2: the manager, mwm by default, or "none"; $3: the screen's size and depth. The caller
-# must stop it at the end.
+# screenshots; $2: the manager, mwm by default, or "none"; $3: the screen's size and depth. The
+# caller must stop it at the end.
 desktop_start() {
     local manager=${2:-mwm} screen=${3:-1280x1024x24}
     desktop_shots=$1
@@ -130,7 +130,8 @@ begin_installation() {
     question_expected=yes wait_for brochure_is_aside
 }
 
-# Types the text $2 into the field $1, replacing the old text. $3: its window, by default the main one.
+# Types the text $2 into the field $1, replacing the old text. $3: its window, by default the main
+# one.
 enter_text() {
     pilot focus "${3:-$window}" "$1"
     xdotool key --delay 0 ctrl+slash BackSpace

@@ -53,9 +53,9 @@ make_system_private() {
 }
 
 # Runs the project's script $1 with the arguments after $2 as nobody: if the super-user can't mount
-# anything, installations as super-user would be real ones. The script runs in a copy of the files it
-# needs, because nobody may have no access to the project's folder. $2 is the build folder, to which
-# the screenshots are copied back.
+# anything, installations as super-user would be real ones. The script runs in a copy of the files
+# it needs, because nobody may have no access to the project's folder. $2 is the build folder, to
+# which the screenshots are copied back.
 run_as_nobody() {
     local script=$1 build=$2 copy status=0
     shift 2

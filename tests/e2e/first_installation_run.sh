@@ -1,11 +1,11 @@
 #!/bin/bash
-# First installations through the window, from every medium, of a suite that is not the sample.
+# First installations through the window, from every medium, of a suite other than the sample.
 set -eu
 # shellcheck source=tests/e2e/installing.sh
 . "$(dirname "$0")/installing.sh"
 settle
 
-# One question for each archive; they are to stay.
+# Declines the question for each archive whether to delete it.
 keep_archives() {
     case $medium in
     two) answer No && answer No ;;
@@ -26,7 +26,7 @@ install_icon() {
 }
 
 media="tar gz Z two tape cdrom"
-# Only the super-user's GNU tar reaches another machine.
+# GNU tar reads from another machine only as super-user.
 [ "$who" != root ] || media+=" remote"
 export TAR_RSH=$place/rsh
 install -m 755 <(printf '#!/bin/sh\nshift 3\nexec "$@"\n') "$TAR_RSH"
@@ -45,7 +45,7 @@ for medium in ${ZARN_MEDIA:-$media}; do
     says "Zarn-Lustrel Version 2.0 is currently installed"
     leave_installer
     has_suite Zarn-Lustrel
-    # Lustrel comes without the renderer and the sources; the models were switched off.
+    # Lustrel excludes the renderer and the sources; the test switched off the models.
     diff -r --no-dereference -x Zarn_install -x .Zarn_inst -x models -x render -x src \
         "$build/distribution/other/cdrom/Zarn_system" "$suite/Zarn_system" || fail "$medium: not all"
     has_subsystems pictures projects textures

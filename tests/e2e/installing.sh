@@ -1,7 +1,7 @@
 # shellcheck shell=bash disable=SC2034,SC2119
-# What the whole runs have in common: a place and a person to install, a distribution, an installer
-# to drive, and what an installation must have left. Sourced by a run, whose arguments are the folder
-# of the build and who installs: "user" or "root".
+# Common functions of the end-to-end tests: they prepare private folders, a user and a distribution,
+# drive the installer, and check what it left. Sourced by each test, whose arguments are the build
+# folder and who installs: "user" or "root".
 
 build=$(cd "$1" && pwd)
 person=$2
@@ -9,7 +9,7 @@ project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 . "$project/scripts/place.sh"
 . "$project/scripts/desktop.sh"
 
-# The subsystems' folders, and their toggles in the window.
+# The subsystems' directories and their toggles in the window.
 declare -A toggle_of=(
     [textures]=kviSubsystemTextures [materials]=kviSubsystemMaterials
     [projects]=kviSubsystemProjects [models]=kviSubsystemModels
@@ -22,13 +22,14 @@ fail() {
     exit 1
 }
 
-# What ctest takes for a test that did not run.
+# ctest counts this status as a skipped test.
 not_run() {
     echo "NOT RUN: $*"
     exit 77
 }
 
-# Goes on in a place of its own; sets $place, and $who installs there.
+# Continues the test in private mounts, if possible. Sets $place, the folder for its files, and
+# $who, the user who installs.
 settle() {
     shots=$build/screenshots/$(basename "$0" .sh)-$person
     mkdir -p "$shots"
@@ -57,14 +58,14 @@ settle() {
     system-user) who=ann ;;
     *) who=$(id -un) ;;
     esac
-    # Of each look at the widgets Motif leaves a few bytes behind.
+    # Motif leaks a few bytes each time the pilot reads the widgets.
     echo "leak:XGetWindowProperty" >"$place/known-leaks"
     export LSAN_OPTIONS="suppressions=$place/known-leaks:print_suppressions=0"
     trap unsettle EXIT
     desktop_start "$shots"
 }
 
-# What could be seen when a run failed: the screen, what an open box says, the terminal.
+# Shows what was visible when a test failed: a screenshot, the text of open boxes, the log.
 tell_what_was_seen() {
     local box
     shot failed
@@ -82,7 +83,7 @@ unsettle() {
 
 home() { echo "$place/home"; }
 
-# Runs a command as the person.
+# Runs a command as the user who installs.
 as_person() {
     if [ "$who" = ann ]; then
         set -- setpriv --reuid=12345 --regid=12345 --clear-groups "$@"
@@ -92,8 +93,8 @@ as_person() {
 
 record() { if [ "$who" = root ]; then echo /usr/lib/.Zarn_inst; else echo "$(home)/.Zarn_inst"; fi; }
 
-# Gives the person an empty home and a copy of the distribution for the medium $1, which is $2 if
-# given; sets medium, suite, log, and the tape drive.
+# Prepares an empty home directory and a copy of the distribution for the medium $1, from the folder
+# $2 if given. Sets $medium, $suite, $log and the tape drive.
 set_out() {
     medium=$1
     suite=$place/${suite_name:-suite}
@@ -105,11 +106,11 @@ set_out() {
     mkdir -p "$suite"
     cp -a "$build/distribution/${2:-$1}" "$place/distribution"
     [ "$who" != ann ] || chown -R ann "$(home)" "$suite"
-    # A CD-ROM can't be written; everywhere else archives are uncompressed in their place.
+    # A CD-ROM is read-only. With other media, archives are uncompressed in place.
     [ "$who" != ann ] || [ "$medium" = cdrom ] || chown -R ann "$place/distribution"
 }
 
-# shellcheck disable=SC2120 # most runs need no options
+# shellcheck disable=SC2120 # most tests need no options
 start_installer() {
     # shellcheck disable=SC2086 # a program with its options
     (cd "$place/distribution" && as_person ${ZARN_UNDER:-} ./Zarn_install -noShell "$@") \
@@ -136,7 +137,7 @@ choose_location() {
     click kviInstallLocationTextOk
 }
 
-# The super-user is shown the icon dialog and asked for desktop icons and translators.
+# Answers the questions that the super-user gets: yes to desktop icons, no to translators.
 decide_on_icons() {
     answer Yes
     acknowledge "$information"
@@ -144,14 +145,15 @@ decide_on_icons() {
     acknowledge "$information"
 }
 
-# What the screen shows at $window_at.
+# A checksum of the screen's pixels at $window_at.
 picture() { import -window root -crop "$window_at" rgba:- | cksum; }
 
 looks_like() { [ "$(picture)" = "$1" ]; }
 
 looks_unlike() { ! looks_like "$1"; }
 
-# A tar that takes its time to extract, so that there is time to look.
+# Replaces tar by one that waits for the file go-on after extracting, so the test can look
+# meanwhile.
 slow_down() {
     mv "$place/distribution/Zarn_tools/tar" "$place/distribution/Zarn_tools/real-tar"
     cat >"$place/distribution/Zarn_tools/tar" <<'SLOW'
@@ -171,7 +173,7 @@ leave_installer() {
     click pushButton
     wait_for_end "$installer" || fail "$medium: the installer ended with status $?"
     [ ! -e /tmp/.kvcInstallMsg ] || fail "the brochure is left behind"
-    # The terminal that shows it stays until its user closes it.
+    # The information window stays open until the user closes it.
     xdotool windowkill "$(pilot find "$brochure")"
     wait_for has_no_window "$brochure"
 }
@@ -183,11 +185,11 @@ toggle() {
     for name in "$@"; do click "${toggle_of[$name]}"; done
 }
 
-# All that an installation could leave behind, the brochure of a running installer apart. Of the
-# many files in /usr/lib only those can differ that lie in its layer.
+# Lists everything that an installation could leave, except the information window's text. Of
+# /usr/lib only the overlay's upper layer is listed: no other file there can change.
 disk() {
     local shared=(/mnt/.layers/_usr_lib/upper /usr/sbin /usr/share/applications /tmp)
-    # Elsewhere an ordinary user could not change those, and /tmp may be everybody's.
+    # Without private mounts an ordinary user can't change these, and others may use /tmp.
     [ "$place" = /mnt ] || shared=()
     find "$suite" ${elsewhere:+"$elsewhere"} "$(home)" "${shared[@]}" \
         -path "$project" -prune -o -not -path '/tmp/.X*' -not -name .kvcInstallMsg -not -name .Zarn_install.log \
@@ -199,7 +201,7 @@ disk_is_as_before() {
     diff "$place/before" "$place/after" || fail "$medium: the disk is not as it was"
 }
 
-# Compares the subsystems on the disk with the names given.
+# Compares the subsystems on the disk with the given names.
 has_subsystems() {
     local there
     there=$(find "$suite/Zarn_system/subsystems" -mindepth 1 -printf '%P\n' -prune | sort | tr '\n' ' ')
@@ -207,7 +209,7 @@ has_subsystems() {
         fail "$medium: the subsystems are: $there, not: $*"
 }
 
-# Checks all that a first installation of edition $1 leaves.
+# Checks everything that a first installation of edition $1 leaves.
 has_suite() {
     [ "$(wc -l <"$(record)")" = 9 ] || fail "$medium: not a record: $(cat "$(record)")"
     grep -qx "# PROGRAM: $1" "$(record)" || fail "$medium: wrong edition recorded"

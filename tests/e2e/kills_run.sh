@@ -1,6 +1,7 @@
 #!/bin/bash
-# The installer is killed at random moments, alone or with all its commands. What the next one says
-# has to lead on, to a whole suite or none. ZARN_KILLS: how often; ZARN_SEED: the choices to repeat.
+# Kills the installer at random moments, alone or with all its commands. Following the messages of
+# the next one must lead to a complete suite or none. ZARN_KILLS: how often to kill; ZARN_SEED:
+# repeats the choices of an earlier run.
 set -eu
 # shellcheck source=tests/e2e/installing.sh
 . "$(dirname "$0")/installing.sh"
@@ -8,22 +9,22 @@ settle
 echo "ZARN_KILLS=${ZARN_KILLS:=20} ZARN_SEED=${ZARN_SEED:=$RANDOM}"
 RANDOM=$ZARN_SEED
 set_out cdrom
-# Nobody closes an information window.
+# Suppresses the information window, which nobody would close.
 (cd "$place/distribution" && chmod u+w . Zarn_tools && ln -sf /bin/false Zarn_tools/xwsh)
 cp "$build/distribution/tape/tape.img" "$place/distribution"
 echo "the user's" >"$suite/mine"
 disk >"$place/before"
 tree=$suite/Zarn_system added=(textures models src) kills=0
-declare -A takes # microseconds, when nothing disturbed it
+declare -A takes # microseconds without a kill
 set -m # an installer and its commands are one process group
 
-# What the disk asks for: each action is tried until it has changed that.
+# Prints the next action, which depends on the disk: an action is repeated until it succeeds.
 next() {
     [ -e "$(record)" ] || { echo install && return; }
     (cd "$tree/subsystems" && ls "${added[@]}") >/dev/null 2>&1 && echo remove || echo add
 }
 
-# The copy of the installer may be missing, but no half of it can be run.
+# The copy of the installer may be missing, but an incomplete one must not be executable.
 is_whole() {
     [ "$(wc -l <"$(record)")" = 9 ] || fail "not a record: $(cat "$(record)")"
     cmp "$(record)" "$tree/resources/.Zarn_inst" || fail "not a copy of the record"
@@ -31,7 +32,7 @@ is_whole() {
     diff -r -x Zarn_install -x .Zarn_inst "$build/distribution/cdrom/Zarn_system" "$tree" || fail
 }
 
-# What a killed adding left is the user's to move.
+# Moves away what a killed adding left, as the message asks the user to do.
 move_away() { chmod -R u+w "$suite" && rm -rf "$suite/subsystems" "${added[@]/#/$tree/}"; }
 
 begin() {
@@ -75,7 +76,7 @@ strike() {
     [ ! -e "$(record)" ] || [ -d "$tree" ] || fail "a record without a suite"
 }
 
-# In the end nothing disturbs a removal.
+# The last action is a removal without a kill.
 until ((kills == ZARN_KILLS)) && [ "$action-$how" = remove-finish ]; do
     action=$(next) how=finish hand=
     start_installer && says "currently"

@@ -1,13 +1,13 @@
 #!/bin/bash
-# The life of an installation in one run of the installer: install, add, remove, think better of
-# it, remove all, install elsewhere. After each step window, record and tree have to agree, and in
-# the end the disk is as it was.
+# The life of an installation in one run of the installer: install, add, remove, decline a removal,
+# remove the suite, install elsewhere. After each step the window, the record and the tree must
+# agree, and at the end the disk must be as before.
 set -eu
 # shellcheck source=tests/e2e/installing.sh
 . "$(dirname "$0")/installing.sh"
 settle
 
-# The subsystems whose toggles are on, in alphabetical order.
+# Prints the subsystems whose toggles are on, in alphabetical order.
 toggles_on() {
     local name widgets
     widgets=$(pilot widgets "$window")
@@ -25,8 +25,8 @@ agree() {
         fail "$medium: $* are there, these toggles are on: $(toggles_on)"
 }
 
-# Installs; the arguments are the way to begin, since only an installer's first installation brings
-# up the information window.
+# Installs. The arguments are the command that begins it: the information window opens only for the
+# first installation of a process.
 first_installation() {
     choose_location
     "$@"
@@ -85,7 +85,7 @@ live() {
     click kviInstallButtonRemove
     answer "Entire Zarn system"
     answer Yes
-    # While it is shown nothing starts anew, which would add to its text.
+    # While the error is open, another "Remove" must do nothing; a second error would be appended.
     wait_for has_window "$error"
     click kviInstallButtonRemove
     acknowledge "$error"

@@ -1,6 +1,6 @@
 #!/bin/bash
-# The way a user starts the installer: from a terminal, in the distribution's folder. It opens a
-# terminal of its own, and an ordinary user types the super-user's password there.
+# Starts the installer as a user does: in the distribution's folder, without options for tests. It
+# opens a terminal, where an ordinary user types the super-user's password.
 set -eu
 # shellcheck source=tests/e2e/installing.sh
 . "$(dirname "$0")/installing.sh"
@@ -20,7 +20,7 @@ close_window() {
     wait_for_end "$launcher" || fail "the launcher ended with status $?"
 }
 
-# As super-user no password is asked for, and the options arrive in the second process.
+# The super-user needs no password, and the options reach the second process.
 as_super_user() {
     set_out tar
     launch -ftp
@@ -32,20 +32,20 @@ as_super_user() {
     decide_on_icons
     grep -qx "# PATH:    /usr/local" "$(record)" || fail "not recorded, or at the wrong location"
     click dismiss
-    # Who closes the terminal does not end the installer, only the command that runs.
+    # Closing the terminal ends the running command, but not the installer.
     xdotool windowkill "$(pilot find "$terminal")"
     wait_for_end "$launcher" || fail "the launcher ended with status $?"
     click kviInstallButtonRemove
     answer Yes
     wait_for test ! -e /usr/local/Zarn_system || fail "nothing is removed without a terminal"
-    # What is clicked before the end of the removal is dropped.
+    # The removal drops clicks until it ends; this waits for the end.
     pilot widgets "$window" >/dev/null
     click pushButton
     wait_for has_no_window "$window"
     grep -q "^Removed /usr/local/Zarn_system" "$(home)/.Zarn_install.log" || fail "no log"
 }
 
-# A display of its own, of size $1, that admits nobody without the cookie in $authority.
+# Starts a display of size $1 that admits only clients with the cookie in $authority.
 guarded_display() {
     local number
     authority=$place/ann/.Xauthority
@@ -60,10 +60,10 @@ guarded_display() {
     export DISPLAY=:$DISPLAY
 }
 
-# It is black where the window would be grey.
+# At this position the terminal is black and the window grey.
 terminal_is_in_front() { import -window root -crop 1x1+150+300 txt: | grep -q "#000000"; }
 
-# The machine of a remote tape asks for its password in the terminal.
+# ssh asks for the password of a remote tape's machine in the terminal.
 with_a_remote_tape() {
     click kviInstallToggleRemoteTape
     enter_text kviInstallReadText "localhost:/dev/tape"
@@ -72,14 +72,14 @@ with_a_remote_tape() {
     click kviInstallButtonInstall
     wait_for terminal_is_in_front || fail "nobody sees who asks in the terminal"
     shot remote-tape
-    # Nobody knows it: the command ends, and the terminal is there for the next try.
+    # The user gives up with Ctrl-C: the command ends, but the terminal stays for another attempt.
     pilot focus "$password_terminal" vt100
     xdotool key ctrl+c
     acknowledge "$error"
     has_window "$password_terminal" || fail "the terminal is gone with a command"
 }
 
-# sudo leaves the super-user with DISPLAY, but in a home without the caller's cookie.
+# sudo passes on DISPLAY, but the super-user's home directory lacks the caller's cookie.
 as_caller_of_sudo() {
     guarded_display 800x545
     launch -ftp
@@ -88,16 +88,16 @@ as_caller_of_sudo() {
     SUDO_USER=ann launch -ftp
     export XAUTHORITY=$authority
     wait_for has_window "$window" || fail "no window under sudo"
-    # No window manager helps a button that lies below the edge.
+    # Without a window manager, nothing can move a button that is below the screen's edge.
     click pushButton || fail "on a small screen the last button is out of reach"
     wait_for_end "$launcher" || fail "the launcher ended with status $?"
-    # As ssh -X does, a display may let programs in without trusting them.
+    # ssh -X gives clients an untrusted cookie like this one.
     xauth -qf "$authority.less" generate "$DISPLAY" . untrusted
     XAUTHORITY=$authority.less start_installer
     kill "$installer"
 }
 
-# A display may know its user by name, and nobody whom su makes of him.
+# A display can admit its user by name, and then refuses root after su.
 as_user_known_by_name() {
     guarded_display 1280x1024
     XAUTHORITY=$authority xhost +si:localuser:ann
@@ -123,7 +123,7 @@ type_password() {
     xdotool key Return
 }
 
-# The terminal stays until its user has read what went wrong.
+# The terminal stays open so that the user can read what went wrong.
 with_a_wrong_password() {
     type_password wrong
     wait_for explains || fail "the terminal does not say what went wrong"
@@ -134,14 +134,14 @@ with_a_wrong_password() {
     wait_for has_window "$password_terminal" || fail "no terminal"
 }
 
-# As ordinary user through su, or through something that asks for no password where the
-# super-user can't be had.
+# As ordinary user through su, or through a fake su without password if this test does not run as
+# super-user.
 as_ordinary_user() {
     set_out cdrom
     if [ "$who" = ann ]; then
         echo "root:zarn" | chpasswd
     else
-        # shellcheck disable=SC2016 # the false su expands it
+        # shellcheck disable=SC2016 # the fake su expands it
         install -D -m 755 <(printf '#!/bin/sh\nexec sh -c "$3"\n') "$place/bin/su"
         PATH=$place/bin:$PATH
     fi

@@ -1,7 +1,7 @@
 #!/bin/bash
-# Whether a message has the keyboard, whatever the window manager does: one row for each manager and
-# situation. ZARN_MANAGERS: which managers; ZARN_SCREENS: screens to take pictures on, as well.
-# shellcheck disable=SC2317 # the rows call by name
+# Tests whether messages get the keyboard under each window manager: one row for each manager and
+# situation. ZARN_MANAGERS: the managers; ZARN_SCREENS: also takes screenshots on these screens.
+# shellcheck disable=SC2317 # the rows call functions by name
 set -eu
 # shellcheck source=tests/e2e/installing.sh
 . "$(dirname "$0")/installing.sh"
@@ -11,8 +11,8 @@ question_expected=yes
 wait_limit=15
 failed=0
 
-# A place that an installation left unfinished: a message at the start, then a question, however
-# often it is declined.
+# Prepares an unfinished installation: it gives a message at the start, and a question at each press
+# of "Install".
 begin_unfinished() {
     set_out tar
     mkdir "$suite/Zarn_system"
@@ -25,7 +25,7 @@ begin_unfinished() {
     start_installer -ftp
 }
 
-# For what the manager is going to do. It says nothing when it has done it.
+# Gives the manager time to react; nothing tells when it has.
 let_it() { sleep 0.4; }
 
 soon() {
@@ -44,7 +44,7 @@ has_answers() { [ "$(answers)" = "$1" ]; }
 
 ask() { click kviInstallButtonInstall && soon has_window "$question"; }
 
-# Only what the keys do counts.
+# Answers with keys only, and checks that the question took them.
 answered_by_keys() {
     local before
     before=$(answers)
@@ -73,7 +73,7 @@ iconified() {
         xdotool windowmap "$main" && soon has_window "$question" && let_it && answered_by_keys
 }
 
-# Who looks something up before the answer must not type into the question.
+# A user who types into another program meanwhile must not answer the question.
 left_alone() {
     local before other
     ask || return 1
@@ -97,7 +97,7 @@ after_information() {
     wait_for has_window "$question" && soon has_keyboard "$question"
 }
 
-# Over the question that is still open, as if it had taken its time.
+# Opens a window with the information window's title over the open question, as if it were late.
 late_information() {
     local X Y WIDTH HEIGHT whole
     xdotool windowkill "$(pilot find "$brochure")"
@@ -111,13 +111,13 @@ late_information() {
     soon has_window "$brochure" && let_it && soon looks_like "$whole" && answered_by_keys
 }
 
-# A display of its own and an installer that has something to say.
+# Starts a new display, and an installer that shows a message.
 begin() {
     end
     export HOME=$place/manager
     rm -rf "$HOME"
     mkdir -p "$HOME/.fluxbox"
-    # It would tell in a window of its own that it finds no program for the background.
+    # Otherwise fluxbox opens a window that says it finds no program for the background.
     echo "background: none" >"$HOME/.fluxbox/overlay"
     desktop_start "$shots" "$manager" "$screen"
     begin_unfinished
@@ -136,7 +136,7 @@ row() {
     [ $result != ok ] || return 0
     failed=1
     shot "$manager-$2"
-    # What failed may be in the way of the others.
+    # A failed situation could disturb the next ones.
     begin
     acknowledge "$information"
 }
@@ -152,7 +152,7 @@ try() {
     row "over an information window that is late" late_information
 }
 
-# A picture of a question on the screen.
+# Takes a screenshot with a question.
 look() {
     begin
     acknowledge "$information"

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Makes a suite by docs/distribution.md that has nothing in common with the sample, and publishes it.
+# Makes and publishes a suite that follows docs/distribution.md and shares nothing with the sample.
 #   other_suite.sh OUTDIR INSTALLER TOOLSDIR
 set -eu
 work=$(mktemp -d)

@@ -1,16 +1,16 @@
 #!/bin/bash
-# What happens while something else has the user's attention: a question that is open, a command that
-# runs, a window manager that closes windows, somebody who kills the installer.
+# Disturbs the installer: input while a question is open or a command runs, windows closed by the
+# window manager, a killed installer.
 set -eu
 # shellcheck source=tests/e2e/installing.sh
 . "$(dirname "$0")/installing.sh"
 settle
-# A name that is longer than it looks, typed on a keyboard that has it.
+# A name with more bytes than characters, and a keyboard layout to type it.
 export LC_ALL=C.UTF-8
 setxkbmap de
 suite_name=Bücher
 
-# Clicks on a widget in the window to give it the keyboard, and closes it.
+# Gives the window $1 the keyboard by a click on its widget $2, and closes it with Alt-F4.
 close_by_window_manager() {
     pilot focus "$1" "$2"
     xdotool key --delay 0 alt+F4
@@ -26,7 +26,7 @@ begin_slowly() {
     begin_installation
 }
 
-# The next installer says which place is unfinished, and makes it whole.
+# After a kill, the next installer names the unfinished location and completes the installation.
 begin_slowly
 wait_for test -e "$(home)/tar-runs" || fail "the extraction does not start"
 pkill -KILL -P "$installer"
@@ -48,8 +48,8 @@ leave_installer
 has_suite Zarn-Pinnet
 
 begin_slowly
-# The status is there before the command is, and another window that passes over the window
-# leaves it whole though the installer is busy.
+# The status is shown before the command starts, and the window is redrawn after another window
+# covered it, although the installer is busy.
 wait_for test -e "$(home)/tar-runs" || fail "the extraction does not start"
 says "Installing Zarn system. This will take a few minutes..."
 eval "$(xdotool getwindowgeometry --shell "$(pilot find "$window")")"
@@ -65,7 +65,7 @@ wait_for looks_like "$whole" || fail "the window does not stay drawn"
 shot uncovered
 touch "$(home)/go-on"
 
-# While the question is open nothing else starts, whatever is clicked, typed or closed.
+# While the question is open, clicks on other widgets have no effect.
 question_expected=yes
 wait_for has_window "$question" || fail "no question"
 xdotool windowmove "$(pilot find "$question")" 750 100
@@ -75,7 +75,7 @@ for name in kviInstallButtonInstall kviInstallLocationTextOk kviInstallCorvan kv
 done
 shot behind
 
-# Closing the question is none of its answers: the archive stays.
+# Closing the question answers nothing, so the archive stays.
 close_by_window_manager "$question" msgBox
 says "Installed Zarn system"
 [ -e "$place/distribution/Zarn2.0.tar" ] || fail "the archive is gone"
@@ -89,20 +89,20 @@ click kviInstallIconInstall
 wait_for shows "$window" "Installed Zarn-Pinnet in $suite" || fail "the status names another place"
 shot status
 click dismiss
-# What was clicked behind the question must not come after it: all of it is handled by now.
+# The earlier clicks must not take effect later; by now all of them are handled.
 pilot widgets "$window" >/dev/null
 [ "$(grep -cF "not installed on this system" "$log")" -le 2 ] || fail "a click came through later"
 close_by_window_manager "$window" label15
 wait_for_end "$installer" || fail "closing the window ends with status $?"
 
-# A directory without a suite gives its error, and no question about the suite that is there.
+# A directory without a suite gives an error, and no question about the installed suite.
 start_installer -icons "$place/nowhere/Zarn_system"
 acknowledge "$error"
 has_no_window "Install Icon" || fail "the icons of another suite are offered"
 click pushButton
 wait_for_end "$installer"
 
-# The confirmation tool breaks a long line, and takes Escape for no answer.
+# xconfirm breaks a long line, and Escape closes it without an answer.
 "$place/distribution/Zarn_tools/xconfirm" -header asked -t "$(seq -s ' ' 500)" -b Ok &
 wait_for has_window asked || fail "no confirmation"
 shot asked
