@@ -1,8 +1,7 @@
-"""Makes one-line faults in a copy of the code and runs the in-process tests on each.
+"""Injects one-line faults into a copy of the code and runs the in-process tests on each.
 
-Called by scripts/mutate, which makes the copy and a place where nothing can be harmed. Faults that
-change nothing a user or caller could see stand in scripts/mutate.same with the reason; they are
-not made.
+Called by scripts/mutate, which makes the copy and protects the machine. Faults without an effect
+that a user or caller could see are listed in scripts/mutate.same with the reason, and skipped.
 """
 
 import argparse
@@ -69,7 +68,7 @@ RULES = {
 
 
 def faults_in(path):
-    """All faults that the rules make in a file: (number of the line, rule, the line's new text)."""
+    """All faults that the rules inject into a file: (line index, rule, the line's new text)."""
     for at, line in enumerate(path.read_text().split("\n")):
         if line.lstrip().startswith(("//", "#", "static_assert")):
             continue
@@ -79,7 +78,7 @@ def faults_in(path):
 
 
 def same_faults(project):
-    """What is set aside: (file, faulty line without its indentation)."""
+    """The faults to skip: (file, faulty line without its indentation)."""
     listed = (project / "scripts" / "mutate.same").read_text().split("\n\n")
     return {tuple(part.strip() for part in entry.split("\n")[:2]) for entry in listed if entry.strip()}
 
@@ -100,7 +99,7 @@ class Tests:
                                   stdout=log, stderr=log).returncode == 0
 
     def pass_all(self, first=None):
-        """Runs the tests of one room first, where a fault most likely shows."""
+        """Runs the tests of one room first, which most likely notice the fault."""
         parts = [["-L", f"^{first}$"], ["-LE", f"^{first}$"]] if first else [[]]
         return all(self.pass_part(part) for part in parts)
 
