@@ -124,7 +124,7 @@ choose_medium() {
     tape) click kviInstallToggleTape ;;
     remote)
         click kviInstallToggleRemoteTape
-        enter_text kviInstallReadText "ann@localhost:$place/distribution/tape.img"
+        enter_text kviInstallReadText "ann@127.0.0.1:$place/distribution/tape.img"
         click kviInstallReadTextOk
         ;;
     cdrom) click kviInstallToggleCD ;;

@@ -66,7 +66,7 @@ terminal_is_in_front() { import -window root -crop 1x1+150+300 txt: | grep -q "#
 # ssh asks for the password of a remote tape's machine in the terminal.
 with_a_remote_tape() {
     click kviInstallToggleRemoteTape
-    enter_text kviInstallReadText "localhost:/dev/tape"
+    enter_text kviInstallReadText "127.0.0.1:/dev/tape"
     click kviInstallReadTextOk
     wait_for eval "! terminal_is_in_front"
     click kviInstallButtonInstall

@@ -45,7 +45,7 @@ TEST_F(TarTest, WhatCountsAsSuccess) {
         {"../text.tar base", 2, "does not look like a tar archive", ""},
         {"'../with blanks.tar' base", 0, "base\n", "base\n"},
         {"../guest@host:tape base gone", 0, "passed over: gone\n", "base\n"},
-        {"u@localhost:/dev/tape base", 2, "[localhost][-l][u]", ""},
+        {"u@127.0.0.1:/dev/tape base", 2, "[127.0.0.1][-l][u]", ""},
         {"../a.tar", 0, "extra\n", "*\n-x\nbase\nextra\n"},
         {"u@-oProxyCommand=id:/dev/tape base", 2, "is not the name of a machine", ""},
     };
