@@ -48,17 +48,17 @@ constexpr std::array<const char*, SpecialCount> characters = {
     "",  "\t", "\n", "\r", "\f", "\v", "\\", "\"", "#", ":", "f",
     "l", "n",  "r",  "t",  "v",  "F",  "L",  "R",  "T", "0", "1"};
 
-std::array<wchar_t, SpecialCount> CommonWideChars;
+using SpecialCharacters = std::array<wchar_t, SpecialCount>;
 
 // A byte that is not valid in the locale is carried as a lone surrogate, which valid text never
 // contains, and converted back to the same byte.
-constexpr wchar_t RawByte = 0xDC00;
+constexpr wchar_t rawByte = 0xDC00;
 
 int wideCharacter(const char* text, wchar_t& wide) {
     const int length = std::mbtowc(&wide, text, MB_CUR_MAX);
     if (length >= 0) return std::max(length, 1);
     std::mbtowc(nullptr, nullptr, 0);
-    wide = static_cast<wchar_t>(RawByte | static_cast<unsigned char>(*text));
+    wide = static_cast<wchar_t>(rawByte | static_cast<unsigned char>(*text));
     return 1;
 }
 
@@ -70,17 +70,19 @@ std::wstring wideText(const char* text) {
     return wide;
 }
 
-const std::array<wchar_t, SpecialCount>& CStrCommonWideCharsGet() {
-    [[maybe_unused]] static const bool once = [] {
-        for (std::size_t i = 0; i < characters.size(); ++i)
-            wideCharacter(characters[i], CommonWideChars[i]);
-        return true;
-    }();
-    return CommonWideChars;
+SpecialCharacters inThisLocale() {
+    SpecialCharacters wide = {};
+    for (std::size_t i = 0; i < characters.size(); ++i) wideCharacter(characters[i], wide[i]);
+    return wide;
+}
+
+const SpecialCharacters& CStrCommonWideCharsGet() {
+    static const SpecialCharacters wide = inThisLocale();
+    return wide;
 }
 
 bool is(wchar_t character, Special special) {
-    return character == CommonWideChars[special];
+    return character == CStrCommonWideCharsGet()[special];
 }
 
 template <typename... Specials>
@@ -134,7 +136,7 @@ std::size_t copyWcsToMbs(std::wstring_view text, bool escapes, char*& buffer, st
     fit(buffer, size, count * MB_CUR_MAX + 1);
     std::size_t length = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        if ((tbuf[i] & ~0xFF) == RawByte) {
+        if ((tbuf[i] & ~0xFF) == rawByte) {
             buffer[length++] = static_cast<char>(tbuf[i] & 0xFF);
             continue;
         }
@@ -204,7 +206,7 @@ std::size_t readText(std::wstring_view text, std::size_t at, Segment& segment) {
 // Removes the next segment from `input`; false when nothing is left after it.
 bool extractSegment(std::wstring_view& input, Segment& segment) {
     if (input.empty()) return false;
-    if (getNextSeparator(input, 0) != 0) {
+    if (getNextSeparator(input, 0)) {
         segment.text = input;
         segment.hasText = true;
         input = {};
@@ -409,7 +411,6 @@ bool suitsLayout(std::string_view name) {
 
 XmString StringToXmString(const char* text) {
     if (text == nullptr) return nullptr;
-    CStrCommonWideCharsGet();
     const std::wstring wide = wideText(text);
     std::wstring_view input = wide;
     XmStringDirection direction = XmSTRING_DIRECTION_L_TO_R;

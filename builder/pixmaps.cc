@@ -14,7 +14,7 @@ struct ColorGroup {
     const char* pixmap;  // the pixmap resource that may be set instead of the colour; may be null
 };
 
-const std::array<ColorGroup, 4> ColorGroups = {{
+const std::array<ColorGroup, 4> colorGroups = {{
     {XmNtopShadowColor, XmNtopShadowPixmap},
     {XmNbottomShadowColor, XmNbottomShadowPixmap},
     {XmNarmColor, nullptr},
@@ -50,16 +50,16 @@ int SET_BACKGROUND_COLOR(Widget w, Arg* args, Cardinal* count, Pixel background)
     const auto isSet = [&](const ColorGroup& group) {
         return sets(args, given, group.color) || sets(args, given, group.pixmap);
     };
-    if (!std::all_of(ColorGroups.begin(), ColorGroups.end(), isSet)) {
+    if (!std::all_of(colorGroups.begin(), colorGroups.end(), isSet)) {
         Colormap colormap = None;
         XtVaGetValues(w, XmNcolormap, &colormap, nullptr);
         Pixel foreground = 0, topShadow = 0, bottomShadow = 0, select = 0;
         XmGetColors(XtScreen(w), colormap, background, &foreground, &topShadow, &bottomShadow,
                     &select);
         const std::array<Pixel, 4> derived = {topShadow, bottomShadow, select, foreground};
-        for (std::size_t i = 0; i < ColorGroups.size(); ++i) {
-            if (isSet(ColorGroups[i])) continue;
-            XtSetArg(args[*count], const_cast<char*>(ColorGroups[i].color), derived[i]);
+        for (std::size_t i = 0; i < colorGroups.size(); ++i) {
+            if (isSet(colorGroups[i])) continue;
+            XtSetArg(args[*count], const_cast<char*>(colorGroups[i].color), derived[i]);
             ++*count;
         }
     }

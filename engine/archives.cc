@@ -124,8 +124,8 @@ bool KvmUnpack(const KvmArchive& archive) {
     if (!archive.compressed()) return true;
     KvmStatus("Uncompressing ", archive.word.c_str(), ", please wait...");
     KvText unpacked;
-    return KvmInstallMgr::uncompress(archive.path.c_str(), unpacked) ||
-           KvmFail("Error encountered while uncompressing \"", archive.word.c_str(),
+    if (KvmInstallMgr::uncompress(archive.path.c_str(), unpacked)) return true;
+    return KvmFail("Error encountered while uncompressing \"", archive.word.c_str(),
                    "\"\nIs it a compressed archive?");
 }
 
@@ -140,8 +140,8 @@ void KvmPackAgain(const KvmArchive& archive) {
 int KvmInstallMgr::uncompress(const char* archive, KvText& out) {
     if (!KvCopyText(out, withoutExtension(archive))) return 0;
     fetchGunzip();
-    return KvmRun("gunzip %s", archive) ||
-           KvmFail("Could not locate \"gunzip\".", KvmCommandReason());
+    if (KvmRun("gunzip %s", archive)) return 1;
+    return KvmFail("Could not locate \"gunzip\".", KvmCommandReason());
 }
 
 int KvmInstallMgr::compress(const char* file) {

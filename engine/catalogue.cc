@@ -179,7 +179,7 @@ void selectForEdition(int mask) {
         const int wanted = row.offForProduct == mask ? 0 : 1;
         if (wanted && row.selected) continue;
         row.selected = wanted;
-        KvmSetToggle(row.getWidget(), wanted != 0);
+        KvmSetToggle(row.getWidget(), wanted);
     }
 }
 

@@ -72,8 +72,9 @@ bool agrees(const Sum& sum, const std::string& path, bool uncompress) {
     const bool same =
         readable && (uncompress ? KvmRun("gunzip -c %s | sha256sum | grep -q %s", path, sum.value)
                                 : KvmRun("sha256sum <%s | grep -q %s", path, sum.value));
-    return same || KvmFail("This file is not the one that was published:\n", path,
-                           "\nIts SHA256SUMS does not agree.");
+    if (same) return true;
+    return KvmFail("This file is not the one that was published:\n", path,
+                   "\nIts SHA256SUMS does not agree.");
 }
 
 bool archiveAgrees(const std::vector<Sum>& sums, const KvmArchive& archive) {

@@ -27,16 +27,16 @@ bool KvmRun(std::type_identity_t<KvuTemplate<Pieces...>> commandTemplate, const 
 
 /// Whether `directory` has an entry `name`; an unreadable directory has no entries.
 [[nodiscard]] inline bool KvmHolds(const std::string& directory, const char* name) {
-    return KvuSystem::fileExists(directory.c_str(), name, 0) != 0;
+    return KvuSystem::fileExists(directory.c_str(), name, 0);
 }
 
-/// Shows an error. Always returns 0, so that a failing operation can return its result.
+/// Shows an error. Always returns false, so that a failing operation can return its result.
 template <typename... Pieces>
-int KvmFail(const Pieces&... pieces) {
+bool KvmFail(const Pieces&... pieces) {
     std::string text;
     (text.append(pieces), ...);
     KvcUserError(text.c_str());
-    return 0;
+    return false;
 }
 
 /// The reason why the last command, or a system call with this `errno`, failed, as a line to be

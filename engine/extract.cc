@@ -67,7 +67,7 @@ void showBrochure() {
     if (!firstTimeShell) return;
     firstTimeShell = 0;
     if (!writeBrochure()) return;
-    static const char title[] =
+    constexpr const char* title =
         "Installation will take a few minutes... use the space bar to scroll up and down";
     KvcKeepBelowMessages(title);
     KvmRun(
@@ -80,8 +80,8 @@ void showBrochure() {
 bool announce(const KvmPlan& plan, bool ask) {
     KvmStatus("Installing ", plan.adding ? "selected subsystems" : "Zarn system",
               ". This will take a few minutes...\a");
-    return !ask || !plan.adding ||
-           KvcUserConfirm(2, yesNo, "Install the following subsystems?\n",
+    if (!ask || !plan.adding) return true;
+    return KvcUserConfirm(2, yesNo, "Install the following subsystems?\n",
                           KvmLabelList(plan.wanted).c_str()) == 0;
 }
 
@@ -156,8 +156,8 @@ KvmExtraction copyIntoTree(const KvmPlan& plan, const KvmRows& there) {
 // their place.
 bool placeCopies(const KvmRows& there) {
     KvuSystem::mkdir(kvmSubsystems);
-    return KvmRun("mv %s %s", directoryList(there), kvmSubsystems) ||
-           KvmFail("Error: Could not move the following subsystems inside the subsystems folder.",
+    if (KvmRun("mv %s %s", directoryList(there), kvmSubsystems)) return true;
+    return KvmFail("Error: Could not move the following subsystems inside the subsystems folder.",
                    KvmLabelList(there), KvmCommandReason());
 }
 
@@ -238,8 +238,9 @@ bool KvmPlaceExtracted(const KvmPlan& plan) {
     } else {
         moved = KvmRun("mv %s/%s %s/%s", path, folder, path, system);
     }
-    return moved || KvmFail("Error: Could not move subsystems folder \"", "subsystems\"\ninside ",
-                            plan.place, "/Zarn_system", KvmCommandReason());
+    if (moved) return true;
+    return KvmFail("Error: Could not move subsystems folder \"", "subsystems\"\ninside ",
+                   plan.place, "/Zarn_system", KvmCommandReason());
 }
 
 void KvmDropExtracted(const KvmPlan& plan) {
@@ -268,14 +269,13 @@ void KvmReportMissing(const KvmPlan& plan) {
 
 int KvmInstallMgr::copyInstall(const char* source, int finalPass) {
     KvmPlan plan;
-    plan.adding = _info.installed != 0;
+    plan.adding = _info.installed;
     plan.place = _info.path;
     plan.source = source;
     plan.wanted = KvmWantedRows();
     if (plan.adding && plan.wanted.empty()) return 0;
-    const KvmExtraction result = _info.readFrom == KvmCdRom
-                                     ? KvmCopyFromCdRom(plan)
-                                     : extractPass(plan, source, finalPass != 0);
+    const KvmExtraction result =
+        _info.readFrom == KvmCdRom ? KvmCopyFromCdRom(plan) : extractPass(plan, source, finalPass);
     if (result == KvmExtraction::failed || result == KvmExtraction::declined) return 0;
     if (!finalPass) return 1;
     if (!KvmPlaceExtracted(plan)) return 0;

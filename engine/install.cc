@@ -37,7 +37,7 @@ bool takeLocation() {
     const std::string typed = KvmLocationField();
     if (!state().installed)
         return typed == state().path ? !KvmCheckedLocation(typed).empty()
-                                     : KvmInstallMgr::setLocation(typed.c_str()) != 0;
+                                     : KvmInstallMgr::setLocation(typed.c_str());
     const std::string place = KvmCheckedLocation(typed);
     if (place.empty()) return false;
     if (KvmIsSameDirectory(place, state().path)) return true;
@@ -60,7 +60,7 @@ bool takeFields() {
 
 KvmPlan planOfFields() {
     KvmPlan plan;
-    plan.adding = state().installed != 0;
+    plan.adding = state().installed;
     // From here on the path must work from any working directory, such as the product tree.
     plan.place = state().path;
     if (plan.place == ".") {
@@ -87,14 +87,14 @@ bool mayInstall() {
 bool fits(const KvmPlan& plan) {
     if (access(KvmNearestDirectory(plan.place).c_str(), R_OK | W_OK | X_OK) != 0)
         return KvmFail(cantWrite, KvmSystemReason(errno));
-    return KvmInstallMgr::initDiskSpace() ||
-           KvmFail("Not enough disk space for installation.\nPlease enter another file path.");
+    if (KvmInstallMgr::initDiskSpace()) return true;
+    return KvmFail("Not enough disk space for installation.\nPlease enter another file path.");
 }
 
 bool isSomethingToAdd(const KvmPlan& plan) {
     // Don't rely on the flags: they stay set when a mark is taken back.
-    return !plan.adding || !plan.wanted.empty() ||
-           KvmFail("Zarn system has already been installed in \"", plan.place.c_str(),
+    if (!plan.adding || !plan.wanted.empty()) return true;
+    return KvmFail("Zarn system has already been installed in \"", plan.place.c_str(),
                    "\".\nNo new subsytems have been marked for installation.");
 }
 
@@ -180,8 +180,9 @@ bool canBeReadAgain(const KvmPlan& plan) {
             readable && !goes(archive.path) &&
             (archive.compressed() ? KvmRun("gunzip -c %s | tar tf - >/dev/null", archive.path)
                                   : KvmRun("tar tf %s >/dev/null", archive.path));
-    return readable || KvmFail(KvmInstallMedium[state().readFrom].error,
-                               "\nWhat the last installation left is kept.");
+    if (readable) return true;
+    return KvmFail(KvmInstallMedium[state().readFrom].error,
+                   "\nWhat the last installation left is kept.");
 }
 
 // Whether only the record is missing: all is extracted, and only wanted subsystems are there.
@@ -189,7 +190,7 @@ bool isFinishedButForTheRecord(const KvmPlan& plan) {
     return !plan.adding && KvmIsSameDirectory(KvmUnfinishedPlace(), plan.place) &&
            KvmIsComplete(plan.place) &&
            std::ranges::all_of(KvmRowsIn(KvmSubsystemFolder()),
-                               [](const auto* row) { return row->selected != 0; });
+                               [](const auto* row) { return row->selected; });
 }
 
 int refuseFolder(const std::string& folder, const char* name) {
@@ -283,9 +284,9 @@ bool makeFolders(const KvmPlan& plan) {
 }
 
 bool enter(const KvmPlan& plan) {
-    return ((!plan.makePlace || KvuSystem::mkdir(plan.place.c_str())) &&
-            KvmChangeDirectory(plan.place)) ||
-           KvmFail(cantWrite, KvmSystemReason(errno));
+    const bool there = !plan.makePlace || KvuSystem::mkdir(plan.place.c_str());
+    if (there && KvmChangeDirectory(plan.place)) return true;
+    return KvmFail(cantWrite, KvmSystemReason(errno));
 }
 
 // The tree is removed last: while it exists, the place is known to be unfinished.
@@ -416,7 +417,8 @@ bool isSound(const KvmPlan& plan) {
     if (!isDirectory(tree) || !isDirectory(tree + "/bin") || lstat(script.c_str(), &entry) != 0 ||
         !S_ISREG(entry.st_mode) || (entry.st_mode & S_IXUSR) == 0)
         return KvmFail(noSystem, "there is no program\n", script);
-    return isDirectory(resources) || KvmFail(noSystem, "there is no folder\n", resources);
+    if (isDirectory(resources)) return true;
+    return KvmFail(noSystem, "there is no folder\n", resources);
 }
 
 int finishFirst(const KvmPlan& plan, const KvmPreparedRecord& record) {

@@ -31,7 +31,8 @@ KvmPlaceLock::~KvmPlaceLock() {
 }
 
 bool KvmPlaceLock::held() const {
-    return held_ || KvmFail(KvmOtherInstaller(file_), " is at work in this location.");
+    if (held_) return true;
+    return KvmFail(KvmOtherInstaller(file_), " is at work in this location.");
 }
 
 std::string KvmOtherInstaller(int file) {

@@ -131,11 +131,11 @@ void note(const std::string& record) {
 }
 
 bool isAsSeen(const std::string& record) {
-    return seen[record] == contentsOf(record) ||
-           KvmFail(
-               "The installation record has changed since this window last read it:\n", record,
-               "\nSomebody else has installed or removed Zarn. Please press \"Exit\", and start "
-               "again.");
+    if (seen[record] == contentsOf(record)) return true;
+    return KvmFail(
+        "The installation record has changed since this window last read it:\n", record,
+        "\nSomebody else has installed or removed Zarn. Please press \"Exit\", and start "
+        "again.");
 }
 
 // Whether the record really describes the suite in `place`. The record of a tree that was moved or
@@ -184,7 +184,7 @@ void readSubsystems() {
     const auto present = KvmRowsIn(KvmSubsystemFolder());
     for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
         row.installed = row.selected = present.contains(&row);
-        KvmSetToggle(row.getWidget(), row.selected != 0);
+        KvmSetToggle(row.getWidget(), row.selected);
     }
 }
 
@@ -356,7 +356,8 @@ bool KvmPreparedRecord::canBePrepared() const {
 bool KvmPreparedRecord::keepOthersOff() {
     part_ = partOf(own());
     file_ = openPart(part_, O_WRONLY | O_CREAT);
-    return file_ >= 0 || errno != EWOULDBLOCK || refuseOther(part_);
+    if (file_ >= 0 || errno != EWOULDBLOCK) return true;
+    return refuseOther(part_);
 }
 
 bool KvmPreparedRecord::prepare(const std::string& place) {

@@ -41,7 +41,7 @@ void showMedium() {
 void showState() {
     const KvmInstallInfo& info = KvmInstallMgr::_info;
     KvmAllowInstall(!info.installed || info.subsystemsAdded || info.productChanged);
-    KvmAllowChanges(info.installed != 0);
+    KvmAllowChanges(info.installed);
     if (!info.installed) {
         KvmStatus(
             "Zarn is currently not installed on this system. Click on \"Install\" when you are "

@@ -15,8 +15,9 @@ std::string openPlace(const std::string& path) {
 
 bool KvmOnlySuperUserWrites(const std::string& path, const std::string& consequence) {
     const std::string open = openPlace(path);
-    return open.empty() || KvmFail("Not only the super-user may write to\n", open, ".\n",
-                                   consequence, "\nPlease change its owner or its permissions.");
+    if (open.empty()) return true;
+    return KvmFail("Not only the super-user may write to\n", open, ".\n", consequence,
+                   "\nPlease change its owner or its permissions.");
 }
 
 bool KvmMayRun(const std::string& path) {

@@ -23,6 +23,6 @@ void KvcSetOption(int which, Widget optionMenu, Widget b0, Widget b1, Widget b2,
 }
 
 void KvcSetSensitive(Widget w, int sensitive) {
-    const bool wanted = sensitive != 0;
+    const bool wanted = sensitive;
     if (static_cast<bool>(XtIsSensitive(w)) != wanted) XtSetSensitive(w, wanted ? True : False);
 }

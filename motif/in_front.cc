@@ -16,10 +16,10 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // How long a window manager may take to give the keyboard to a window that has come up.
-constexpr std::chrono::seconds ComingUp{1};
+constexpr std::chrono::seconds comingUp{1};
 
-constexpr int MostClaims = 10;
-constexpr std::chrono::seconds Calm{1};
+constexpr int mostClaims = 10;
+constexpr std::chrono::seconds calm{1};
 
 const char* rivalTitle = nullptr;
 Widget front = nullptr;
@@ -49,9 +49,9 @@ bool holdsTitle(Display* display, Window window, std::string_view title, int dep
 // Two windows that both insist on being in front would fight forever.
 bool mayClaim() {
     const auto now = Clock::now();
-    if (now - lastClaim > Calm) claims = 0;
+    if (now - lastClaim > calm) claims = 0;
     lastClaim = now;
-    return ++claims <= MostClaims;
+    return ++claims <= mostClaims;
 }
 
 bool hasKeyboard(Widget shell) {
@@ -113,7 +113,7 @@ void watch(const XEvent& event) {
     }
     // Windows inside the shell count as the shell.
     const bool own = KvcShellOf(XtWindowToWidget(display, event.xfocus.window)) == front;
-    const bool taken = own && Clock::now() - rivalCameUp < ComingUp;
+    const bool taken = own && Clock::now() - rivalCameUp < comingUp;
     if (event.xfocus.mode != NotifyGrab && (event.type == FocusIn ? !own : taken)) claimKeyboard();
 }
 

@@ -5,6 +5,7 @@
 #include <array>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "builder/KviOwners.h"
@@ -17,9 +18,8 @@ namespace {
 // A copy, since it is used after the call that set it.
 std::string extension;
 
-KvuListing walk;
-struct dirent**& kviDirList = walk.entries;
-int& kviDirListNum = walk.count;
+struct dirent** kviDirList = nullptr;
+int kviDirListNum = 0;
 int kviDirListCurrent = 0;
 // Kept apart from `extension`: lists may be filled with other extensions during an iteration.
 std::size_t kviDirListCut = 0;
@@ -30,7 +30,7 @@ void useExtension(const char* ext) {
 }
 
 std::size_t cutFromNames(int keepExt) {
-    return keepExt != 0 ? 0 : extension.size();
+    return keepExt ? 0 : extension.size();
 }
 
 int KvcListFilesSelect(struct dirent* entry) {
@@ -43,6 +43,10 @@ std::string shownName(const struct dirent* entry, std::size_t cut) {
     std::string shown = entry->d_name;
     shown.resize(shown.size() - cut);
     return shown;
+}
+
+void endWalk() {
+    const KvuListing walked(std::exchange(kviDirList, nullptr), std::exchange(kviDirListNum, 0));
 }
 
 void setItems(Widget w, bool isList, XmString* items, int count) {
@@ -59,11 +63,11 @@ std::string withoutSlashes(std::string directory) {
 
 int KvcListFiles(Widget w, const char* dir, const char* ext, int keepExt, int isList,
                  const char* select) {
-    Widget list = isList != 0 ? w : XmSelectionBoxGetChild(w, XmDIALOG_LIST);
+    Widget list = isList ? w : XmSelectionBoxGetChild(w, XmDIALOG_LIST);
     if (list == nullptr) return 0;
     // A selection from another directory does not apply to this one.
     XmListDeselectAllItems(list);
-    setItems(w, isList != 0, nullptr, 0);
+    setItems(w, isList, nullptr, 0);
     useExtension(ext);
     KvuListing files;
     files.count = KvcGetListFiles(dir, &files.entries);
@@ -75,14 +79,14 @@ int KvcListFiles(Widget w, const char* dir, const char* ext, int keepExt, int is
         items.push_back(owners.back().get());
     }
     items.push_back(nullptr);
-    setItems(w, isList != 0, items.data(), files.count);
+    setItems(w, isList, items.data(), files.count);
     if (select != nullptr) XmListSelectItem(list, KviStringOf(select).get(), True);
     return 1;
 }
 
 const char* KvcGetDirectoryList(const char* dir, const char* ext, int keepExt) {
     if (dir != nullptr) {
-        walk.release();
+        endWalk();
         useExtension(ext);
         kviDirListNum = KvcGetListFiles(dir, &kviDirList);
         kviDirListCurrent = 0;
@@ -90,7 +94,7 @@ const char* KvcGetDirectoryList(const char* dir, const char* ext, int keepExt) {
         return nullptr;
     }
     if (kviDirListCurrent >= kviDirListNum) {
-        walk.release();
+        endWalk();
         return nullptr;
     }
     const std::string shown = shownName(kviDirList[kviDirListCurrent++], kviDirListCut);
@@ -117,14 +121,14 @@ int KvcListNamesCB(void* list, const char* item, int select, int position) {
     XmListAddItemUnselected(widget, KviStringOf(item).get(), position);
     int count = 0;
     XtVaGetValues(widget, XmNitemCount, &count, nullptr);
-    if (select != 0) XmListSelectPos(widget, position, False);
+    if (select) XmListSelectPos(widget, position, False);
     return position == 0 ? count : position;
 }
 
 int KvcSelectNamesCB(void* list, const char* item, int select, int) {
     auto* widget = static_cast<Widget>(list);
     const KviXmString string = KviStringOf(item);
-    if (select == 0)
+    if (!select)
         XmListDeselectItem(widget, string.get());
     else if (const int at = XmListItemPos(widget, string.get()); !XmListPosSelected(widget, at))
         XmListSelectItem(widget, string.get(), False);

@@ -10,8 +10,8 @@
 
 namespace {
 
-constexpr char EarlierTexts[] = "(What came before is on the terminal.)";
-constexpr char RestOfText[] = "(The rest is on the terminal.)";
+constexpr const char* earlierTexts = "(What came before is on the terminal.)";
+constexpr const char* restOfText = "(The rest is on the terminal.)";
 
 Widget messagesOver = nullptr;
 bool windowHasComeUp = false;
@@ -119,7 +119,7 @@ std::size_t linesThatFit(const std::string& text) {
 }
 
 std::string oneBelowTheOther(const std::vector<std::string>& texts, std::size_t first) {
-    std::string all = first > 0 ? EarlierTexts : "";
+    std::string all = first > 0 ? earlierTexts : "";
     for (std::size_t i = first; i < texts.size(); ++i) {
         while (all.ends_with('\n')) all.pop_back();
         if (!all.empty()) all += "\n\n";
@@ -145,7 +145,7 @@ void fitToScreen(const std::vector<std::string>& texts) {
     for (std::size_t first = 1; first < texts.size() && countLines(text) > lines; ++first)
         text = wrapped(oneBelowTheOther(texts, first), columns);
     if (countLines(text) > lines)
-        text = firstLines(text, std::max<std::size_t>(lines, 1) - 1) + RestOfText;
+        text = firstLines(text, std::max<std::size_t>(lines, 1) - 1) + restOfText;
     if (text != whole) setMessage(text);
 }
 

@@ -23,15 +23,15 @@ int kvcMessageReturnVal = 0;
 
 namespace {
 
-constexpr KvcSize StandardSize = {400, 200};
-constexpr KvcSize LongQuestionSize = {500, 290};
-constexpr int LongQuestionLines = 5;
+constexpr KvcSize standardSize = {400, 200};
+constexpr KvcSize longQuestionSize = {500, 290};
+constexpr int longQuestionLines = 5;
 
 // Values of kvcMessageReturnVal that are not buttons.
-constexpr int NoAnswer = -1;
-constexpr int Closed = -2;
+constexpr int noAnswer = -1;
+constexpr int closed = -2;
 
-KvcSize smallestSize = StandardSize;
+KvcSize smallestSize = standardSize;
 bool questionOpen = false;
 int lastButton = 0;
 
@@ -75,7 +75,7 @@ void hideBox() {
 }
 
 void closeBox(Widget, XtPointer, XtPointer) {
-    if (questionOpen) kvcMessageReturnVal = Closed;
+    if (questionOpen) kvcMessageReturnVal = closed;
     hideBox();
 }
 
@@ -94,8 +94,8 @@ void closeWithEscape() {
 void makeBox() {
     if (kvcMessageWidget != nullptr) return;
     Widget shell = XtVaCreatePopupShell(
-        "msgPopup", xmDialogShellWidgetClass, kvcTopLevelWidget, XmNwidth, StandardSize.width,
-        XmNheight, StandardSize.height, XmNdeleteResponse, XmDO_NOTHING, nullptr);
+        "msgPopup", xmDialogShellWidgetClass, kvcTopLevelWidget, XmNwidth, standardSize.width,
+        XmNheight, standardSize.height, XmNdeleteResponse, XmDO_NOTHING, nullptr);
     std::array<Arg, 2> arguments;
     XtSetArg(arguments[0], XmNdialogStyle, XmDIALOG_PRIMARY_APPLICATION_MODAL);
     XtSetArg(arguments[1], XmNdefaultPosition, False);
@@ -135,7 +135,7 @@ void discardInput() {
 // Returns false when the message went to standard error.
 bool showMessage(bool error, const std::string& message, int showDialog) {
     makeBox();
-    if (showDialog == 0 || questionOpen) {
+    if (!showDialog || questionOpen) {
         std::fprintf(stderr, "%s\n", message.c_str());
         return false;
     }
@@ -171,8 +171,8 @@ void showQuestion(int n, const char* const* labels, const std::string& message) 
     arguments.apply();
     setButton(XmDIALOG_CANCEL_BUTTON, true);
     setButton(XmDIALOG_HELP_BUTTON, n >= 3);
-    if (std::count(message.begin(), message.end(), '\n') >= LongQuestionLines)
-        smallestSize = LongQuestionSize;
+    if (std::count(message.begin(), message.end(), '\n') >= longQuestionLines)
+        smallestSize = longQuestionSize;
     KvcShowMessageBox({message}, smallestSize);
 }
 
@@ -194,8 +194,8 @@ int waitForAnswer() {
     static Time lastAnswer = 0;
     const KvcInputHold hold;
     Display* display = XtDisplay(kvcMessageWidget);
-    kvcMessageReturnVal = NoAnswer;
-    while (kvcMessageReturnVal == NoAnswer) {
+    kvcMessageReturnVal = noAnswer;
+    while (kvcMessageReturnVal == noAnswer) {
         XEvent event;
         XtAppNextEvent(*kvcAppContext, &event);
         // Ignore the second click of a double click on the previous question.
@@ -207,7 +207,7 @@ int waitForAnswer() {
     lastAnswer = XtLastTimestampProcessed(display);
     // Otherwise the box would stay on the screen if a command follows at once.
     XSync(display, False);
-    return kvcMessageReturnVal == Closed ? -1 : kvcMessageReturnVal;
+    return kvcMessageReturnVal == closed ? -1 : kvcMessageReturnVal;
 }
 
 void waitUntilRead() {

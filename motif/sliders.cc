@@ -57,7 +57,7 @@ void KvcSliderSetValue(Widget scale, Widget text, int value) {
 }
 
 int KvcSliderGetValue(Widget scale, Widget text, int fromScale) {
-    if (fromScale == 0) {
+    if (!fromScale) {
         const int typed =
             nearestInt(static_cast<double>(std::strtol(fieldText(text).c_str(), nullptr, 10)));
         if (scale == nullptr) return typed;
@@ -69,7 +69,7 @@ int KvcSliderGetValue(Widget scale, Widget text, int fromScale) {
 }
 
 void KvcSliderGetFloatValue(Widget scale, Widget text, int factor, int fromScale) {
-    if (fromScale == 0) {
+    if (!fromScale) {
         KvcSliderSetValue(scale, nearestInt(std::atof(fieldText(text).c_str()) * factor));
         return;
     }

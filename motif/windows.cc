@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr std::chrono::seconds LongestWait{2};
+constexpr std::chrono::seconds longestWait{2};
 
 struct Family {
     Window parent = None;
@@ -79,6 +79,6 @@ KvcFrame KvcFrameOf(Widget shell) {
 
 void KvcWaitFor(const std::function<bool()>& isMet) {
     using std::chrono::steady_clock;
-    const auto end = steady_clock::now() + LongestWait;
+    const auto end = steady_clock::now() + longestWait;
     while (!isMet() && steady_clock::now() < end) usleep(1000);
 }

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -257,7 +258,8 @@ int runShell(const char* command) {
 }  // namespace
 
 int system(const char* command) {
-    [[maybe_unused]] static const bool once = (putToolsIntoPath(), true);
+    static std::once_flag prepared;
+    std::call_once(prepared, putToolsIntoPath);
     std::fflush(stdout);
     std::fflush(stderr);
     replaceDeadOutput();

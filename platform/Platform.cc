@@ -40,7 +40,8 @@ bool isTrusted(uid_t user) {
 // A group with no other members, such as "staff", which owns /usr/local on some systems.
 bool isOursAlone(gid_t id) {
     const struct group* const group = getgrgid(id);
-    for (char** name = group != nullptr ? group->gr_mem : nullptr; name && *name; ++name) {
+    for (char** name = group != nullptr ? group->gr_mem : nullptr;
+         name != nullptr && *name != nullptr; ++name) {
         const struct passwd* const user = getpwnam(*name);
         if (user == nullptr || !isTrusted(user->pw_uid)) return false;
     }

@@ -5,7 +5,6 @@ that a user or caller could see are listed in scripts/mutate.same with the reaso
 """
 
 import argparse
-import os
 import pathlib
 import random
 import re
@@ -95,35 +94,39 @@ class Tests:
 
     def builds(self):
         with open(self.copy / "build.log", "w") as log:
-            return subprocess.run(["cmake", "--build", self.build, "-j", str(os.cpu_count())],
+            return subprocess.run(["cmake", "--build", self.build, "-j2"],
                                   stdout=log, stderr=log).returncode == 0
 
-    def pass_all(self, first=None):
-        """Runs the tests of one room first, which most likely notice the fault."""
-        parts = [["-L", f"^{first}$"], ["-LE", f"^{first}$"]] if first else [[]]
-        return all(self.pass_part(part) for part in parts)
+    def failing(self, first, each):
+        """The tests that fail; only some of them unless "each". Those of the room "first", which
+        most likely notice the fault, run first."""
+        failed = []
+        for part in ["-L", "-LE"]:
+            if each or not failed:
+                failed += self.failing_part([part, f"^{first}$"], each)
+        return failed
 
-    def pass_part(self, part):
-        command = ["ctest", "--test-dir", self.build, "-E", "^e2e", "-j4", "--stop-on-failure",
-                   "--timeout", "60", *part]
-        with open(self.copy / "test.log", "w") as log:
+    def failing_part(self, part, each):
+        command = ["ctest", "--test-dir", self.build, "-E", "^e2e", "-j4", "--timeout", "60", *part]
+        if not each:
+            command += ["--stop-on-failure"]
+        log = self.copy / "test.log"
+        with open(log, "w") as out:
             try:
-                return subprocess.run(command, stdout=log, stderr=log, timeout=LIMIT).returncode == 0
+                status = subprocess.run(command, stdout=out, stderr=out, timeout=LIMIT).returncode
             except subprocess.TimeoutExpired:
-                return False
+                return ["(time)"]
+        failed = re.findall(r"^\s+\d+ - (\S+) \((?!Skipped|Not Run)", log.read_text(), re.MULTILINE)
+        return failed if status == 0 or failed else ["(ctest)"]
 
 
-def main():
-    parser = argparse.ArgumentParser(prog="scripts/mutate")
-    parser.add_argument("copy", type=pathlib.Path)
-    parser.add_argument("--count", type=int, default=150)
-    parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--room", action="append", choices=ROOMS)
-    wanted = parser.parse_args()
+def work(wanted):
+    """Makes this worker's share of the faults, prints those that no test notices, and writes what
+    became of each into the file "tally": room, result and the tests that failed."""
     copy, project = wanted.copy, pathlib.Path.cwd()
     tests = Tests(copy)
     tests.configure()
-    if not tests.builds() or not tests.pass_all():
+    if not tests.builds() or tests.failing("", False):
         sys.exit(f"The tests fail without any fault: {copy}/build.log, {copy}/test.log")
     same = same_faults(project)
     faults = []
@@ -133,30 +136,54 @@ def main():
             faults += [(name, *fault) for fault in faults_in(path)
                        if (name, fault[2].strip()) not in same]
     random.Random(wanted.seed).shuffle(faults)
-    made, survivors, tally = 0, [], {}
-    for name, at, rule, faulty in faults:
-        if made == wanted.count:
-            break
-        path = copy / name
-        original = path.read_text()
-        lines = original.split("\n")
-        old, lines[at] = lines[at], faulty
-        path.write_text("\n".join(lines))
-        room = name.split("/")[0]
-        # What does not compile is no fault that could be overlooked.
-        if tests.builds():
-            made += 1
-            overlooked = tests.pass_all(room)
-            killed, total = tally.get(room, (0, 0))
-            tally[room] = (killed + (not overlooked), total + 1)
-            if overlooked:
-                survivors.append((name, at, rule, old, faulty))
-                print(f"{name}:{at + 1}: {rule}\n  - {old.strip()}\n  + {faulty.strip()}", flush=True)
-        path.write_text(original)
-    print()
-    for room, (killed, total) in sorted(tally.items()):
-        print(f"{room:10} {killed:4} of {total:4} noticed")
-    print(f"seed {wanted.seed}: {made - len(survivors)} of {made} noticed")
+    made, share = 0, range(wanted.worker - 1, wanted.count, wanted.workers)
+    with open(copy / "tally", "w") as tally:
+        for name, at, rule, faulty in faults[wanted.worker - 1 :: wanted.workers]:
+            if made == len(share):
+                break
+            path = copy / name
+            original = path.read_text()
+            lines = original.split("\n")
+            old, lines[at] = lines[at], faulty
+            path.write_text("\n".join(lines))
+            room = name.split("/")[0]
+            # What does not compile is no fault that could be overlooked.
+            if tests.builds():
+                made += 1
+                failed = tests.failing(room, wanted.each)
+                print(room, *failed, file=tally, flush=True)
+                if not failed:
+                    print(f"{name}:{at + 1}: {rule}\n  - {old.strip()}\n  + {faulty.strip()}",
+                          flush=True)
+            path.write_text(original)
+
+
+def sum_up(tallies):
+    """Prints the share of noticed faults per room, and what each test noticed that no other did."""
+    faults = [line.split() for tally in tallies for line in tally.read_text().splitlines()]
+    for room in ROOMS:
+        of_room = [failed for at, *failed in faults if at == room]
+        print(f"{room:10} {sum(map(bool, of_room)):4} of {len(of_room):4} noticed")
+    noticed = [failed for _, *failed in faults if failed]
+    print(f"{'all':10} {len(noticed):4} of {len(faults):4} noticed")
+    if any(len(failed) > 1 for failed in noticed):
+        for test in sorted({test for failed in noticed for test in failed}):
+            alone = sum(failed == [test] for failed in noticed)
+            print(f"{sum(test in failed for failed in noticed):4} {alone:4} alone  {test}")
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="scripts/mutate")
+    parser.add_argument("copy", type=pathlib.Path, nargs="?")
+    parser.add_argument("--sum", type=pathlib.Path, nargs="+")
+    parser.add_argument("--worker", type=int)
+    parser.add_argument("--workers", type=int)
+    parser.add_argument("--count", type=int, default=150)
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--room", action="append", choices=ROOMS)
+    parser.add_argument("--each", action="store_true")
+    wanted = parser.parse_args()
+    sum_up(wanted.sum) if wanted.sum else work(wanted)
 
 
 if __name__ == "__main__":

@@ -66,7 +66,7 @@ KvuShellText argumentList(int argc, char** argv) {
 
 KvuShellText terminalCommand(const char* program, const KvuShellText& arguments) {
     const KvuShellText name = KvuShellArgument(program);
-    const bool root = KvmInstallMgr::checkIfRoot() != 0;
+    const bool root = KvmInstallMgr::checkIfRoot();
     const KvuShellText command =
         root ? KvuCommand("./%s -noShell %s", name, arguments)
              : KvuCommand("su root -c './%s -noShell %s'", KvuInSingleQuotes(name),

@@ -67,7 +67,8 @@ static void placeWindow() {
     int y = 0;
     unsigned int width = 0;
     unsigned int height = 0;
-    const int given = geometry ? XParseGeometry(geometry, &x, &y, &width, &height) : NoValue;
+    const int given =
+        geometry != nullptr ? XParseGeometry(geometry, &x, &y, &width, &height) : NoValue;
     if ((given & (XValue | XNegative)) == XValue && (given & (YValue | YNegative)) == YValue)
         placeAt(x, y);
 }

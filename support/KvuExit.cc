@@ -15,7 +15,7 @@ void* KvuExit::_userData = nullptr;
 
 namespace {
 
-constexpr int KvFailureCode = -1;
+constexpr int failureStatus = -1;
 
 volatile std::sig_atomic_t handlersRunning = 0;
 
@@ -79,13 +79,13 @@ void KvuExit::signalSetup() {
 }
 
 void KvuExit::fatalError(const char* s1, const char* s2, const char* s3, const char* s4) {
-    if (_inFatalError != 0) _exit(KvFailureCode);
+    if (_inFatalError != 0) _exit(failureStatus);
     _inFatalError = 1;
     _exitType = KvuExitTypeFatal;
     for (const char* piece : {s1, s2, s3, s4}) {
         if (piece != nullptr) writeError(piece);
     }
-    exit(KvFailureCode);
+    exit(failureStatus);
 }
 
 void KvuExit::exit(int code) {
@@ -106,5 +106,5 @@ void KvuExitCoreDump(int, ...) {
 void KvuExitKilled(...) {
     const InHandler mark;
     KvuExit::_exitType = KvuExitTypeKilled;
-    KvuExit::exit(KvFailureCode);
+    KvuExit::exit(failureStatus);
 }

@@ -23,6 +23,7 @@ using KvuDir = std::unique_ptr<DIR, KvuDirCloser>;
 class KvuListing {
 public:
     KvuListing() = default;
+    KvuListing(struct dirent** list, int number) : entries(list), count(number) {}
     KvuListing(const KvuListing&) = delete;
     KvuListing& operator=(const KvuListing&) = delete;
     ~KvuListing() { release(); }

@@ -17,7 +17,7 @@ KvText KvuString::cstring;
 
 namespace {
 
-constexpr std::size_t KvHelpSize = 65536;
+constexpr std::size_t helpSize = 65536;
 
 struct Freer {
     void operator()(char* memory) const { std::free(memory); }
@@ -68,7 +68,7 @@ KvBool KvuIsANiceChar(char c, const char* set) {
 int KvuString::parseLine(const char* line, char** argv, char comment, int capacity) {
     if (capacity < 1) return 0;
     // An overlong line is cut, as if it had been read into a buffer of this size.
-    (void)KvCopyText(pline, KvOrEmpty(line));
+    static_cast<void>(KvCopyText(pline, KvOrEmpty(line)));
     const int count = tokenise(pline, argv, capacity - 1);
     argv[count] = &pline[KvTextSize - 1];
     *argv[count] = '\0';
@@ -76,13 +76,13 @@ int KvuString::parseLine(const char* line, char** argv, char comment, int capaci
 }
 
 int KvuString::getTextFromFile(std::FILE* fp, char** text) {
-    std::unique_ptr<char, Freer> buffer(static_cast<char*>(std::malloc(KvHelpSize)));
+    std::unique_ptr<char, Freer> buffer(static_cast<char*>(std::malloc(helpSize)));
     if (buffer == nullptr) {
         KvuUtil::userError("can't allocate memory for help message");
         *text = nullptr;
         return 0;
     }
-    const std::size_t count = std::fread(buffer.get(), 1, KvHelpSize - 1, fp);
+    const std::size_t count = std::fread(buffer.get(), 1, helpSize - 1, fp);
     buffer.get()[count] = '\0';
     *text = buffer.release();
     return static_cast<int>(count);
@@ -113,7 +113,7 @@ const char* KvuString::makeNiceFilename(const char* name) {
 }
 
 const char* KvuString::makeNiceName(const char* name, const char* set) {
-    (void)KvCopyText(nice, KvOrEmpty(name));
+    static_cast<void>(KvCopyText(nice, KvOrEmpty(name)));
     for (char* c = nice; *c != '\0'; ++c) {
         if (!KvuIsANiceChar(*c, set)) *c = '_';
     }
@@ -125,7 +125,7 @@ int KvuString::strncasecmp(const char* a, const char* b, int n) {
 }
 
 KvBool KvuString::containsString(const char* s, const char* sub, int caseSensitive) {
-    if (caseSensitive != 0) return std::strstr(s, sub) != nullptr;
+    if (caseSensitive) return std::strstr(s, sub) != nullptr;
     const int length = static_cast<int>(std::strlen(sub));
     for (; *s != '\0'; ++s) {
         if (strncasecmp(s, sub, length) == 0) return 1;
@@ -144,7 +144,7 @@ int KvuString::characterCt(const char* s, char c) {
 
 KvBool KvuString::truncateAtChar(char* s, char c, int first) {
     const std::string_view text = KvOrEmpty(s);
-    const std::size_t place = first != 0 ? text.find(c) : text.rfind(c);
+    const std::size_t place = first ? text.find(c) : text.rfind(c);
     if (place == std::string_view::npos) return 0;
     s[place] = '\0';
     return 1;
@@ -167,6 +167,7 @@ int KvuString::split(const char* s, char c, int n, KvText& before, KvText& after
 const char* KvuString::concatStrings(const char* a, const char* b, const char* c, const char* d) {
     std::string joined;
     for (const char* piece : {a, b, c, d}) joined += KvOrEmpty(piece);
-    (void)KvCopyText(cstring, joined.size() < KvTextSize ? joined : std::string(KvOrEmpty(a)));
+    static_cast<void>(
+        KvCopyText(cstring, joined.size() < KvTextSize ? joined : std::string(KvOrEmpty(a))));
     return cstring;
 }

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr char KvDefaultEditor[] = "jot";
+constexpr const char* defaultEditor = "jot";
 
 int outOfSwapSpace = 0;
 
@@ -31,31 +31,30 @@ void warnOfSwapSpace() {
 }
 
 bool edit(std::string_view editor, std::string_view file) {
-    return succeeds(KvuCommand("%s %s &", editor, file)) != 0;
+    return succeeds(KvuCommand("%s %s &", editor, file));
 }
 
 }  // namespace
 
 int KvuSystem::system(const char* command, int force) {
-    if (outOfSwapSpace != 0 && force == 0) return -1;
+    if (outOfSwapSpace && !force) return -1;
     const int status = platform::system(command);
     if (status != -1 || errno != EAGAIN) return status;
     warnOfSwapSpace();
     outOfSwapSpace = 1;
-    return force != 0 ? -1 : 0;
+    return force ? -1 : 0;
 }
 
 KvBool KvuSystem::compress(const char* path, int useGzip) {
     const std::string_view file = path;
-    return succeeds(useGzip != 0 ? KvuCommand("gzip     %s", file)
-                                 : KvuCommand("compress %s", file));
+    return succeeds(useGzip ? KvuCommand("gzip     %s", file) : KvuCommand("compress %s", file));
 }
 
 KvBool KvuSystem::uncompress(const char* path, const char* outDir, KvText& outPath) {
     outPath[0] = '\0';
-    if (isCompressed(path) == 0) return 1;
+    if (!isCompressed(path)) return 1;
     KvText name;
-    if (KvuString::basename(path, name) == 0) return 0;
+    if (!KvuString::basename(path, name)) return 0;
     const std::string folder = outDir != nullptr ? outDir : dirname(path);
     const std::string_view archive = path;
     std::string result = folder + "/" + name;
@@ -69,11 +68,11 @@ KvBool KvuSystem::uncompress(const char* path, const char* outDir, KvText& outPa
 KvBool KvuSystem::editFile(const char* file, const char* editorName) {
     const std::string_view chosen = editorName != nullptr ? editorName : editor();
     if (edit(chosen, file)) return 1;
-    return chosen != KvDefaultEditor && edit(KvDefaultEditor, file);
+    return chosen != defaultEditor && edit(defaultEditor, file);
 }
 
 const char* KvuSystem::editor() {
-    return KvDefaultEditor;
+    return defaultEditor;
 }
 
 int KvuSystem::mail(const char* subject, const char* address, const char* file) {

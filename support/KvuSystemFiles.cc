@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr mode_t KvDirectoryMode = 06755;
+constexpr mode_t directoryMode = 06755;
 
 const char* listDirectorySelectExtn = nullptr;
 
@@ -83,10 +83,10 @@ bool removeAt(int folder, const char* name, bool recursive) {
 }
 
 bool makeIfMissing(const std::string& path) {
-    if (KvuSystem::fileExists(nullptr, path.c_str(), 0) != 0) return true;
-    if (mkdir(path.c_str(), KvDirectoryMode) == 0) return true;
+    if (KvuSystem::fileExists(nullptr, path.c_str(), 0)) return true;
+    if (mkdir(path.c_str(), directoryMode) == 0) return true;
     // It may exist all the same, in a directory that we may search but not read.
-    return KvuSystem::isADirectory(path.c_str()) != 0;
+    return KvuSystem::isADirectory(path.c_str());
 }
 
 bool opens(const char* path, int flags) {
@@ -95,11 +95,11 @@ bool opens(const char* path, int flags) {
 }
 
 std::string getToPathFull(const char* from, const char* to) {
-    const bool into = KvuSystem::isADirectory(from) == 0 && KvuSystem::isADirectory(to) != 0 &&
-                      KvuSystem::fileExists(nullptr, to, 0) != 0;
+    const bool into = !KvuSystem::isADirectory(from) && KvuSystem::isADirectory(to) &&
+                      KvuSystem::fileExists(nullptr, to, 0);
     if (!into) return to;
     KvText name;
-    if (KvuString::basename(from, name) == 0) return {};
+    if (!KvuString::basename(from, name)) return {};
     return KvuFormat("%s/%s", to, name);
 }
 
@@ -131,7 +131,7 @@ KvBool KvuSystem::fileExists(const char* directory, const char* name, int nonEmp
         entry = readdir(listing.get());
     } while (entry != nullptr && entryName != entry->d_name);
     if (entry == nullptr) return 0;
-    return nonEmpty == 0 || fileIsEmpty((folder + "/" + entryName).c_str()) == 0;
+    return !nonEmpty || fileIsEmpty((folder + "/" + entryName).c_str()) == 0;
 }
 
 int KvuSystem::fileIsEmpty(const char* path) {
@@ -159,7 +159,7 @@ KvBool KvuSystem::fileIsWritable(const char* path) {
 }
 
 KvBool KvuSystem::isADirectoryRW(const char* dir) {
-    return isADirectory(dir) != 0 && fileIsWritable(KvuFormat("%s/%s", dir, "__TEST__").c_str());
+    return isADirectory(dir) && fileIsWritable(KvuFormat("%s/%s", dir, "__TEST__").c_str());
 }
 
 KvBool KvuSystem::isCompressed(const char* name) {
@@ -169,22 +169,22 @@ KvBool KvuSystem::isCompressed(const char* name) {
 
 KvBool KvuSystem::rm(const char* path, int recursive) {
     const std::string name = withoutTrailingSlashes(path != nullptr ? path : "");
-    return mayBeRemoved(name) && removeAt(AT_FDCWD, name.c_str(), recursive != 0);
+    return mayBeRemoved(name) && removeAt(AT_FDCWD, name.c_str(), recursive);
 }
 
 KvBool KvuSystem::cp(const char* from, const char* to, int recursive) {
     const std::string_view source = from;
     const std::string_view target = to;
-    const bool tree = recursive != 0 && isADirectory(from) != 0;
+    const bool tree = recursive && isADirectory(from);
     const KvuShellText command =
         tree ? KvuCommand("cp -r %s %s", source, target) : KvuCommand("cp %s %s", source, target);
     return system(command.text.c_str(), 1) == 0;
 }
 
 KvBool KvuSystem::mkdir(const char* path) {
-    if (isADirectory(path) != 0) return 1;
+    if (isADirectory(path)) return 1;
     KvText abs;
-    if (getAbsolutePath(path, abs, nullptr) == 0) return 0;
+    if (!getAbsolutePath(path, abs, nullptr)) return 0;
     const std::string full = abs;
     for (std::size_t end = 1; end < full.size();) {
         end = std::min(full.find('/', end + 1), full.size());

@@ -18,7 +18,7 @@
 namespace {
 
 // In place of today's date when ctime's text has no words, so that a date is never empty.
-constexpr char KvNoDate[] = "11-1-95";
+constexpr const char* noDate = "11-1-95";
 
 constexpr std::array<std::string_view, 12> MONTHS = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                      "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
@@ -71,7 +71,7 @@ KvBool KvuSystem::gethostname(KvText& host) {
 KvBool KvuSystem::runningLocally() {
     const char* const display = std::getenv("DISPLAY");
     KvText host;
-    if (display == nullptr || gethostname(host) == 0) return 0;
+    if (display == nullptr || !gethostname(host)) return 0;
     const std::string_view text = display;
     const std::string_view machine = text.substr(0, text.rfind(':'));
     return machine.empty() || machine == host || machine == "localhost";
@@ -96,8 +96,8 @@ KvBool KvuSystem::isLoggedIn(const char* user) {
 void KvuSystem::getDate(KvText& date) {
     Today today;
     const bool known = readToday(today);
-    (void)KvCopyText(date,
-                     known ? KvuFormat("%s-%s-%s", today.month, today.day, today.year) : KvNoDate);
+    static_cast<void>(KvCopyText(
+        date, known ? KvuFormat("%s-%s-%s", today.month, today.day, today.year) : noDate));
 }
 
 int KvuSystem::compareDate(int year, int month, int day) {

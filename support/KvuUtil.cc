@@ -25,9 +25,9 @@ KvText KvuUtil::_productResourceName;
 
 namespace {
 
-constexpr char KvAnswerFile[] = "/usr/tmp/.zarnUserConfirm";
-constexpr char KvConfirmProgram[] = "KvConfirm";
-constexpr int KvConfirmButtons = 3;
+constexpr const char* usualAnswerFile = "/usr/tmp/.zarnUserConfirm";
+constexpr const char* confirmName = "KvConfirm";
+constexpr int mostButtons = 3;
 
 KvText KvMesgIcon = "question";
 const char* const KvConfirmMesg[] = {"Continue"};
@@ -46,8 +46,8 @@ struct Question {
 class AnswerFile {
 public:
     AnswerFile() {
-        if (platform::prepareTemporary(KvAnswerFile)) {
-            path_ = KvAnswerFile;
+        if (platform::prepareTemporary(usualAnswerFile)) {
+            path_ = usualAnswerFile;
             return;
         }
         std::string folder = "/tmp/.zarnUserConfirm.XXXXXX";
@@ -71,7 +71,7 @@ private:
 };
 
 void setMember(KvText& member, const char* text) {
-    (void)KvCopyText(member, KvOrEmpty(text));
+    static_cast<void>(KvCopyText(member, KvOrEmpty(text)));
 }
 
 KvuShellText inDoubleQuotes(const char* text) {
@@ -105,15 +105,15 @@ int getConfirmString(const char* message, KvText& out) {
     }
     if (arguments.size() > room) arguments = arguments.substr(0, markedLength).append(mark);
     const int end = static_cast<int>(arguments.size());
-    (void)KvCopyText(out, arguments + "'");
+    static_cast<void>(KvCopyText(out, arguments + "'"));
     return end;
 }
 
 std::string confirmProgram() {
     const char* const home = std::getenv("ZARNHOME");
     if (home == nullptr) return {};
-    const std::string path = KvuFormat("%s/bin/%s", home, KvConfirmProgram);
-    return KvuSystem::fileExists(nullptr, path.c_str(), 0) != 0 ? path : std::string();
+    const std::string path = KvuFormat("%s/bin/%s", home, confirmName);
+    return KvuSystem::fileExists(nullptr, path.c_str(), 0) ? path : std::string();
 }
 
 // The tab and the blanks before an option are part of KvConfirm's established command line; the
@@ -149,19 +149,19 @@ KvuShellText xconfirmCommand(const Question& question) {
 
 KvuShellText questionCommand(const Question& question) {
     const std::string program = confirmProgram();
-    const bool fits = question.n >= 1 && question.n <= KvConfirmButtons;
+    const bool fits = question.n >= 1 && question.n <= mostButtons;
     if (program.empty() || !fits) return xconfirmCommand(question);
     return confirmCommand(program, question);
 }
 
 int reportNoAnswerFile() {
-    std::fprintf(stderr, "Internal Error: Could not open temporary file %s.", KvAnswerFile);
+    std::fprintf(stderr, "Internal Error: Could not open temporary file %s.", usualAnswerFile);
     std::fflush(stderr);
     return 0;
 }
 
 void removeAnswer(const Question& question) {
-    if (question.answerFile == KvAnswerFile)
+    if (question.answerFile == usualAnswerFile)
         KvuSystem::system("rm -f /usr/tmp/.zarnUserConfirm", 1);
 }
 
