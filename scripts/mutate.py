@@ -147,7 +147,7 @@ def work(wanted):
             old, lines[at] = lines[at], faulty
             path.write_text("\n".join(lines))
             room = name.split("/")[0]
-            # What does not compile is no fault that could be overlooked.
+            # A fault that does not compile can't be overlooked.
             if tests.builds():
                 made += 1
                 failed = tests.failing(room, wanted.each)
