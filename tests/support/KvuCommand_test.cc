@@ -19,8 +19,7 @@ Shell inCsh(const Shell& inner) {
 const char* const words[] = {
     "plain",  "two words", "it's",          "say \"so\"",   "`id -u`", "$(id -u)", "$HOME ${x}",
     "a\\b\\", "a\\!b",     "wow!! !x",      "line\nline",   "",        "~root",    "*?[a-z]{a,b}",
-    "#none",  "\t tab ",   "a;b|c&d>e<f\n", "'' \"\" ' \"", "-n",      "100%s",    "\\n\n!'\"$`\\",
-};
+    "#none",  "\t tab ",   "a;b|c&d>e<f\n", "'' \"\" ' \"", "-n",      "100%s",    "\\n\n!'\"$`\\"};
 
 using KvuCommandTest = ScratchTest;
 
@@ -39,14 +38,16 @@ TEST_F(KvuCommandTest, ShellSeesTheTextItself) {
     const Shell doubled = KvuCommand("sh -c \"%s\"", KvuInDoubleQuotes(plain));
     for (const Shell& command : {plain, inSh(plain), doubled, inCsh(plain), inCsh(inSh(plain))}) {
         writeFile("out", "nothing came");
-        EXPECT_EQ(0, platform::system(command.text.c_str())) << command.text;
-        EXPECT_EQ(expected, contentsOf("out")) << command.text;
+        EXPECT_EQ(platform::system(command.text.c_str()), 0) << command.text;
+        EXPECT_EQ(contentsOf("out"), expected) << command.text;
     }
 }
 
 TEST(KvuCommand, OrdinaryTextGivesTheTemplateItself) {
-    const std::string path = "/usr/local/Zarn_2.0@a%b+c=d:e,f-g" + std::string(5000, 'x');
-    EXPECT_EQ("rm -rf " + path + "/b", KvuCommand("rm -rf %s/%s", path, "b").text);
-    EXPECT_EQ("ls './-r f'", KvuCommand("ls %s", "-r f").text) << "a file is no option";
-    EXPECT_EQ("ls '=1'", KvuCommand("ls %s", "=1").text) << "tcsh has names for folders";
+    const std::string path = "/usr/local/Zarn_2.0@a%b+c=d:e,f-azAZ09g" + std::string(5000, 'x');
+    EXPECT_EQ(KvuCommand("rm -rf %s/%s", path, "b").text, "rm -rf " + path + "/b");
+    EXPECT_EQ(KvuCommand("ls %s", "-r f").text, "ls './-r f'") << "a file is no option";
+    EXPECT_EQ(KvuCommand("ls %s", "=1").text, "ls '=1'") << "tcsh has names for folders";
+    for (const std::string text : {"", "x", "two words"})
+        EXPECT_EQ(KvuFormat("%s", text.c_str()), text);
 }

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 
 using testing::Eq;
 using testing::ExitedWithCode;
@@ -25,8 +26,13 @@ void failAgain(void*, int, int) {
     KvuExit::fatalError("more", nullptr, nullptr, nullptr);
 }
 
+void begin(void (*callback)(void*, int, int)) {
+    std::atexit([] { std::fputs("[bye]", stderr); });
+    KvuExit::initClass(own, callback);
+}
+
 void raiseTwice(int signal) {
-    KvuExit::initClass(own, report);
+    begin(report);
     errno = 0;
     raise(signal);
     std::fprintf(stderr, "errno %d", errno);
@@ -34,8 +40,16 @@ void raiseTwice(int signal) {
 }
 
 void fail(void (*callback)(void*, int, int)) {
-    KvuExit::initClass(own, callback);
-    KvuExit::fatalError("a", nullptr, "b", nullptr);
+    begin(callback);
+    KvuExit::fatalError("a", nullptr, "b", "c");
+    _exit(9);
+}
+
+void raiseAndLeave(int signal, void (*callback)(void*, int, int)) {
+    begin(callback);
+    raise(signal);
+    KvuExit::initClass(own, nullptr);
+    KvuExit::exit(4);
     _exit(9);
 }
 
@@ -49,7 +63,13 @@ TEST(KvuExitDeathTest, HandlerServesOneSignal) {
 }
 
 TEST(KvuExitDeathTest, EndsWithAndWithoutCallback) {
-    EXPECT_EXIT(fail(nullptr), ExitedWithCode(255), Eq("ab"));
-    EXPECT_EXIT(fail(report), ExitedWithCode(9), Eq("ab[own 2 -1]"));
-    EXPECT_EXIT(fail(failAgain), ExitedWithCode(255), Eq("ab"));
+    EXPECT_EXIT(fail(nullptr), ExitedWithCode(255), Eq("abc[bye]"));
+    EXPECT_EXIT(fail(report), ExitedWithCode(9), Eq("abc[own 2 -1]"));
+    EXPECT_EXIT(fail(failAgain), ExitedWithCode(255), Eq("abc"));
+    EXPECT_EXIT((close(STDERR_FILENO), fail(nullptr)), ExitedWithCode(255), Eq(""));
+    // A handler may not run exit functions; after it, the program leaves as usual.
+    for (const int signal : {SIGHUP, SIGSEGV})
+        EXPECT_EXIT(raiseAndLeave(signal, nullptr), ExitedWithCode(255), Eq(""));
+    EXPECT_EXIT(raiseAndLeave(SIGPWR, report), ExitedWithCode(4), Eq("[own 3 -1][bye]"));
+    EXPECT_EXIT((begin(report), KvuExit::exit(7), _exit(8)), ExitedWithCode(8), Eq("[own 0 7]"));
 }
