@@ -194,8 +194,7 @@ void addButtons(Widget box, const std::vector<Button>& buttons) {
         if (button->isDefault || chosen == nullptr) chosen = widget;
     }
     XtVaSetValues(chosen, XmNshowAsDefault, 1, nullptr);
-    XtVaSetValues(box, XmNdefaultButton, chosen, nullptr);
-    XmProcessTraversal(chosen, XmTRAVERSE_CURRENT);
+    XtVaSetValues(box, XmNdefaultButton, chosen, XmNinitialFocus, chosen, nullptr);
 }
 
 Widget createBox(Widget shell, const Request& request) {

@@ -85,16 +85,32 @@ TEST_F(ToolsTest, TheTerminalStaysAfterAFailure) {
 }
 
 TEST_F(ToolsTest, JotOpensTheUsersEditorInAWindow) {
-    EXPECT_EQ("[-title][a b -c][-e][xterm][-n][a b][./-c]",
-              run("export DISPLAY=:0 VISUAL='xterm -n'; jot", "'a b' -c").output);
-    EXPECT_EQ(1, run("unset VISUAL EDITOR; jot", "file").status);
-    EXPECT_EQ(2, run("jot", "").status);
+    EXPECT_EQ(run("export DISPLAY=:0 VISUAL='xterm -n'; jot", "'a b' -c").output,
+              "[-title][a b -c][-e][xterm][-n][a b][./-c]");
+    const std::pair<const char*, const char*> cases[] = {
+        {"unset VISUAL EDITOR; jot file", "1|jot: there is no editor on this system; set EDITOR to yours.\n|"},
+        {"jot", "2|usage: jot file...\n|"},
+        {"unset DISPLAY VISUAL; EDITOR='printf %s.' jot -a b </dev/null", "1|jot: there is neither a display with an xterm nor a terminal.\n|"}};
+    for (const auto& [command, result] : cases) {
+        const Outcome outcome = run(command, "");
+        EXPECT_EQ((Row{outcome.status, outcome.output}), result);
+    }
 }
 
-TEST_F(ToolsTest, XconfirmKnowsTheOptionsOfKvConfirm) {
-    for (const char* words : {"-num 2 -b1 Yes -b2 No -text 'a\nb' -header h", "-t a -b No -B Yes"})
-        EXPECT_TRUE(holds(run("unset DISPLAY; xconfirm", words).output, "display")) << words;
-    EXPECT_EQ(2, run("unset DISPLAY; xconfirm", "-num 0 -b1 Yes").status) << "no button";
+TEST_F(ToolsTest, XconfirmRefusesWrongWords) {
+    const char* const usage =
+        "2|usage: xconfirm [-useslider] [-icon info|error|question] [-header title]\n"
+        "                [-t line]... [-b label]... [-B default-label]\n"
+        "       KvConfirm -num count -b1 label [-b2 label] [-b3 label] -text text\n"
+        "                [-header title]\n"
+        "At least one button must be given.\n|";
+    const char* const words[] = {"", "-t a", "-num 0 -b1 Yes", "-b", "-b Yes -x y", "-b Yes -useslider -t"};
+    for (const char* wrong : words) {
+        const Outcome outcome = run("unset DISPLAY; xconfirm", wrong);
+        EXPECT_EQ((Row{outcome.status, outcome.output}), usage) << wrong;
+    }
+    const Outcome outcome = run("unset DISPLAY; xconfirm", "-useslider -b Yes");
+    EXPECT_EQ((Row{outcome.status, outcome.output}), "1|xconfirm: can't open the display\n|");
 }
 
 }  // namespace
