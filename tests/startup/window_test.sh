@@ -1,73 +1,79 @@
 #!/bin/bash
-# Shows boxes and presses keys. What the boxes draw, their widgets, and what is printed in the end
-# must be as in xconfirm.txt. $1: the build folder.
+# Starts the installer with its options. What it shows and prints must be as in window.txt. $1: the
+# build folder.
 set -eu
-build=$1 question_expected=yes title=box here=$(cd "$(dirname "$0")" && pwd)
+build=$1 question_expected=yes here=$(cd "$(dirname "$0")" && pwd)
 # shellcheck source=scripts/desktop.sh
 . "$here/../../scripts/desktop.sh"
 place=$(mktemp -d)
 trap 'desktop_stop; rm -rf "$place"' EXIT
+chmod 755 "$place"
+cp -R "$build/Zarn_install" "$build/Zarn_tools" "$place"
 cd "$place"
-desktop_start "$place/shots"
-# Defaults that anybody could plant.
-echo "*background: red" >Xconfirm
-export XFILESEARCHPATH=$PWD/%N
+mkdir -p home other suite/Zarn_system/resources shots
+cat >suite/Zarn_system/resources/.Zarn_inst <<END
+# PROGRAM: Zarn-Corvan
+# VERSION: 2.0
+# DATE:    today
+# PATH:    $place/suite
+# HOST:    here
+END
+# The super-user's installations would be real ones.
+user=()
+[ "$(id -u)" != 0 ] || user=(setpriv --reuid=nobody --regid=nogroup --clear-groups)
+[ "$(id -u)" != 0 ] || chown nobody home
+export HOME=$place/home
 
-is_ready() { shown=$(pilot find "$title") && [ "$(xdotool getwindowfocus)" = "$shown" ]; }
-
-begin() {
-    "$build/Zarn_tools/xconfirm" "$@" >"${out:-out}" &
-    wait_for is_ready
+start() {
+    echo "== $*"
+    "${user[@]}" ./Zarn_install -noShell "$@" >printed 2>&1 </dev/null &
+    installer=$!
+    wait_for has_window "$window"
 }
 
-# Presses the key $1, or clicks on the label $1.
+# Prints what the installer said, and ends it with the command $*.
 end() {
+    "$@"
     local status=0
-    case $1 in _*) answer_in "$title" "${1#_}" ;; *) xdotool key "$1" ;; esac
-    wait $! || status=$?
-    echo "[$status $(cat out)]"
+    wait "$installer" || status=$?
+    cat printed
+    echo "[$status]"
 }
 
-# Prints what the box draws; $1 ends it.
-ask() {
-    begin "${@:2}"
-    pilot texts "$title"
-    end "$1"
+# The window's place, its media, its status line, and the message titled $1.
+look() {
+    pilot widgets "$window" | grep -E " (install|kviInstallToggle[A-Za-z]*)$"
+    [ -z "${1:-}" ] || {
+        wait_for has_window "$1"
+        pilot texts "$1"
+    }
+    pilot texts "$window" | grep currently
 }
 
-# Prints the widgets' places.
-widgets() {
-    begin "${@:2}"
-    pilot widgets "$title"
-    end Escape
+all() {
+    desktop_start shots
+    for medium in "" -ftp -cdrom; do
+        start $medium
+        look
+        xprop -name "$window" | grep -E "protocols|DELETE|NAME|Icon" || true
+        # What is closed then is the message that there are no tar files.
+        if [ "$medium" = -ftp ]; then end kill "$installer"; else end xdotool key alt+F4; fi
+    done
+    start -icons "$place/other/Zarn_system"
+    look "$error"
+    end kill "$installer"
+    start -subsystems suite/Zarn_system
+    look
+    end kill "$installer"
+    LC_ALL=C.UTF-8 start -subsystems "$place/other/Zarn_system" -icons "$place/suite/Zarn_system"
+    look "$question"
+    end kill "$installer"
+    desktop_stop
+    desktop_start shots none 640x480x24
+    start -cdrom
+    look
+    end kill "$installer"
+    sed -n "s/=== [-0-9]* [:0-9]*/=== now/p" home/.Zarn_install.log
 }
 
-# Prints a sum of what is seen.
-picture() {
-    begin "$@"
-    pilot texts box >texts
-    import -window "$shown" txt: | md5sum
-    end Escape >texts
-}
-
-boxes() {
-    ask Return -header box -icon info -t one -t "two words" -b No -B Yes -b Other
-    ask alt+F4 -header box -num 3 -text $'a\nb' -b1 One -b2 Two -b3 Three
-    ask Return -header box -num 2 -b1 One -b2 Two -b3 Three
-    ask _Two -header box -b Two -b One
-    ask Escape -header box -t one -b Yes
-    title=xconfirm ask Return -b 1 -b 2 -useslider
-    out=/dev/full ask Return -header box -b No
-    ask Return -header box -B Yes -t "$(seq -s " " 50)" -t "$(printf %081d 0)" -t "" \
-        -t "$(printf %080d 0)" -t "$(seq -s é 28)" -t "$(seq -s é 29)"
-    ask Return -header box -B Yes -text "$(seq 30)"
-    ask Return -header box -B Yes -text "$(seq 31)"
-    widgets -header box -t one -b No -B Yes
-    widgets -header box -text "$(seq 31)" -b Yes
-    for words in "" "-icon info" "-icon error" "-icon question" "-icon none" "-num 1" "-num 2"; do
-        # shellcheck disable=SC2086
-        picture -header box $words -t x -B Yes
-    done | awk '!($1 in n) { n[$1] = ++k } { printf "%d ", n[$1] }'
-}
-
-boxes 2>&1 | diff "$here/xconfirm.txt" -
+all 2>&1 | sed -u "s,$place,PLACE,g" | diff "$here/window.txt" -

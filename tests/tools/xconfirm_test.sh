@@ -46,6 +46,7 @@ widgets() {
 # Prints a sum of what is seen.
 picture() {
     begin "$@"
+    # shellcheck disable=SC2094
     pilot texts box >texts
     import -window "$shown" txt: | md5sum
     end Escape >texts
