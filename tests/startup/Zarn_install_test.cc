@@ -2,17 +2,27 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <X11/Shell.h>
+#include <X11/StringDefs.h>
+
+#include <clocale>
+#include <csignal>
 #include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "startup/ZarnApp.h"
 #include "startup/Zarn_install.h"
+#include "startup/authority.h"
+#include "startup/log.h"
+#include "tests/fixtures/hands.h"
 #include "tests/fixtures/random.h"
 #include "tests/fixtures/scratch.h"
 
 namespace {
+
+using testing::Eq;
+using testing::ExitedWithCode;
 
 // parseArgs, with literal words for a command line.
 int parse(std::vector<std::string> words) {
@@ -39,18 +49,26 @@ TEST(CommandLine, LastOptionWins) {
 }
 
 TEST(CommandLine, RefusesWhatItDoesNotKnow) {
-    const struct {
-        std::vector<std::string> words;
-        const char* says;
-    } cases[] = {
-        {{"zi", "-noShell", "-display", ":0"}, "Usage: zi"},
-        {{"zi", "-NOSHELL"}, "Usage: zi"},
-        {{"zi", "-noShell", "-icons"},
-         "Usage zi \\[-cdrom\\] \\[-ftp\\] \\[-icons <Install location> <Product Id>\\]"},
-        {{"zi", "-noShell", "-icons", "/x/Zarn_system", "PNT"}, "Usage: zi"},
-        {{"zi", "-noShell", "-subsystems", std::string(1024, 'x')}, "too long"},
-    };
-    for (const auto& c : cases) EXPECT_EXIT(parse(c.words), testing::ExitedWithCode(0), c.says);
+    const std::string usage =
+        "Usage: zi [options]\n"
+        "  -cdrom                              read the distribution from the CD-ROM\n"
+        "  -ftp                                read the distribution from tar files beside the "
+        "installer\n"
+        "  -subsystems <.../Zarn_system>       add to or remove from the suite installed there\n"
+        "  -icons      <.../Zarn_system>       install icons for the suite installed there\n"
+        "  -noShell                            run in this terminal, as this user\n";
+    const std::string missing =
+                          "Usage zi [-cdrom] [-ftp] [-icons <Install location> <Product Id>]\n",
+                      tooLong(1024, 'x');
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"zi", "-noShell", "-display", ":0"}, usage},
+        {{"zi", "-NOSHELL"}, usage},
+        {{"zi", "-noShell", "-icons", "/x/Zarn_system", "PNT"}, usage},
+        {{"zi", "-noShell", "-icons"}, missing},
+        {{"zi", "-subsystems"}, missing},
+        {{"zi", "-noShell", "-subsystems", tooLong},
+         "zi: this install location is too long: " + tooLong + "\n"}};
+    for (const auto& [words, says] : cases) EXPECT_EXIT(parse(words), ExitedWithCode(0), Eq(says));
 }
 
 // The launcher in its own folder, with programs that report how they were called.
@@ -69,7 +87,7 @@ TEST_F(Launcher, OpensTheTerminalThatRunsTheProgramAgain) {
         SCOPED_TRACE(root);
         writeProgram("id", root ? "echo root" : "echo ann");
         writeProgram("Zarn_install", "printf '<%s>' \"$0\" \"$@\" >again");
-        EXPECT_EXIT(parse({"Zarn_install", "-ftp"}), testing::ExitedWithCode(0), "");
+        EXPECT_EXIT(parse({"Zarn_install", "-ftp"}), ExitedWithCode(0), "");
         const std::string command = root ? "./Zarn_install -noShell -ftp \n"
                                          : "su root -c './Zarn_install -noShell -ftp '\n";
         const std::string title = root ? "Zarn Installation \n"
@@ -96,22 +114,34 @@ TEST_F(Launcher, AsksForNoPasswordInVain) {
             writeFile(fs::path(path) / tool, "#!/bin/sh\n", tool == missing ? 0644 : 0755);
         setenv("PATH", path.c_str(), 1);
     };
-    const struct {
-        const char* program;
-        std::function<void()> before;
-        const char* says;
-    } cases[] = {
-        {"/elsewhere/Zarn_install", [] {}, "change to the"},
-        {"sub/Zarn_install", [] {}, "change to the"},
-        {"Zarn_install", [] { unsetenv("DISPLAY"); }, "no display; please set"},
-        {"Zarn_install", [] { setenv("DISPLAY", ":987", 1); }, "display \":987\" can't be opened"},
-        {"Zarn_install", [&] { without("xwsh"); }, "\"xwsh\" is missing"},
-        {"Zarn_install", [&] { without("tar"); }, "\"tar\" is missing"},
-        {"./Zarn_install", [&] { without("xterm"); }, "no xterm on this system"},
-    };
-    for (const auto& c : cases) {
-        const auto start = [&] { c.before(), parse({c.program}); };
-        EXPECT_EXIT(start(), testing::ExitedWithCode(0), c.says);
+    const std::string
+        change = ": please change to the directory that holds it, and start it there\n",
+        noDisplay =
+            "Zarn_install: there is no display; please set DISPLAY, or log in with \"ssh -X\"\n";
+    const std::string shut =
+        "Zarn_install: the display \":987\" can't be opened; please check DISPLAY, and that "
+        "XAUTHORITY names a file that lets you use it. For sudo, hand it on as yourself:\n"
+        "  xauth extract - :987 | sudo -H xauth merge -\nIf that hands on nothing, this makes what "
+        "it lacks:\n  xauth generate :987 . trusted timeout 3600\n";
+    const std::string lacks =
+        "\" is missing or can't be run; please copy the folder Zarn_tools of the distribution "
+        "beside this program\n";
+    const std::tuple<const char*, std::function<void()>, std::string> cases[] = {
+        {"/elsewhere/Zarn_install", [] {}, "/elsewhere/Zarn_install" + change},
+        {"sub/Zarn_install", [] {}, "sub/Zarn_install" + change},
+        {"none", [] {}, "none" + change},
+        {"Zarn_install", [] { unsetenv("DISPLAY"); }, noDisplay},
+        {"Zarn_install", [] { setenv("DISPLAY", "", 1); }, noDisplay},
+        {"Zarn_install", [] { setenv("DISPLAY", ":987", 1); }, shut},
+        {"Zarn_install", [&] { without("xwsh"); }, "Zarn_install: \"xwsh" + lacks},
+        {"Zarn_install", [&] { without("xconfirm"); }, "Zarn_install: \"xconfirm" + lacks},
+        {"Zarn_install", [&] { without("jot"); }, "Zarn_install: \"jot" + lacks},
+        {"Zarn_install", [&] { without("tar"); }, "Zarn_install: \"tar" + lacks},
+        {"././Zarn_install", [&] { without("xterm"); },
+         "././Zarn_install: there is no xterm on this system; please install it\n"}};
+    for (const auto& [program, before, says] : cases) {
+        const auto start = [&] { before(), parse({program}); };
+        EXPECT_EXIT(start(), ExitedWithCode(0), Eq(says));
     }
     EXPECT_FALSE(fs::exists("said"));
 }
@@ -127,7 +157,7 @@ TEST_F(Launcher, HandsStrangeWordsOnUnchanged) {
     for (const bool root : {false, true}) {
         writeProgram("id", root ? "echo root" : "echo ann");
         writeProgram("it's $0", "printf '<%s>' \"$@\" >again");
-        EXPECT_EXIT(parse(line), testing::ExitedWithCode(0), "");
+        EXPECT_EXIT(parse(line), ExitedWithCode(0), "");
         EXPECT_EQ(contentsOf("again"), received) << root;
         fs::remove("again");
     }
@@ -144,31 +174,244 @@ TEST_F(Launcher, NamesTheProductWhenThereIsNoSwapSpace) {
         if (becomeOrdinary() && setrlimit(RLIMIT_NPROC, &none) == 0)
             execl("./Zarn_install", "Zarn_install", nullptr);
     };
-    EXPECT_EXIT(launch(), testing::ExitedWithCode(0), "Some Zarn operations may fail");
+    EXPECT_EXIT(launch(), ExitedWithCode(0), "Some Zarn operations may fail");
+}
+
+// A display that admits one user by name, and others with its cookie; and a stand-in for xauth.
+class Authority : public ScratchTest {
+protected:
+    // Runs this test again on such a display.
+    static bool isOnDisplay() {
+        if (std::getenv("ZARN_AGAIN") != nullptr) return true;
+        const std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
+        const Outcome outcome = outcomeOf(
+            "ZARN_AGAIN=yes xvfb-run -a -s '-nolisten tcp -noreset' " +
+            fs::read_symlink("/proc/self/exe").string() + " --gtest_filter=Authority." + name);
+        EXPECT_EQ(outcome.status, 0) << outcome.output;
+        return false;
+    }
+
+    // What becomes of XAUTHORITY for an ordinary user, after the shell has run `before`.
+    std::string handedOn(const std::string& before) {
+        outcomeOf(
+            "rm -rf home other asked; mkdir -m 777 home other; xhost -; for other in "
+            "inet:127.0.0.1 si:localuser:root 'si:localuser:#0'; do xhost \"-$other\"; done; xhost "
+            "+si:localuser:" +
+            user + "; " + before);
+        outcomeOf("[ $(id -u) != 0 ] || chown -R nobody home; chmod 777 .");
+        runInChild([] {
+            ASSERT_TRUE(becomeOrdinary());
+            unsetenv("XAUTHORITY");
+            if (fs::exists("given")) setenv("XAUTHORITY", "given", 1);
+            std::ofstream result("result");
+            {
+                const HandedOnAuthority authority;
+                const char* file = std::getenv("XAUTHORITY");
+                result << authority.refused() << " " << (file != nullptr ? file : "") << " "
+                       << outcomeOf("stat -c %a home/.zarn* other/.zarn* 2>&-").output;
+            }
+            result << outcomeOf("ls -A home other; cat asked 2>&-").output;
+        });
+        std::string result = contentsOf("result");
+        for (std::size_t at = 0; (at = result.find(".zarn.", at)) != result.npos;)
+            result.replace(at + 6, 6, ""), at += 6;
+        for (const std::string& known : {folder, std::string(std::getenv("DISPLAY"))})
+            for (std::size_t at = 0; (at = result.find(known)) != result.npos;)
+                result.replace(at, known.size(), "~");
+        return result;
+    }
+
+    const std::string user = geteuid() == 0 ? "nobody" : outcomeOf("id -un | tr -d '\\n'").output;
+};
+
+TEST_F(Authority, OfADisplayThatKnowsTheUserByName) {
+    if (!isOnDisplay()) return;
+    writeProgram("bin/xauth",
+                 "printf '[%s]' \"$@\" >>asked; [ \"$2\" != nlist ] || exec cat cookie; [ -e "
+                 "refuses ] || echo cookie >\"$3\"; [ ! -e fails ]");
+    setenv("PATH", (folder + "/bin:" + std::getenv("PATH")).c_str(), 1);
+    setenv("HOME", (folder + "/home").c_str(), 1);
+    unsetenv("XDG_RUNTIME_DIR");
+    const std::string
+        none = "home:\n\nother:\n",
+        asks = "[-q][nlist][~]",
+        wants = "[-q][-f][~/home/.zarn./Xauthority][generate][~][.][trusted][timeout][3600]";
+    EXPECT_EQ(handedOn(""), "0 ~/home/.zarn./Xauthority 700\n" + none + asks + wants);
+    EXPECT_EQ(handedOn("touch cookie fails"), "1  " + none + asks + wants);
+    EXPECT_EQ(handedOn("rm fails; touch refuses"), "1  " + none + asks + wants);
+    EXPECT_EQ(handedOn("rm refuses; echo one >cookie"), "0  " + none + asks);
+    for (const char* others : {"rm cookie; xhost +si:localuser:root", "xhost +",
+                               "xhost +inet:127.0.0.1", "xhost '+si:localuser:#0'"})
+        EXPECT_EQ(handedOn(others), "0  " + none) << others;
+    EXPECT_EQ(handedOn("echo >home/.Xauthority; xhost +"),
+              "0 ~/home/.Xauthority home:\n.Xauthority\n\nother:\n");
+    EXPECT_EQ(handedOn("echo >home/.Xauthority; touch given; xhost +"),
+              "0 given home:\n.Xauthority\n\nother:\n");
+    setenv("XDG_RUNTIME_DIR", "/none", 1);
+    EXPECT_EQ(handedOn("rm given"), "0 ~/home/.zarn./Xauthority 700\n" + none + asks + wants);
+    setenv("XDG_RUNTIME_DIR", "/proc", 1);
+    EXPECT_EQ(handedOn("").substr(0, 9), "0 ~/home/") << "/proc is somebody else's";
+    setenv("XDG_RUNTIME_DIR", (folder + "/home").c_str(), 1);
+    setenv("HOME", "/none", 1);
+    EXPECT_EQ(handedOn("").substr(0, 9), "0 ~/home/");
+    unsetenv("XDG_RUNTIME_DIR");
+    unsetenv("HOME");
+    EXPECT_EQ(handedOn(""), "1  " + none + asks);
+}
+
+TEST_F(Authority, OfTheUserWhoCalledSudo) {
+    if (!isOnDisplay()) return;
+    for (const char* name : {"root", "ann", "bea", "cid", "own"}) fs::create_directory(name);
+    fs::copy(std::getenv("XAUTHORITY"), "ann/.Xauthority");
+    writeFile("bea/.Xauthority", "");
+    writeFile("passwd", "root:x:0:0::" + folder +
+                            "/root:/bin/sh\nann:x:1:1::ann:/bin/sh\nbea:x:2:1::bea:/bin/"
+                            "sh\ncid:x:3:1::cid:/bin/sh\n");
+    const char* const cases[][3] = {{"", "ann", "ann/.Xauthority"},
+                                    {"", "bea", ""},
+                                    {"", "cid", ""},
+                                    {"", "dan", ""},
+                                    {"", "", ""},
+                                    {"/none", "ann", "ann/.Xauthority"},
+                                    {"bea/.Xauthority", "ann", "bea/.Xauthority"}};
+    runInPrivateUsr([&] {
+        ASSERT_EQ(outcomeOf("mount --bind passwd /etc/passwd").status, 0);
+        for (const auto& [given, caller, used] : cases) {
+            *given != '\0' ? setenv("XAUTHORITY", given, 1) : unsetenv("XAUTHORITY");
+            *caller != '\0' ? setenv("SUDO_USER", caller, 1) : unsetenv("SUDO_USER");
+            useCallersAuthority();
+            const char* file = std::getenv("XAUTHORITY");
+            EXPECT_STREQ(file != nullptr ? file : "", used) << given << " " << caller;
+            EXPECT_EQ(displayOpens(), std::string(used) == "ann/.Xauthority");
+        }
+        // The log of a super-user whose HOME is another user's, as under sudo.
+        char program[] = "prog", word[] = "a\nb";
+        char* words[] = {program, word, nullptr};
+        const auto start = [&](const char* home) {
+            setenv("HOME", (folder + home).c_str(), 1);
+            testing::internal::CaptureStderr();
+            runInChild([&] {
+                ZarnLogStart(2, words);
+                std::exit(0);
+            });
+            std::string said = testing::internal::GetCapturedStderr();
+            for (const char* place : {"root", "own"}) {
+                const std::string log = contentsOf(std::string(place) + "/.Zarn_install.log");
+                said += "|" + (log.size() > 24 ? log.substr(0, 4) + log.substr(24) : log);
+            }
+            outcomeOf("rm -f */.Zarn_install.log");
+            return said;
+        };
+        const std::string line = "=== prog a?b\n";
+        EXPECT_EQ(start("/own"), "||" + line);
+        EXPECT_EQ(start("/none"), "|" + line + "|");
+        outcomeOf("chmod 777 root");
+        EXPECT_EQ(start("/none"), "prog: there is no log " + folder +
+                                      "/none/.Zarn_install.log: No such file or directory\n||");
+    });
+    setenv("SUDO_USER", "ann", 1);
+    setenv("XAUTHORITY", "/none", 1);
+    runInChild([] {
+        if (geteuid() == 0 && setresuid(nobody, nobody, nobody) != 0) return;
+        useCallersAuthority();
+        EXPECT_STREQ(std::getenv("XAUTHORITY"), "/none") << "another user's choice";
+    });
 }
 
 TEST(Defaults, LieInAFileOfTheirOwnForAMoment) {
-    const std::string name = "Zarn_test_" + std::to_string(getpid());
+    const std::string name = "Zarn_test_" + std::to_string(getpid()),
+                      golden = contentsOf(ZARN_SOURCE_DIR "/tests/startup/app_defaults.txt");
     const fs::path file = "/tmp/" + name;
     ZarnAppInit(name.c_str());
-    const std::string text = contentsOf(file);
-    EXPECT_EQ(text.find("\n! General\n\n*sgiMode:"), 0U);
-    EXPECT_EQ(std::count(text.begin(), text.end(), ':'), 63);
-    EXPECT_TRUE(text.ends_with("\n*install.geometry:                           +80+50\n"));
-    std::string fallbacks;
-    for (char** line = ZarnAppFallbacks(); *line != nullptr; ++line) fallbacks += *line;
-    EXPECT_EQ(std::count(fallbacks.begin(), fallbacks.end(), ':'), 63) << "the same without it";
+    EXPECT_EQ(contentsOf(file), golden);
+    EXPECT_STREQ(appDefaultsFile, file.c_str());
     EXPECT_STREQ(std::getenv("XFILESEARCHPATH"), "/usr/lib/X11/app-defaults/%N:/tmp/%N");
     ZarnAppClose();
     EXPECT_FALSE(fs::exists(file));
+    EXPECT_STREQ(appDefaultsFile, "");
     EXPECT_EQ(std::getenv("XFILESEARCHPATH"), nullptr) << "no child is to look into /tmp";
+    std::string fallbacks, lines;
+    for (char** line = ZarnAppFallbacks(); *line != nullptr; ++line)
+        fallbacks.append(*line).append("\n");
+    std::istringstream text(golden);
+    for (std::string line; std::getline(text, line);)
+        if (line.starts_with('*')) lines += line + "\n";
+    EXPECT_EQ(fallbacks, lines) << "the same without it";
 
-    fs::create_symlink(ZARN_BINARY_DIR "/planted", file);
+    setenv("XFILESEARCHPATH", "own", 1);
+    EXPECT_EXIT((ZarnAppInit(name.c_str()), std::exit(3)), ExitedWithCode(3), "");
+    EXPECT_FALSE(fs::exists(file)) << "a program that ends early leaves it behind";
     ZarnAppInit(name.c_str());
     ZarnAppClose();
+    EXPECT_STREQ(std::getenv("XFILESEARCHPATH"), "own");
+    fs::create_symlink(ZARN_BINARY_DIR "/planted", file);
+    runInChild([&] {
+        ZarnAppInit(name.c_str());
+        EXPECT_STREQ(appDefaultsFile, "");
+        ZarnAppClose();
+        EXPECT_STREQ(std::getenv("XFILESEARCHPATH"), "own");
+    });
     EXPECT_FALSE(fs::exists(ZARN_BINARY_DIR "/planted"));
-    EXPECT_EQ(std::getenv("XFILESEARCHPATH"), nullptr);
     EXPECT_TRUE(fs::remove(file)) << "it was not ours to delete";
+    runInChild([&] {
+        const rlimit most = {1000, 1000};
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &most), 0);
+        std::signal(SIGXFSZ, SIG_IGN);
+        ZarnAppInit(name.c_str());
+        EXPECT_STREQ(appDefaultsFile, "");
+    });
+    EXPECT_FALSE(fs::exists(file)) << "half of it is no good";
+    ZarnAppInit(std::string(1100, 'x').c_str());
+    EXPECT_STREQ(appDefaultsFile, "");
+}
+
+int closings = 0;
+
+TEST(Window, HasTheLogoAndACloseCallback) {
+    XtAppContext app = nullptr;
+    int argc = 0;
+    Widget shell = XtVaAppInitialize(
+        &app, "Zarn_install", nullptr, 0, &argc, nullptr, ZarnAppFallbacks(), XtNwidth, 9,
+        XtNheight, 9, XtNmappedWhenManaged, False, XmNdeleteResponse, XmDO_NOTHING, nullptr);
+    XtRealizeWidget(shell);
+    ZarnAppSetCloseCB(shell,
+                      [](Widget, XtPointer data, XtPointer) { closings += data == nullptr; });
+    Pixmap icon = None;
+    XtVaGetValues(shell, XtNiconPixmap, &icon, nullptr);
+    Display* display = XtDisplay(shell);
+    XImage* image = XGetImage(display, icon, 0, 0, 48, 52, AllPlanes, ZPixmap);
+    std::string rows;
+    for (int y = 3; y < 52; y += 12)
+        for (int x = 0; x < 48; ++x) rows += XGetPixel(image, x, y) != 0 ? '#' : ' ';
+    EXPECT_EQ(rows,
+              "       ######################################   "
+              "                      # # # #  ##########       "
+              "         ## # # #  ########## # # # # #  ##     "
+              "              ############        ###           "
+              "### ####### ####### ######## ####### ####### ###");
+    XDestroyImage(image);
+    askToClose(shell);
+    while (closings == 0 || XtAppPending(app) != 0) XtAppProcessEvent(app, XtIMAll);
+    EXPECT_EQ(closings, 1);
+    // Fonts become font sets in a multibyte locale, and grow with the scale.
+    const auto font = [&] {
+        char* type = nullptr;
+        XrmValue value = {};
+        XrmGetResource(XrmGetDatabase(display), "z.list.fontList", "Z.XmList.FontList", &type,
+                       &value);
+        return std::string(value.addr) + "|";
+    };
+    std::string fonts;
+    XrmDatabase resources = XrmGetDatabase(display);
+    XrmPutLineResource(&resources, "*XmList.other: 9x15");
+    ZarnAppFitFonts(display);
+    fonts += font();
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+    ZarnAppFitFonts(display);
+    fonts += font();
+    EXPECT_EQ(fonts,
+              "-*-helvetica-medium-r-normal-*-14-*-*-*-*-*-iso8859-1|-*-helvetica-medium-r-normal-*"
+              "-14-*-*-*-*-*-iso8859-1:|");
 }
 
 }  // namespace
