@@ -3,8 +3,14 @@
 # build folder.
 set -eu
 build=$1 question_expected=yes here=$(cd "$(dirname "$0")" && pwd)
+project=${here%/tests/*}
+# shellcheck source=scripts/place.sh
+. "$project/scripts/place.sh"
 # shellcheck source=scripts/desktop.sh
-. "$here/../../scripts/desktop.sh"
+. "$project/scripts/desktop.sh"
+# The installer's files in /tmp have fixed names.
+[ -n "${ZARN_ENTERED:-}" ] || [ "$(own_place)" = nothing ] ||
+    TMPDIR=/tmp ZARN_ENTERED=yes enter_private_tmp "$project" "$here/window_test.sh" "$build"
 place=$(mktemp -d)
 trap 'desktop_stop; rm -rf "$place"' EXIT
 chmod 755 "$place"

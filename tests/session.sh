@@ -1,0 +1,52 @@
+#!/bin/bash
+# Runs the commands of the session $1, its lines that begin with "$ " and continue with "> ", in an
+# empty folder. What they print, and their status unless it is 0, must be the lines that follow.
+# $2: the build folder. With --write as $3, writes those lines instead.
+set -u
+session=$(realpath "$1") build=$(cd "$2" && pwd) project=$(cd "$(dirname "$0")/.." && pwd)
+place=$(mktemp -d)
+trap 'rm -rf "$place"' EXIT
+chmod 755 "$place"
+mkdir "$place/home"
+cd "$place/home" || exit
+export HOME=$PWD tools=$build/Zarn_tools LC_ALL=C
+unset XFILESEARCHPATH TAPE TAR_RSH VISUAL EDITOR ZARNHOME SUDO_USER
+
+# Makes a program $1 that runs the lines $2.
+program() {
+    mkdir -p "$(dirname "$1")"
+    printf '#!/bin/sh\n%s\n' "$2" >"$1"
+    chmod 755 "$1"
+}
+
+command=
+finish() {
+    local status=0
+    # shellcheck disable=SC2034 # for the sessions
+    here=$project
+    eval "$command" >"$place/printed" 2>&1 </dev/null || status=$?
+    cat "$place/printed"
+    [ -z "$(tail -c 1 "$place/printed")" ] || echo "\\"
+    [ $status = 0 ] || echo "[$status]"
+    command=
+}
+
+run() {
+    while IFS= read -r line <&3; do
+        case $line in
+        '$ '*)
+            finish
+            command=${line#'$ '}
+            ;;
+        '> '*) command+=$'\n'${line#'> '} ;;
+        '#'* | '') finish ;;
+        *) continue ;;
+        esac
+        printf '%s\n' "$line"
+    done 3<"$session"
+    finish
+}
+
+run 2>&1 | sed -u "s,$place/home,HOME,g; s,$build,BUILD,g" >"$place/session"
+[ "${3:-}" != --write ] || exec cp "$place/session" "$session"
+diff -u "$session" "$place/session"
