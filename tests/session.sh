@@ -32,14 +32,19 @@ finish() {
 }
 
 run() {
+    local last=comment
     while IFS= read -r line <&3; do
         case $line in
         '$ '*)
             finish
-            command=${line#'$ '}
+            command=${line#'$ '} last=command
             ;;
         '> '*) command+=$'\n'${line#'> '} ;;
-        '#'* | '') finish ;;
+        '#'*)
+            finish
+            [ $last = comment ] || echo
+            last=comment
+            ;;
         *) continue ;;
         esac
         printf '%s\n' "$line"
