@@ -1,7 +1,5 @@
 #include "engine/catalogue.h"
 
-#include <dirent.h>
-
 #include <algorithm>
 #include <iterator>
 #include <string_view>
@@ -10,7 +8,7 @@
 #include "engine/extract.h"
 #include "engine/record.h"
 #include "engine/window.h"
-#include "support/KvuOwners.h"
+#include "platform/Files.h"
 #include "ui/KviInstall.h"
 
 Widget textureSub() {
@@ -191,11 +189,11 @@ std::string KvmSubsystemFolder() {
 
 std::set<const KvmInstallSubsystemRow*> KvmRowsIn(const std::string& folder) {
     std::set<const KvmInstallSubsystemRow*> rows;
-    const KvuDir directory(opendir(folder.c_str()));
-    if (!directory) return rows;
-    while (const struct dirent* entry = readdir(directory.get()))
+    const auto names = platform::entriesOf(folder);
+    if (!names) return rows;
+    for (const std::string& name : *names)
         for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
-            if (std::string_view(row.directory) == entry->d_name) rows.insert(&row);
+            if (name == row.directory) rows.insert(&row);
     return rows;
 }
 

@@ -1,8 +1,5 @@
 #include "engine/extract.h"
 
-#include <dirent.h>
-#include <sys/wait.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -13,8 +10,9 @@
 #include "engine/brochure.h"
 #include "engine/command.h"
 #include "engine/window.h"
+#include "platform/Files.h"
 #include "platform/Platform.h"
-#include "support/KvuOwners.h"
+#include "platform/Processes.h"
 
 namespace {
 
@@ -40,17 +38,14 @@ KvuShellText directoryList(const KvmRows& rows) {
 
 KvuShellText baseEntries(const char* from) {
     KvuShellText entries;
-    const KvuDir directory(opendir(from));
-    if (!directory) {
+    const auto names = platform::entriesOf(from);
+    if (!names) {
         KvcUserError("Could not locate Zarn system in:\n", from,
                      "\nPlease re-enter device/distribution path.");
         return entries;
     }
-    while (const struct dirent* entry = readdir(directory.get())) {
-        const std::string_view name = entry->d_name;
-        if (name != kvmSubsystems && name != "." && name != "..")
-            entries = KvuCommand("%s %s/%s", entries, from, name);
-    }
+    for (const std::string& name : *names)
+        if (name != kvmSubsystems) entries = KvuCommand("%s %s/%s", entries, from, name);
     return entries;
 }
 
@@ -108,7 +103,7 @@ KvmExtraction extractPass(const KvmPlan& plan, const char* from, bool finalPass)
                                      ? KvuCommand("tar xvof %s %s", from, files)
                                      : KvuCommand("tar xvof %s %s %s", from, kvmSystem, files);
     const int status = KvuSystem::system(command.text.c_str(), 1);
-    const bool read = status == 0 || (WIFEXITED(status) && WEXITSTATUS(status) == nothingFound);
+    const bool read = status == 0 || platform::exitStatus(status) == nothingFound;
     // With several archives, the product tree may be in a later one.
     const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
     const KvmRows there = KvmWantedIn(plan, extractedFolder(plan));
@@ -227,7 +222,7 @@ bool KvmPlaceExtracted(const KvmPlan& plan) {
     if (KvmInstallMgr::_info.readFrom == KvmCdRom || !KvmHolds(plan.place, kvmSubsystems))
         return true;
     // If the archives had no subsystems, the folder is empty.
-    if (rmdir(extractedFolder(plan).c_str()) == 0) return true;
+    if (platform::removeEmptyDirectory(extractedFolder(plan))) return true;
     bool moved = false;
     if (plan.adding) {
         // A suite that was installed without subsystems has no folder for them yet. If mv fails,

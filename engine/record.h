@@ -3,6 +3,7 @@
 #include <string>
 
 #include "engine/KvmInstallMgr.h"
+#include "platform/Locks.h"
 
 /// The installation record, beyond what KvmInstallMgr offers.
 
@@ -71,7 +72,7 @@ public:
 
 private:
     std::string part_;
-    int file_ = -1;  // locked while it is open
+    platform::LockedFile file_;
     std::string before_;
 };
 
