@@ -146,7 +146,7 @@ bool speaksFor(const std::string& recordFile, const std::string& place, const ch
     if (!isBelieved(recordFile)) return false;
     const std::string path = valueIn(recordFile, "PATH:");
     const std::string tree = KvuFormat("%s/%s", path.c_str(), kvmSystem);
-    // Without an edition and a version it is not one of our records.
+    // A record of ours names an edition and a version.
     if (productNamed(valueIn(recordFile, "PROGRAM:")) == -1 ||
         valueIn(recordFile, "VERSION:").empty())
         return KvmFail(noRecord, recordFile);
@@ -232,7 +232,8 @@ std::string copyIn(const std::string& place) {
     return KvuFormat("%s/%s/resources/%s", place.c_str(), kvmSystem, kvmRecord);
 }
 
-// Replaces a record as a whole: it is never half written.
+// Replaces a record as a whole: it is never half written. The successor is not a ".part", because
+// that would mean an unfinished installation.
 bool replaceRecord(const std::string& path, const std::string& text) {
     const std::string successor = path + ".new";
     const int file = openPart(successor, O_WRONLY | O_CREAT);

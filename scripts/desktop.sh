@@ -78,7 +78,7 @@ wait_for() {
             return 1
         fi
         [ $SECONDS -lt $end ] || {
-            echo "waited in vain for: $*" >&2
+            echo "gave up waiting for: $*" >&2
             return 1
         }
         sleep 0.05
