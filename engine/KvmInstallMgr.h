@@ -6,10 +6,11 @@
 
 #include "support/KvTypes.h"
 
-/// The installation engine. Every operation works on one state, `_info` and the two tables of the
+/// The installation engine. Every operation works on one state, `_info` and the tables of the
 /// catalogue, and on the widgets of the installer's window, which must exist before `start` runs.
-/// Results are 1 for success and 0 for failure or refusal; when an operation returns 0, it has
-/// already told the user why. Texts passed in are only read during the call.
+/// Results are 1 for success and 0 for failure, refusal or the answer "No". After a failure or a
+/// refusal, `install` and `remove` have told the user why. Texts passed in are only read during the
+/// call.
 
 /// A row of the table of optional subsystems.
 struct KvmInstallSubsystemRow {
@@ -106,7 +107,7 @@ public:
     /// "/usr/lib/.Zarn_inst", otherwise ".Zarn_inst" in the home directory. Returns `_isRoot`.
     static int checkIfRoot();
     /// Reads the record into the state and the toggles. Returns 1 when the suite is installed. If
-    /// the record names a location without the suite, it is deleted and the user is told.
+    /// the record names a location without the suite, the record is deleted and the user is told.
     static int getInstallInfo();
     /// Switches to the record inside the installed tree `location` and shows it. If there is none,
     /// or it describes a tree elsewhere, the user is told, and record and state stay the same.
@@ -166,7 +167,7 @@ public:
     // Installation
 
     /// Installs the suite, or adds the marked subsystems to it. Returns 1 when it installed
-    /// something.
+    /// something or changed the edition.
     static int install();
 
     // Removal

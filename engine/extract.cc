@@ -71,7 +71,8 @@ void showBrochure() {
         KvuShellText{title});
 }
 
-// Tells the user what is about to happen and, if `ask`, asks whether to go on.
+// Tells the user what is about to happen. If `ask`, asks whether to go on before subsystems are
+// added.
 bool announce(const KvmPlan& plan, bool ask) {
     KvmStatus("Installing ", plan.adding ? "selected subsystems" : "Zarn system",
               ". This will take a few minutes...\a");
@@ -94,7 +95,7 @@ std::string extractedFolder(const KvmPlan& plan) {
     return KvuFormat("%s/%s", plan.place.c_str(), kvmSubsystems);
 }
 
-// Extracts one archive or tape. Only the last pass asks whether to go on.
+// Extracts one archive or tape. When adding, only the last pass asks whether to go on.
 KvmExtraction extractPass(const KvmPlan& plan, const char* from, bool finalPass) {
     if (!announce(plan, finalPass)) return KvmExtraction::declined;
     const KvuShellText files = sourceList(plan.wanted, "");
@@ -121,8 +122,8 @@ void askToDelete(KvmArchive& archive) {
     if (!archive.unwanted) KvmPackAgain(archive);
 }
 
-// Copies from a CD-ROM are read-only like the originals, so that their owner could neither move nor
-// remove them. Unlike tar, cp also keeps a folder's sticky bit.
+// Copies from a CD-ROM are read-only like the originals: their owner could neither move nor remove
+// them. Unlike tar, cp also keeps a folder's sticky bit.
 void makeWritable(const KvmPlan& plan, const KvmRows& there) {
     if (plan.adding) {
         KvmRun("chmod -R u+w,a-t %s", directoryList(there));
@@ -172,8 +173,9 @@ KvmExtraction KvmExtractFromTape(KvmPlan& plan) {
     return extractPass(plan, plan.source.c_str(), true);
 }
 
-// After a failure the remaining archives are still tried, so that the user learns of every bad one
-// at once. But the installation fails all the same, and nothing more is asked.
+// After a failure, a first installation still tries the remaining archives, so that the user learns
+// of every bad one at once. It fails all the same, and asks nothing more. An archive that can't be
+// uncompressed ends it at once.
 KvmExtraction KvmExtractFromArchives(KvmPlan& plan) {
     KvmExtraction result = KvmExtraction::failed;
     bool failed = false;

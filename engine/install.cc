@@ -228,7 +228,7 @@ bool isAgreedTo(const KvmPlan& plan) {
                                              "\nyet. Make it?") == 0;
 }
 
-// Every refusal comes from here, before anything is changed.
+// The checks before anything is changed. The last step prepares the record.
 bool look(KvmPlan& plan, KvmPreparedRecord& record) {
     plan.complete = isFinishedButForTheRecord(plan);
     return fits(plan) && isSomethingToAdd(plan) && isSafe(plan) && canBeWritten(plan) &&
@@ -328,7 +328,7 @@ void keepArchives(const KvmPlan& plan) {
         KvcUserInfo("The tar files were kept, since the installation is not complete.");
 }
 
-// Whether a failed installation has left nothing in the place.
+// Removes the tree if it is empty. True if no tree is left in the place.
 bool isAsBefore(const KvmPlan& plan) {
     const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
     return platform::removeEmptyDirectory(tree) || !KvmHolds(plan.place, kvmSystem);

@@ -4,8 +4,8 @@
 
 #include "platform/Locks.h"
 
-/// Locks a location against other installers while this object, or at most this process, lives.
-/// A directory that can't be locked is not protected.
+/// Locks a location against other installers until this object is destroyed or the process ends. A
+/// directory that can't be locked is not protected.
 class KvmPlaceLock {
 public:
     explicit KvmPlaceLock(const std::string& place);

@@ -137,7 +137,7 @@ bool speaksFor(const std::string& recordFile, const std::string& place, const ch
     if (!isBelieved(recordFile)) return false;
     const std::string path = valueIn(recordFile, "PATH:");
     const std::string tree = KvuFormat("%s/%s", path.c_str(), kvmSystem);
-    // Without an edition and a version it is not one of our records.
+    // A record of ours names an edition and a version.
     if (productNamed(valueIn(recordFile, "PROGRAM:")) == -1 ||
         valueIn(recordFile, "VERSION:").empty())
         return KvmFail(noRecord, recordFile);
@@ -197,7 +197,8 @@ std::string copyIn(const std::string& place) {
     return KvuFormat("%s/%s/resources/%s", place.c_str(), kvmSystem, kvmRecord);
 }
 
-// Replaces a record as a whole: it is never half written. False, with errno set, on failure.
+// Replaces a record as a whole: it is never half written. The successor is not a ".part", because
+// that would mean an unfinished installation. False, with errno set, on failure.
 [[nodiscard]] bool replaceRecord(const std::string& path, const std::string& text) {
     platform::LockedFile successor;
     if (!successor.openToWrite(path + ".new")) return false;

@@ -24,7 +24,7 @@ bool removeDirectory(const std::string& folder, const char* directory, std::stri
     return removed;
 }
 
-// Anybody who can write there could make the removed names lead anywhere.
+// Anybody who can write there could redirect the names that are removed.
 bool isSafe(const std::string& folder) {
     return KvmOnlySuperUserWrites(folder, "For safety nothing was removed from\n" + folder);
 }
@@ -79,7 +79,8 @@ int KvmInstallMgr::removeAll() {
     KvmPreparedRecord record;
     if (!record.keepOthersOff() || !KvmRecordIsAsSeen()) return 0;
     const std::string tree = KvuFormat("%s/%s", _info.path, kvmSystem);
-    // Without its script the tree would stay, but with its record gone nothing would know of it.
+    // Check now: without its script the tree would stay, and once the record is gone nothing would
+    // name it.
     const std::string script = tree + "/bin/Zarn.install";
     if (!platform::mayUse(script, platform::toRun))
         return KvmFail("Can't remove ", tree, KvmSystemReason(errno));

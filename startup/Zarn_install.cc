@@ -111,14 +111,14 @@ void checkDisplay(const char* program) {
     if (!displayOpens())
         refuse(program,
                KvuFormat("the display \"%s\" can't be opened; please check DISPLAY, and that "
-                         "XAUTHORITY names a file that lets you use it. For sudo, hand it on as "
+                         "XAUTHORITY names a file that lets you use it. For sudo, first run as "
                          "yourself:\n  xauth extract - %s | sudo -H xauth merge -\n"
-                         "If that hands on nothing, this makes what it lacks:\n"
+                         "If that copies nothing, first create a cookie:\n"
                          "  xauth generate %s . trusted timeout 3600",
                          display, display, display));
 }
 
-// Call this once the stand-in programs are in PATH.
+// Call this after the stand-in programs are in PATH.
 void checkPrograms(const char* program) {
     // Look for all of them where xwsh is: tar is in PATH anyway, but that is the system's.
     const std::string tools = folderOf("xwsh");
@@ -137,9 +137,9 @@ void runWithAuthority(const char* program, const KvuShellText& command) {
     const HandedOnAuthority authority;
     if (authority.refused())
         refuse(program,
-               "the display admits you by name, and root not at all, and nothing to hand on could "
-               "be had from it (is xauth installed?); please start the display with an authority "
-               "file, or this program with -noShell, as yourself");
+               "the display admits you by name but does not admit root, and gave no cookie (is "
+               "xauth installed?); please start the display with an authority file, or run this "
+               "program as yourself with -noShell");
     KvuSystem::system(command.text.c_str(), 1);
 }
 

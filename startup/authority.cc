@@ -58,7 +58,7 @@ bool hasCookie(std::string_view display) {
     return succeeds(KvuCommand("xauth -q nlist %s 2>/dev/null | grep -q .", display));
 }
 
-// The first of these is cleaned up by the system itself.
+// XDG_RUNTIME_DIR comes first, because the system cleans it up.
 std::string privateFolder() {
     for (const char* variable : {"XDG_RUNTIME_DIR", "HOME"}) {
         const char* place = std::getenv(variable);
