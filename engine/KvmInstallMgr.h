@@ -12,9 +12,13 @@
 /// refusal, `install` and `remove` have told the user why. Texts passed in are only read during the
 /// call.
 
+/// Stands in every row that the initialiser of a table leaves out. It has no definition and is no
+/// constant, and the tables are constants: a table with such a row does not compile.
+Widget (*kvmRowIsMissing())();
+
 /// A row of the table of optional subsystems.
 struct KvmInstallSubsystemRow {
-    Widget (*getWidget)();  ///< its toggle
+    Widget (*getWidget)() = kvmRowIsMissing();  ///< its toggle
     const char* label;
     const char* directory;  ///< its name inside the folder "subsystems"
     float sizeMB;
@@ -25,10 +29,10 @@ struct KvmInstallSubsystemRow {
 
 /// A row of the table of editions.
 struct KvmInstallProductRow {
-    Widget (*getWidget)();  ///< its toggle
-    const char* code;       ///< three letters
-    const char* program;    ///< name of its start command
-    int mask;               ///< one bit
+    Widget (*getWidget)() = kvmRowIsMissing();  ///< its toggle
+    const char* code;                           ///< three letters
+    const char* program;                        ///< name of its start command
+    int mask;                                   ///< one bit
 };
 
 /// The media, by their index.
@@ -39,11 +43,11 @@ struct KvmPlan;
 
 /// A row of the table of media.
 struct KvmInstallMediumRow {
-    Widget (*getWidget)();                    ///< its toggle
-    const char* option;                       ///< its command-line option; null: none
-    std::string (*defaultText)();             ///< may tell the user why it is empty
-    const char* error;                        ///< what the user is told when extraction fails
-    KvmExtraction (*extract)(KvmPlan& plan);  ///< extracts from it
+    Widget (*getWidget)() = kvmRowIsMissing();  ///< its toggle
+    const char* option;                         ///< its command-line option; null: none
+    std::string (*defaultText)();               ///< may tell the user why it is empty
+    const char* error;                          ///< what the user is told when extraction fails
+    KvmExtraction (*extract)(KvmPlan& plan);    ///< extracts from it
 };
 
 extern KvmInstallSubsystemRow KvmInstallSubsystem[10];
