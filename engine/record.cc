@@ -189,8 +189,8 @@ std::string recordText(const std::string& program, const char* version, const ch
         program.c_str(), version, date, place.c_str(), host);
 }
 
-std::string partOf(const std::string& record) {
-    return record + ".part";
+std::string ownPart() {
+    return own() + ".part";
 }
 
 std::string copyIn(const std::string& place) {
@@ -303,7 +303,7 @@ bool KvmPreparedRecord::canBePrepared() const {
 }
 
 bool KvmPreparedRecord::keepOthersOff() {
-    part_ = partOf(own());
+    part_ = ownPart();
     if (file_.openToWrite(part_) || errno != EWOULDBLOCK) return true;
     return KvmFail(KvmOtherInstaller(file_.holder()), " is at work at this moment.");
 }
@@ -356,7 +356,7 @@ void KvmPreparedRecord::drop() const {
 }
 
 std::string KvmUnfinishedPlace() {
-    const std::string part = partOf(own());
+    const std::string part = ownPart();
     if (!platform::LockedFile().openToRead(part)) return {};
     const std::string place = valueIn(part, "PATH:");
     // A suite whose removal was only announced is still installed while its record exists.
@@ -374,12 +374,12 @@ void KvmUnmarkComplete(const std::string& place) {
 void KvmMarkComplete(const std::string& place) {
     // An archive may have put a link here, to anywhere.
     KvmUnmarkComplete(place);
-    // A tree without the mark counts as unfinished, so nothing is wrong if it can't be written.
-    static_cast<void>(replaceRecord(copyIn(place), contentsOf(partOf(KvmInstallMgr::_infoFile))));
+    // Without the mark the tree only counts as unfinished until the record is copied there.
+    static_cast<void>(replaceRecord(copyIn(place), contentsOf(ownPart())));
 }
 
 bool KvmIsComplete(const std::string& place) {
-    const std::string part = partOf(own());
+    const std::string part = ownPart();
     return !contentsOf(part).empty() && contentsOf(copyIn(place)) == contentsOf(part) &&
            valueIn(part, "PROGRAM:") == KvmInstallMgr::getProductName();
 }
