@@ -76,10 +76,9 @@ bool LockedFile::open(const std::string& path, int flags, int lock) {
         file_ = file;
         return true;
     }
-    const int reason = errno;
     if (taken) holder_ = lockHolder(file);
     close(file);
-    errno = reason;
+    errno = taken ? EWOULDBLOCK : regular ? ESTALE : EINVAL;
     return false;
 }
 

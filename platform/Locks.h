@@ -39,9 +39,9 @@ public:
     LockedFile& operator=(const LockedFile&) = delete;
 
     /// Opens `path` for `write`; a missing file is made, with mode 0600: anybody who can open a
-    /// file can lock it. Call it once. False when `path` is a link or not a regular file, when it
-    /// was renamed just now, when it can't be opened, and, with errno EWOULDBLOCK, when another
-    /// process has locked it.
+    /// file can lock it. Call it once. False, with errno set, when `path` is a link or not a
+    /// regular file, when it was renamed just now, when it can't be opened, and, with errno
+    /// EWOULDBLOCK, when another process has locked it.
     [[nodiscard]] bool openToWrite(const std::string& path);
 
     /// The same for a file that exists, and for reading: any number of readers can lock it.
