@@ -10,7 +10,8 @@
 /// catalogue, and on the widgets of the installer's window, which must exist before `start` runs.
 /// Results are 1 for success and 0 for failure, refusal or the answer "No". After a failure or a
 /// refusal, `install` and `remove` have told the user why. Texts passed in are only read during the
-/// call.
+/// call. `copyInstall`, `getPath`, `getInstallHostname`, `getReadFrom`, `installedInThisSession`,
+/// `runApp` and the lookups by code or program serve the suite's other programs.
 
 /// Stands in every row that the initialiser of a table leaves out. It has no definition and is no
 /// constant, and the tables are constants: a table with such a row does not compile.
