@@ -13,8 +13,9 @@
 /// call. `copyInstall`, `getPath`, `getInstallHostname`, `getReadFrom`, `installedInThisSession`,
 /// `runApp` and the lookups by code or program serve the suite's other programs.
 
-/// Stands in every row that the initialiser of a table leaves out. It has no definition and is no
-/// constant, and the tables are constants: a table with such a row does not compile.
+/// Fills `getWidget` in every row that a table's initialiser leaves out. It has no definition, so
+/// it can't run at compile time, when the tables are initialised: a table with such a row does not
+/// compile.
 Widget (*kvmRowIsMissing())();
 
 /// A row of the table of optional subsystems.

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// Questions and changes where the C++ standard library offers nothing that does exactly this.
+/// File-system queries and changes for which the C++ standard library has no exact equivalent.
 namespace platform {
 
 /// Ways to use a file. To run a directory means to reach what is in it.

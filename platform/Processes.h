@@ -26,8 +26,8 @@ bool isOrdinaryUsers(int process);
 int exitStatus(int status);
 
 /// Answers a question in a child process, so that nothing that the question opens or changes stays
-/// in this one. The answer is false when it takes longer than `seconds` or ends the child, and
-/// `otherwise` when no child can be made or waited for.
+/// in this one. The result is false when the question takes longer than `seconds` or kills the
+/// child, and `otherwise` when no child can be made or waited for.
 bool askInChild(const std::function<bool()>& question, unsigned seconds, bool otherwise);
 
 }  // namespace platform

@@ -1,6 +1,6 @@
-# shellcheck shell=bash disable=SC2034,SC2154 A private desktop: a virtual display with a window
-# manager, and functions that see and operate what is on it. Sourced by scripts that set $build, the
-# build folder.
+# shellcheck shell=bash disable=SC2034,SC2154
+# A private desktop: a virtual display with a window manager, and functions that look at what is on
+# it and operate it. Sourced by scripts that set $build, the build folder.
 
 window="Zarn 2.0 Installation"
 question="Please confirm..."

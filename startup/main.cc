@@ -6,11 +6,11 @@
 //
 // The window (ui/KviInstall) is built from two tables of widgets. Every action starts in a callback
 // (ui/KvcInstall), which reads at most one value and calls one operation of the engine (engine/).
-// The engine has one state, KvmInstallMgr::_info and the tables of the catalogue, and does all work
-// on the disk with shell commands, whose output appears in the terminal. While a command runs, the
-// program waits; before that it draws the status line, and the X server keeps the window drawn.
-// Messages and questions share one box (motif/); a question runs its own event loop. What was
-// installed is recorded in one small file, the installation record.
+// The engine has one state, KvmInstallMgr::_info and the tables of the catalogue, and does most of
+// its work on the disk with shell commands, whose output appears in the terminal. While a command
+// runs, the program waits; before that it draws the status line, and the X server keeps the window
+// drawn. Messages and questions share one box (motif/); a question runs its own event loop. What
+// was installed is recorded in one small file, the installation record.
 //
 // Read KvmInstallMgr::install in engine/install.cc first: everything else leads to it or serves it.
 
