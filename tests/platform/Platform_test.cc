@@ -1,11 +1,14 @@
 #include "platform/Platform.h"
+#include "platform/Files.h"
+#include "platform/Locks.h"
+#include "platform/Processes.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
+#include <cerrno>
 #include <csignal>
 #include <vector>
 
@@ -152,17 +155,99 @@ TEST_F(PlatformTest, WhatOthersMayWriteIsFound) {
     });
 }
 
-TEST_F(PlatformTest, TheHolderOfALockIsKnown) {
-    const int file = open(writeFile("file", "").c_str(), O_RDWR),
-              other = open(writeFile("other", "").c_str(), O_RDWR);
-    EXPECT_EQ((Row{flock(other, LOCK_EX), platform::lockHolder(file), platform::lockHolder(-1),
-                   flock(file, LOCK_EX)}),
+TEST_F(PlatformTest, LocksKeepProcessesApart) {
+    fs::create_directory("directory");
+    fs::create_symlink("record", "link");
+    umask(0);
+    platform::LockedFile file, other;
+    EXPECT_EQ((Row{file.isOpen(), file.isEmpty(), file.write("x"), other.openToRead("record")}),
               "0|0|0|0|");
-    EXPECT_EQ(platform::lockHolder(file), getpid());
+    EXPECT_EQ((Row{file.openToWrite("record"), file.isOpen(), file.isEmpty(),
+                   file.write("a longer text"), file.write("text"), file.isEmpty()}),
+              "1|1|1|1|1|0|");
+    EXPECT_EQ(contentsOf("record"), "text");
+    EXPECT_EQ(fs::status("record").permissions(), fs::perms(0600));
+    const platform::DirectoryLock lock("directory");
+    const int self = getpid();
+    EXPECT_EQ((Row{lock.isTaken(), lock.holder(), platform::DirectoryLock("none").isTaken()}),
+              "0|0|0|");
+    runInChild([&] {
+        platform::LockedFile mine;
+        EXPECT_EQ((Row{mine.openToWrite("record"), errno == EWOULDBLOCK, mine.holder() == self,
+                       mine.isOpen()}),
+                  "0|1|1|0|");
+        EXPECT_EQ((Row{mine.openToRead("record"), errno == EWOULDBLOCK}), "0|1|");
+        EXPECT_EQ((Row{mine.openToWrite("link"), errno == ELOOP, mine.openToRead("directory"),
+                       errno == EINVAL, mine.openToRead("none"), errno == ENOENT}),
+                  "0|1|0|1|0|1|");
+        const platform::DirectoryLock second("directory");
+        EXPECT_EQ((Row{second.isTaken(), second.holder() == self}), "1|1|");
+    });
+    EXPECT_EQ((Row{file.moveTo("none/x"), file.moveTo("moved")}), "0|1|");
+    EXPECT_EQ(contentsOf("moved"), "text");
+    EXPECT_EQ(fs::status("moved").permissions(), fs::perms(0644));
+    EXPECT_EQ((Row{other.openToWrite("record"), other.isEmpty()}), "1|1|");
+    other.remove();
+    EXPECT_FALSE(fs::exists("record"));
     double blocks = 1, size = 2;
     EXPECT_EQ((Row{platform::freeSpace(nullptr, blocks, size),
                    platform::freeSpace("none", blocks, size), blocks, size}),
               "0|0|1|2|");
+}
+
+TEST_F(PlatformTest, FilesAndProcesses) {
+    umask(0);
+    fs::create_directory("directory");
+    fs::create_symlink("directory", "link");
+    writeFile("file", "x", 0444);
+    ASSERT_EQ(mkfifo("pipe", 0666), 0);
+    EXPECT_EQ((Row{platform::isRealDirectory("directory"), platform::isRealDirectory("link"),
+                   platform::isRealDirectory("none")}),
+              "1|0|0|");
+    std::string opened;
+    for (const char* path : {"file", "pipe", "directory", "none"}) {
+        std::FILE* file = platform::openToRead(path);
+        opened += file != nullptr ? "1" : "0";
+        if (file != nullptr) std::fclose(file);
+    }
+    EXPECT_EQ(opened, "1000");
+    EXPECT_EQ(platform::entriesOf(".")->size(), 4U);
+    EXPECT_FALSE(platform::entriesOf("none").has_value());
+    EXPECT_EQ((Row{platform::makeDirectory("new"), platform::makeDirectory("new"), errno == EEXIST,
+                   platform::removeEmptyDirectory("."), platform::removeEmptyDirectory("file"),
+                   platform::makePrivateFile("own"), platform::makePrivateFile("own"),
+                   platform::makePrivateFile("link")}),
+              "1|0|1|0|0|1|0|0|");
+    EXPECT_EQ(fs::status("new").permissions(), fs::perms(0755));
+    EXPECT_EQ(fs::status("own").permissions(), fs::perms(0600));
+    EXPECT_TRUE(platform::removeEmptyDirectory("new") && !fs::exists("new"));
+    const std::string made = platform::makePrivateDirectory("directory", ".x.");
+    EXPECT_TRUE(made.starts_with("directory/.x.") && made.size() == 19) << made;
+    EXPECT_EQ(fs::status(made).permissions(), fs::perms(0700));
+    EXPECT_EQ(platform::makePrivateDirectory("none", "x"), "");
+    fs::permissions(".", fs::perms(0755));
+    runInChild([] {
+        ASSERT_TRUE(becomeOrdinary());
+        using namespace platform;
+        EXPECT_EQ(
+            (Row{mayUse("file", toRead), mayUse("file", toWrite), mayUse("file", toRead | toWrite),
+                 mayUse("file", toRun), mayUse("directory", toRun), mayUse("none", toRead),
+                 isSuperUser(), isOrdinaryUsers(getpid()), isOrdinaryUsers(1)}),
+            "1|0|0|0|1|0|0|1|0|");
+        EXPECT_EQ(makePrivateDirectory("/", "x"), "") << "another user's";
+    });
+    EXPECT_EQ(
+        (Row{platform::exitStatus(3 << 8), platform::exitStatus(9), platform::exitStatus(-1)}),
+        "3|-1|-1|");
+    EXPECT_EQ((Row{platform::homeOf("nobody").value_or("none"),
+                   platform::homeOf("no such user").value_or("none")}),
+              "/nonexistent|none|");
+    EXPECT_EQ(platform::homeOf(platform::User::real), platform::homeOf(platform::User::effective));
+    EXPECT_EQ((Row{platform::askInChild([] { return true; }, 9, false),
+                   platform::askInChild([] { return false; }, 9, true),
+                   platform::askInChild([] { return raise(SIGKILL) == 0; }, 9, true),
+                   platform::askInChild([] { return pause() == -1; }, 1, true)}),
+              "1|0|0|0|");
 }
 
 TEST_F(PlatformTest, ProcessIsFitHoweverItWasStarted) {
@@ -336,7 +421,7 @@ TEST_F(PlatformTest, TheLogIsNobodyElses) {
     fs::permissions("open", fs::perms(01777));
     fs::permissions("wide", fs::perms(0777));
     ASSERT_EQ(mkfifo("fifo", 0600), 0);
-    const char* const notOwn = "it is no file of one's own";
+    const char* const notOwn = "it is not an ordinary file of this user";
     std::vector<std::pair<std::string, std::string>> cases = {
         {"link", "Too many levels of symbolic links"},
         {"second", notOwn},
