@@ -12,7 +12,7 @@ project=${here%/tests/*}
 [ -n "${ZARN_ENTERED:-}" ] || [ "$(own_place)" = nothing ] ||
     TMPDIR=/tmp ZARN_ENTERED=yes enter_private_tmp "$project" "$here/window_test.sh" "$build"
 place=$(mktemp -d)
-trap 'desktop_stop; rm -rf "$place"' EXIT
+trap 'rm -rf "$place"' EXIT
 chmod 755 "$place"
 cp -R "$build/Zarn_install" "$build/Zarn_tools" "$place"
 cd "$place"
@@ -57,6 +57,7 @@ look() {
 }
 
 all() {
+    trap desktop_stop EXIT
     desktop_start shots
     for medium in "" -ftp -cdrom; do
         start $medium
