@@ -1,51 +1,96 @@
-#include "tests/fixtures/window.h"
+#include "tests/fixtures/installing.h"
 
-#include <Xm/Label.h>
-#include <Xm/List.h>
+#include <Xm/XmAll.h>
 
-#include <sstream>
+#include <string>
+#include <tuple>
+#include <utility>
 
 #include "builder/KviBxUtil.h"
+#include "engine/window.h"
+#include "support/KvuCommand.h"
+#include "tests/fixtures/seen.h"
 #include "ui/KvcInstall.h"
 
 namespace {
 
-class Window : public InstallerWindow {};
+class Window : public Installing {};
 
-TEST_F(Window, HasItsWidgetsInTheirPlaces) {
-    // Name, x, y, width and height; a width of 0 means that of the label, which the engine sets.
-    std::istringstream places(R"(
-        kviInstallSystemMsg 7 8 588 31              kviInstallReadText 27 110 502 37
-        kviInstallReadTextOk 536 112 40 30          frame 28 198 550 30
-        kviInstallLocationText 27 259 502 36        kviInstallLocationTextOk 536 260 42 32
-        kviInstallSubsystemAddedLabel 27 316 130 20 kviInstallSubsystemRemovedLabel 456 316 117 20
-        kviSubsystemTextures 25 340 0 0             kviSubsystemImportXlators 225 340 0 0
-        kviSubsystemMaterials 25 366 0 0            kviSubsystemExportXlators 225 366 0 0
-        kviSubsystemProjects 25 392 0 0             kviSubsystemPhotorealRenderer 225 392 0 0
-        kviSubsystemModels 25 418 0 0               kviSubsystemPictureGallery 225 418 0 0
-        kviSubsystemTranslatorsDev 439 340 0 0      kviSubsystemMiscSource 439 388 0 0
-        kviInstallDiskReq 196 461 100 23            kviInstallDiskAvail 455 461 126 21
-        kviInstallButtonInstall 11 503 100 30       kviInstallButtonRemove 128 503 100 30
-        kviInstallButtonUsers 247 503 114 29        pushButton 513 503 80 30
-        label2 10 12 231 71                        scrolledWindow 60 121 131 112
-        kviInstallIconPath 28 266 202 36           kviInstallIconInstall 23 322 90 33
-        dismiss 140 322 90 33)");
-    const int scale = BxScale(XtDisplay(topLevel));
-    std::string name;
-    int x = 0, y = 0, width = 0, height = 0, count = 0;
-    for (; places >> name >> x >> y >> width >> height; ++count) {
-        SCOPED_TRACE(name);
-        const Widget w = XtNameToWidget(topLevel, ("*" + name).c_str());
-        ASSERT_NE(w, nullptr);
-        Position liveX = 0, liveY = 0;
-        Dimension liveWidth = 0, liveHeight = 0;
-        XtVaGetValues(w, XmNx, &liveX, XmNy, &liveY, XmNwidth, &liveWidth, XmNheight, &liveHeight,
-                      nullptr);
-        EXPECT_TRUE(liveX == x * scale && liveY == y * scale) << liveX << "," << liveY;
-        EXPECT_TRUE(width == 0 || (liveWidth == width * scale && liveHeight == height * scale))
-            << liveWidth << "x" << liveHeight;
+// What each kind of row can set.
+const std::vector<const char*> resources = {XmNborderWidth,
+                                            XmNforeground,
+                                            XmNbackground,
+                                            XmNfontList,
+                                            XmNlabelString,
+                                            XmNalignment,
+                                            XmNrecomputeSize,
+                                            XmNmarginWidth,
+                                            XmNmarginHeight,
+                                            XmNspacing,
+                                            XmNset,
+                                            XmNselectColor,
+                                            XmNfillOnSelect,
+                                            XmNvisibleWhenOff,
+                                            XmNhighlightThickness,
+                                            XmNhighlightColor,
+                                            XmNvalue,
+                                            XmNorientation,
+                                            XmNpacking,
+                                            XmNisHomogeneous,
+                                            XmNscrollingPolicy,
+                                            XmNlistSizePolicy,
+                                            XmNlistMarginWidth,
+                                            XmNscrollBarDisplayPolicy,
+                                            XmNautoUnmanage,
+                                            XmNdefaultPosition,
+                                            XmNresizePolicy,
+                                            XmNdialogTitle,
+                                            XmNiconPixmap,
+                                            XmNactivateCallback,
+                                            XmNvalueChangedCallback,
+                                            XmNbrowseSelectionCallback};
+
+const Procedures procedures = {{KvcInstallToggleRead, "ToggleRead"},
+                               {KvcInstallReadTextOk, "ReadTextOk"},
+                               {KvcInstallReadTextVal, "ReadTextVal"},
+                               {KvcInstallLocationTextOk, "LocationTextOk"},
+                               {KvcInstallLocationTextVal, "LocationTextVal"},
+                               {KvcInstallProduct, "Product"},
+                               {KvcInstallSubsystemOnOff, "SubsystemOnOff"},
+                               {KvcInstallSystemInstall, "SystemInstall"},
+                               {KvcInstallSystemRemove, "SystemRemove"},
+                               {KvcInstallSystemCancel, "SystemCancel"},
+                               {KvcInstallIcon, "Icon"},
+                               {KvcInstallIconOk, "IconOk"},
+                               {KvcInstallIconLocChanged, "IconLocChanged"},
+                               {KvcInstallSelectUser, "SelectUser"},
+                               {KvcInstallIconDismiss, "IconDismiss"}};
+
+// The widget and everything in it, one line each.
+std::string treeOf(Widget w, const std::string& indent = "") {
+    std::string text = indent + XtName(w) + " " + XtClass(w)->core_class.class_name;
+    text += KvuFormat(" %d,%d %dx%d", XtX(w), XtY(w), XtWidth(w), XtHeight(w));
+    if (!XtIsManaged(w)) text += " unmanaged";
+    text += resourcesOf(w, resources, procedures) + "\n";
+    WidgetList children = nullptr;
+    Cardinal count = 0;
+    if (XtIsComposite(w)) XtVaGetValues(w, XmNchildren, &children, XmNnumChildren, &count, nullptr);
+    for (Cardinal i = 0; i < count; ++i) text += treeOf(children[i], indent + "  ");
+    return text;
+}
+
+TEST_F(Window, HasItsWidgets) {
+    // New ones, which the engine has not changed.
+    XtManageChild(CreatekviInstallWidget(topLevel));
+    const Widget shells[] = {XtParent(kviInstallWidget), kviInstallIconShell};
+    expectFile(treeOf(shells[0]) + treeOf(shells[1]),
+               KvuFormat("ui/window_x%d%s.txt", BxScale(XtDisplay(topLevel)),
+                         MB_CUR_MAX > 1 ? "_utf8" : ""));
+    for (const Widget shell : shells) {
+        unsigned char response = XmDESTROY;
+        XtVaGetValues(shell, XmNdeleteResponse, &response, nullptr);
+        EXPECT_EQ(response, XmDO_NOTHING) << XtName(shell);
     }
-    EXPECT_EQ(count, 29) << "the table above can't be read";
 }
 
 // No text may overlap the widget at its right or leave the window, however long the subsystems'
@@ -73,48 +118,134 @@ TEST_F(Window, GivesEveryTextItsRoom) {
     }
 }
 
+void type(Widget field, const char* text, int cursor) {
+    XmTextFieldSetString(field, const_cast<char*>(text));
+    XmTextFieldSetInsertionPosition(field, cursor);
+}
+
+// Both fields with their cursors; "+" stands for what is not confirmed.
+std::string fields() {
+    std::string all;
+    for (const auto& [field, ok] : {std::pair(kviInstallLocationText, kviInstallLocationTextOk),
+                                    std::pair(kviInstallReadText, kviInstallReadTextOk)})
+        all += KvuFormat("%s%s %d ", KviText(XmTextFieldGetString(field)).get(),
+                         XtIsSensitive(ok) ? "+" : "", int(XmTextFieldGetInsertionPosition(field)));
+    return all;
+}
+
 TEST_F(Window, StaysWithTheMediumThatWasSwitchedOn) {
-    const Widget toggles[] = {kviInstallToggleRemoteTape, kviInstallToggleCD, kviInstallToggleTape};
-    const char* const texts[] = {"guest@<REMOTE-MACHINE-NAME>:/dev/tape", "/Zarn_system",
-                                 "/dev/tape"};
-    const int media[] = {1, 3, 0};
-    for (int i = 0; i < 3; ++i) {
-        press(toggles[i]);
-        EXPECT_EQ(KvmInstallMgr::getReadFrom(), media[i]);
-        EXPECT_NE(fieldText(kviInstallReadText).find(texts[i]), std::string::npos);
-        for (const Widget other : toggles)
-            EXPECT_EQ(XmToggleButtonGetState(other), other == toggles[i]) << XtName(other);
+    pack();
+    const std::tuple<Widget, int, std::string> media[] = {
+        {kviInstallToggleRemoteTape, 1, "guest@<REMOTE-MACHINE-NAME>:/dev/tape"},
+        {kviInstallToggleTarFile, 2, " Zarn2.0.tar"},
+        {kviInstallToggleCD, 3, here / "Zarn_system"},
+        {kviInstallToggleTape, 0, "/dev/tape"}};
+    for (const auto& [toggle, medium, text] : media) {
+        press(toggle);
+        EXPECT_EQ(KvmInstallMgr::getReadFrom(), medium);
+        EXPECT_EQ(fieldText(kviInstallReadText), text);
+        for (const auto& other : media)
+            EXPECT_EQ(XmToggleButtonGetState(std::get<Widget>(other)),
+                      std::get<int>(other) == medium);
     }
 }
 
 TEST_F(Window, KeepsTextThatIsNotConfirmed) {
-    const std::string place = here;
-    XmTextFieldSetString(kviInstallLocationText, const_cast<char*>(place.c_str()));
-    press(kviInstallToggleCD);
-    EXPECT_EQ(fieldText(kviInstallLocationText), place);
-    EXPECT_NE(KvmInstallMgr::_info.path, place);
-    XmTextFieldSetString(kviInstallReadText, const_cast<char*>("/dev/other"));
-    XmTextFieldSetInsertionPosition(kviInstallLocationText, 5);
+    type(kviInstallLocationText, "/nowhere", 3);
+    type(kviInstallReadText, "/dev/other", 4);
+    EXPECT_EQ(fields(), "/nowhere+ 3 /dev/other+ 4 ");
+    press(kviInstallToggleRemoteTape);
+    EXPECT_EQ(fields(), "/nowhere+ 3 guest@<REMOTE-MACHINE-NAME>:/dev/tape 0 ");
+    EXPECT_STRNE(KvmInstallMgr::_info.path, "/nowhere");
+    type(kviInstallReadText, "/dev/other", 4);
     press(kviInstallLocationTextOk);
-    EXPECT_EQ(KvmInstallMgr::_info.path, place);
-    EXPECT_FALSE(XtIsSensitive(kviInstallLocationTextOk));
-    EXPECT_EQ(XmTextFieldGetInsertionPosition(kviInstallLocationText), 5);
-    EXPECT_EQ(fieldText(kviInstallReadText), "/dev/other");
-    EXPECT_TRUE(XtIsSensitive(kviInstallReadTextOk));
+    EXPECT_STREQ(KvmInstallMgr::_info.path, "/nowhere");
+    EXPECT_EQ(fields(), "/nowhere 3 /dev/other+ 4 ");
+    press(kviInstallReadTextOk);
+    EXPECT_STREQ(KvmInstallMgr::_info.readText, "/dev/other");
+    EXPECT_EQ(fields(), "/nowhere 3 /dev/other 4 ");
+    type(kviInstallLocationText, "/a blank", 2);
+    press(kviInstallLocationTextOk);
+    EXPECT_EQ(fields(), "/a blank+ 2 /dev/other 4 ");
+    acknowledge();
+    KvcInstallProduct(kviInstallCorvan, nullptr, nullptr);
+    XmToggleButtonSetState(kviInstallPinnet, False, False);
+    XmToggleButtonSetState(kviInstallCorvan, True, False);
+    KvcInstallProduct(kviInstallPinnet, nullptr, nullptr);
+    EXPECT_EQ(KvmInstallMgr::_info.product, 0) << "no edition was switched on";
+    press(kviInstallLustrel);
+    EXPECT_EQ(KvmInstallMgr::_info.product, 2);
+    mark(kviSubsystemModels, false);
+    EXPECT_FALSE(KvmInstallSubsystem[3].selected);
+    mark(kviSubsystemModels, true);
+    EXPECT_TRUE(KvmInstallSubsystem[3].selected);
+}
+
+TEST_F(Window, InstallsAndRemoves) {
+    const auto clickOn = [](Widget button) {
+        Position x = 0, y = 0;
+        XtTranslateCoords(button, 9, 9, &x, &y);
+        return KvuFormat("xdotool mousemove %d %d click 1\n", int{x}, int{y});
+    };
+    pump(topLevel);
+    // Clicks while the program is busy mean nothing.
+    writeProgram(here / "make/Zarn_system/bin/Zarn.install",
+                 clickOn(kviInstallButtonRemove) + "[ \"$1\" != -r ] || rm -rf \"$2\"");
+    script("rm", clickOn(kviInstallButtonInstall) + "exec /bin/rm \"$@\"");
+    pack();
+    keepOnly("models");
+    start("a blank", {});
+    KvmStatus("Not yet");
+    press(kviInstallButtonInstall);
+    EXPECT_EQ(textOf(kviInstallSystemMsg), "Not yet");
+    acknowledge();
+    start("suite", {1});
+    press(kviInstallButtonInstall);
+    EXPECT_EQ(textOf(kviInstallSystemMsg),
+              "Zarn-Pinnet Version 2.0 is currently installed. To reinstall, \"Remove\", then "
+              "\"Install\".");
+    EXPECT_EQ(subsystems(), "models ");
+    type(kviInstallLocationText, "/nowhere", 3);
+    type(kviInstallReadText, "/dev/other", 4);
+    answerWith({0});
+    press(kviInstallButtonRemove);
+    EXPECT_EQ(
+        textOf(kviInstallSystemMsg),
+        "Zarn is currently not installed on this system. Click on \"Install\" when you are ready.");
+    EXPECT_EQ(fields(), "/nowhere+ 3 /dev/other+ 4 ");
+}
+
+// Requests of the window manager to close a window bypass a question's grab.
+TEST_F(Window, StaysWhileAQuestionIsOpen) {
+    std::atexit([] {
+        if (KvcQuestionOpen()) _exit(1);
+    });
+    XtSetSensitive(kviInstallButtonUsers, True);
+    answers.prepare({[] {
+        KvcInstallSystemCancel(nullptr, nullptr, nullptr);
+        KvcInstallIconDismiss(nullptr, nullptr, nullptr);
+        EXPECT_TRUE(XtIsManaged(kviIInstallIcon));
+        return answer(1)();
+    }});
+    press(kviInstallButtonUsers);
+    EXPECT_EXIT(KvcInstallSystemCancel(nullptr, nullptr, nullptr), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(Window, OpensAndClosesTheIconDialogAnyNumberOfTimes) {
     for (int i = 0; i < 4; ++i) {
         SCOPED_TRACE(i);
-        XtSetSensitive(kviInstallButtonUsers, True);
-        answerWith({1});
-        press(kviInstallButtonUsers);
+        // The dialog would cover a message.
+        KvcUserInfo("Read me");
+        answerWith({0, 1});
+        KvcInstallIcon(nullptr, nullptr, nullptr);
         EXPECT_TRUE(XtIsManaged(kviIInstallIcon));
         EXPECT_EQ(textOf(kviInstallIconProductLabel), "Zarn-Pinnet icon location");
-        EXPECT_EQ(textOf(XtNameToWidget(kviIInstallIcon, "label2")),
-                  "Enter a location on your system\nwhere you want the Zarn icon\nlinked (Example "
-                  "\"/usr/local/bin\"), \nand click on \"Install\".");
-        EXPECT_EQ(answers.asked.at(0), "Do you want to install Indigo Magic desktop icons?");
+        EXPECT_EQ(answers.asked,
+                  (std::vector<std::string>{"Read me",
+                                            "Do you want to install Indigo Magic desktop icons?"}));
+        XWindowAttributes shell;
+        XGetWindowAttributes(XtDisplay(topLevel), XtWindow(kviInstallIconShell), &shell);
+        EXPECT_EQ(shell.backing_store, Always);
         if (i % 2 == 0) {
             press(XtNameToWidget(kviIInstallIcon, "dismiss"));
         } else {
