@@ -39,7 +39,8 @@ TEST(CompoundStrings, AreMadeFromTextInAnyLocale) {
         {":::t\"a\":t\"b\"", "(l)a|b|"}, {":::1\"a\":F\"b\":T\"\"\"c\"", "(l)a|b|c"},
         {"::\"a#:b\"x\"c\"", "(l)a#:bx\"c\""}, {"::\"open", "(l)open"},
         {"::\"\xc3\xa9 \xe9\"", "(l)\xc3\xa9 \xe9"}, {":::r\"abc\"\"def\"", "(l)(r)abc(l)def"},
-        {":::t:R\"a\":1:l\"b\"", "(l)(r)a|(l)b|"}, {"::#bold\"x\"", "#bold:(l)x"},
+        {":::t:R\"a\":1:l\"b\":T:L\"c\":0:r\"d\":f:l\"e\":F\"f\"", "(l)(r)a|(l)b|c|(r)d(l)ef"},
+        {":::R\"a\":L\"b\":r\"c\"#t:l\"d\"", "(l)(r)a(l)b(r)c#t:(l)d"}, {":::t:\"a\"", "(l)|a"}, {"::#bold\"x\"", "#bold:(l)x"},
         {"::#\"x\"", "(l)x"}, {":::t#a\\n\"x\"", "#a\\n:(l)x|"}, {"::\"a\\\"b\"", "(l)a\"b"},
         {"::\"a\\\\\"", "(l)a\\"}, {"::a\\", "(l)a\\"}, {"::\"\\n\\t\\r\\f\\v\\q\"", "(l)\n\t\r\f\vq"},
         // malformed: a segment without text adds none, and the rest is parsed
