@@ -2,14 +2,17 @@
 
 #include <Xm/XmAll.h>
 
+#include <algorithm>
 #include <clocale>
 #include <string>
 #include <tuple>
 
 #include "builder/KviOwners.h"
 #include "motif/KvcUtil.h"
+#include "support/KvuCommand.h"
 #include "tests/fixtures/display.h"
 #include "tests/fixtures/hands.h"
+#include "tests/fixtures/seen.h"
 
 namespace {
 
@@ -26,10 +29,16 @@ std::string pressEscape() {
     return "";
 }
 
-std::string text(const char* resource) {
-    XmString string = nullptr;
-    XtVaGetValues(kvcMessageWidget, resource, &string, nullptr);
-    return written(KviXmString(string).get());
+// The box as the user sees it.
+std::string look() {
+    if (!XtIsManaged(kvcMessageWidget)) return "no box";
+    std::string all = resourcesOf(
+        kvcMessageWidget, {XmNdialogTitle, XmNdialogType, XmNwidth, XmNheight, XmNmessageString});
+    for (const int child : {XmDIALOG_OK_BUTTON, XmDIALOG_CANCEL_BUTTON, XmDIALOG_HELP_BUTTON})
+        if (const Widget button = XmMessageBoxGetChild(kvcMessageWidget, child);
+            XtIsManaged(button))
+            all += resourcesOf(button, {XmNlabelString});
+    return all;
 }
 
 Widget shown(const std::string& message) {
@@ -74,33 +83,54 @@ protected:
     int presses = 0;
 };
 
-TEST_F(Messages, AreShownWholeAndLiterally) {
-    const std::string many(90, 'x');
-    EXPECT_EQ(KvcUserInfo("::\"a\\b\"\n", nullptr, (many + "\n" + many).c_str(), "c"), 1);
-    EXPECT_EQ(text(XmNmessageString), "(l)::\"a\\b\"|" + many + "|" + many + "c");
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(KvcUserError("c", "d", "e", "f", 0), 1);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "cdef\n");
-    EXPECT_EQ(KvcUserError("sorry"), 0);
-    EXPECT_EQ(text(XmNdialogTitle) + text(XmNokLabelString), "(l)Oooops... Sorry!(l)Ok");
-}
-
-TEST_F(Messages, AreAnsweredByButtonsAndByClosing) {
-    const std::string closed = "none, the question was closed";
-    const std::tuple<int, Step, int, std::string> cases[] = {{2, answer(0), 0, "Yes"},
-                                                             {2, answer(1), 1, "No"},
-                                                             {3, answer(2), 2, "Perhaps"},
-                                                             {3, closeBox, -1, closed},
-                                                             {2, pressEscape, -1, closed}};
-    for (const auto& [buttons, act, chosen, printed] : cases) {
+TEST_F(Messages, LookAndAnswer) {
+    std::string log, during;
+    const auto note = [&](const char* what, const std::function<int()>& act) {
         testing::internal::CaptureStdout();
-        EXPECT_EQ(ask(buttons, "Sure?", act), chosen);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(),
-                  "\nQuestion: Sure?\nAnswer: " + printed + "\n");
-        const Widget third = XmMessageBoxGetChild(kvcMessageWidget, XmDIALOG_HELP_BUTTON);
-        EXPECT_EQ(XtIsManaged(third), buttons == 3) << chosen;
-        EXPECT_FALSE(XtIsManaged(kvcMessageWidget) || KvcQuestionOpen()) << chosen;
-    }
+        testing::internal::CaptureStderr();
+        during = "";
+        const int result = act();
+        const std::string out = testing::internal::GetCapturedStdout();
+        const std::string err = testing::internal::GetCapturedStderr();
+        log += KvuFormat("-- %s: %d\n%s%s%s\n", what, result, out.c_str(), err.c_str(),
+                         during.empty() ? look().c_str() : during.c_str());
+    };
+    const auto asking = [&](int n, const char* text, const Step& act) {
+        return ask(n, text, [&, act] { return during = look(), act(); });
+    };
+    const auto close = [] { return XtUnmanageChild(kvcMessageWidget), 0; };
+    const std::string many(50, 'x');
+    kvcTopLevelWidget = nullptr;
+    note("too early", [] { return KvcUserInfo("a"); });
+    note("too early", [] { return KvcUserError("a"); });
+    note("too early", [] { return KvcUserConfirm(2, Labels, "a"); });
+    note("too early", [] { return KvcDropInput(), KvcQuestionOpen(); });
+    kvcTopLevelWidget = testShell();
+    note("information",
+         [&] { return KvcUserInfo("::\"a\\b\"\n", nullptr, (many + "\n" + many).c_str(), "c"); });
+    note("second", [] { return KvcUserInfo("two\n\n"); });
+    note("third", [] { return KvcUserError("three"); });
+    note("fourth", [] { return KvcUserInfo("four"); });
+    note("closed", close);
+    note("alone", [] { return KvcUserInfo("five"); });
+    note("closed", close);
+    note("no dialog", [] { return KvcUserInfo("a", "b", "c", "d", 0); });
+    note("no dialog", [] { return KvcUserError("a", "b", "c", "d", 0); });
+    note("error", [] { return KvcUserError("Error: a"); });
+    note("closed", close);
+    note("no", [&] { return asking(3, "one\n\n\n\nfive", answer(1)); });
+    note("perhaps", [&] { return asking(3, "Sure?", answer(2)); });
+    note("after three buttons", [] { return KvcUserInfo("a"); });
+    note("closed", close);
+    note("yes", [&] { return asking(2, "Sure?", answer(0)); });
+    note("closed", [&] { return asking(3, "Sure?", closeBox); });
+    note("escaped", [&] { return asking(2, "Sure?", pressEscape); });
+    note("long", [&] { return asking(2, "one\n\n\n\n\nsix", answer(0)); });
+    note("after a long one", [] { return KvcUserInfo("a"); });
+    answers.prepare({answer(0), answer(1)});
+    note("reads first", [&] { return KvcUserConfirm(2, Labels, "Sure?"); });
+    EXPECT_EQ(answers.asked, (std::vector<std::string>{"a", "Sure?"}));
+    expectFile(log, "motif/messages.txt");
 }
 
 TEST_F(Messages, HoldBackEverythingElseWhileAsking) {
@@ -127,27 +157,34 @@ TEST_F(Messages, HoldBackEverythingElseWhileAsking) {
     const auto interrupt = [] {
         EXPECT_EQ(KvcUserConfirm(2, Labels, "Second?"), -1);
         EXPECT_EQ(KvcUserError("failed"), 1);
-        return answer(0)();
+        // The help key acts as the third button, which this question does not have.
+        KvcConfirmCB(kvcMessageWidget, reinterpret_cast<XtPointer>(2), nullptr);
+        KvcWaitUntilRead();
+        KvcDropInput();
+        EXPECT_TRUE(KvcQuestionOpen());
+        EXPECT_EQ(message(), "First?");
+        return answer(1)();
     };
-    EXPECT_EQ(ask(2, "First?", interrupt), 0);
-    EXPECT_EQ(text(XmNmessageString), "(l)First?");
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("failed\n"), std::string::npos);
-}
+    EXPECT_EQ(ask(2, "First?", interrupt), 1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Not asked, another question is open: Second?\nfailed\n");
 
-TEST_F(Messages, StandTogetherUntilTheyAreRead) {
-    testing::internal::CaptureStdout();
-    KvcUserInfo("one\n");
-    KvcUserError("two");
-    KvcUserInfo("three");
-    EXPECT_EQ(text(XmNdialogTitle), "(l)Oooops... Sorry!");
-    answers.prepare({answer(0), answer(1)});
-    EXPECT_EQ(KvcUserConfirm(2, Labels, "Sure?"), 1);
-    EXPECT_EQ(answers.asked, (std::vector<std::string>{"one\n\ntwo\n\nthree", "Sure?"}));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "\nInformation: one\n\n\nError: two\n\nInformation: three\n"
-              "\nQuestion: Sure?\nAnswer: No\n");
-    KvcUserInfo("four");
-    EXPECT_EQ(text(XmNdialogTitle) + message(), "(l)For your information...four");
+    // The second click of a double click on this question does not answer the next one.
+    Display* display = XtDisplay(window);
+    int clicks = 0;
+    const auto clickTwiceSlowly = [&] {
+        if (clicks == 1) XtSetMultiClickTime(display, 0);
+        const std::string problem = answer(clicks)();
+        return problem.empty() && ++clicks == 1 ? "ignored" : problem;
+    };
+    XtSetMultiClickTime(display, 60000);
+    EXPECT_EQ(ask(2, "Sure?", clickTwiceSlowly), 1);
+
+    EXPECT_EQ(click(button), "");
+    KvcDropInput();
+    pump(window);
+    EXPECT_EQ(presses, 1) << "nobody could know what the window would show now";
+    KvcWaitUntilRead();
 }
 
 // Shows the message and waits until it is there with its size, which a window manager may set a
@@ -192,6 +229,98 @@ TEST_F(Messages, AreOverTheWindowAndOnTheScreen) {
         EXPECT_LE(box.y + box.height, HeightOfScreen(box.screen)) << one;
         EXPECT_TRUE(message().starts_with(begin) && message().ends_with(end)) << message();
     }
+}
+
+// Whether the box has the keyboard and is above that window.
+bool isInFront(Window other) {
+    const Widget shell = XtParent(kvcMessageWidget);
+    Display* display = XtDisplay(shell);
+    Window focus = None, root = DefaultRootWindow(display), parent = None, *all = nullptr;
+    int revert = 0;
+    unsigned count = 0;
+    const auto frameOf = [&](Window window) {
+        for (Window at = window; at != root; at = parent) {
+            window = at;
+            XQueryTree(display, at, &root, &parent, &all, &count);
+            XFree(all);
+        }
+        return window;
+    };
+    XGetInputFocus(display, &focus, &revert);
+    const Window frames[] = {frameOf(other), frameOf(XtWindow(shell))};
+    XQueryTree(display, root, &root, &parent, &all, &count);
+    const bool above = std::find_first_of(all, all + count, frames, frames + 2)[0] == frames[0];
+    XFree(all);
+    return focus == XtWindow(shell) && above;
+}
+
+TEST_F(Messages, StayInFrontOfTheirProgram) {
+    XtManageChild(window);
+    const Widget box = shown("Done."), other = XtParent(window);
+    ASSERT_TRUE(pumpUntil(box, [&] { return isInFront(XtWindow(other)); }));
+    Display* display = XtDisplay(box);
+    // Only the one window of another program that this program starts is kept below.
+    Display* others = XOpenDisplay(nullptr);
+    for (const char* title : {"other", "rival"}) {
+        KvcKeepBelowMessages("rival");
+        const Window foreign =
+            XCreateSimpleWindow(others, DefaultRootWindow(others), 0, 0, 300, 300, 0, 0, 0);
+        XStoreName(others, foreign, title);
+        XMapWindow(others, foreign);
+        XSync(others, False);
+        const bool kept = std::string(title) == "rival";
+        usleep(300000);
+        EXPECT_TRUE(pumpUntil(box, [&] { return isInFront(foreign) == kept; })) << title;
+        XDestroyWindow(others, foreign);
+        XSync(others, False);
+        KvcUserInfo("Done.");
+    }
+    XCloseDisplay(others);
+
+    const Widget late = XmCreateBulletinBoardDialog(testShell(), const_cast<char*>("late"), {}, 0);
+    XtVaSetValues(late, XmNwidth, 300, XmNheight, 300, nullptr);
+    XtManageChild(late);
+    EXPECT_TRUE(
+        pumpUntil(box, [&] { return isViewable(late) && isInFront(XtWindow(XtParent(late))); }));
+    XSetInputFocus(display, XtWindow(other), RevertToParent, CurrentTime);
+    EXPECT_TRUE(pumpUntil(box, [&] { return isInFront(XtWindow(other)); }));
+
+    XtUnmanageChild(kvcMessageWidget);
+    shown("Done.");
+    // It does not fight forever.
+    int won = 0;
+    for (int i = 0; i < 20; ++i) {
+        XSetInputFocus(display, XtWindow(other), RevertToParent, CurrentTime);
+        pump(box);
+        won += isInFront(XtWindow(other));
+    }
+    EXPECT_TRUE(won >= 5 && won <= 10) << won;
+}
+
+TEST_F(Messages, ReturnWithTheirWindow) {
+    XtManageChild(window);
+    const Widget shell = XtParent(window), box = XtParent(kvcMessageWidget);
+    Display* display = XtDisplay(shell);
+    ASSERT_TRUE(pumpUntil(shell, [&] { return isViewable(shell); }));
+    const auto iconify = [&] {
+        XIconifyWindow(display, XtWindow(shell), DefaultScreen(display));
+        EXPECT_TRUE(pumpUntil(shell, [&] { return !isViewable(shell) && !isViewable(box); }));
+    };
+    shown("Done.");
+    iconify();
+    const auto iconifyAndReturn = [&, done = false]() mutable -> std::string {
+        if (!std::exchange(done, true)) {
+            iconify();
+            XMapWindow(display, XtWindow(shell));
+        }
+        return answer(1)();
+    };
+    answers.prepare({answer(0), iconifyAndReturn});
+    EXPECT_EQ(KvcUserConfirm(2, Labels, "Sure?"), 1);
+    EXPECT_TRUE(isViewable(shell));
+    XWindowAttributes attributes;
+    XGetWindowAttributes(display, XtWindow(box), &attributes);
+    EXPECT_EQ(attributes.backing_store, Always);
 }
 
 // Another program's menu is often gone before its map event is handled.
