@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <clocale>
+#include <map>
 #include <string>
 #include <tuple>
 
 #include "builder/KviOwners.h"
 #include "motif/KvcUtil.h"
-#include "support/KvuCommand.h"
 #include "tests/fixtures/display.h"
 #include "tests/fixtures/hands.h"
 #include "tests/fixtures/seen.h"
@@ -32,12 +32,12 @@ std::string pressEscape() {
 // The box as the user sees it.
 std::string look() {
     if (!XtIsManaged(kvcMessageWidget)) return "no box";
-    std::string all = resourcesOf(
-        kvcMessageWidget, {XmNdialogTitle, XmNdialogType, XmNwidth, XmNheight, XmNmessageString});
+    std::string all =
+        resourcesOf(kvcMessageWidget, "dialogTitle dialogType width height messageString");
     for (const int child : {XmDIALOG_OK_BUTTON, XmDIALOG_CANCEL_BUTTON, XmDIALOG_HELP_BUTTON})
         if (const Widget button = XmMessageBoxGetChild(kvcMessageWidget, child);
             XtIsManaged(button))
-            all += resourcesOf(button, {XmNlabelString});
+            all += resourcesOf(button, "labelString");
     return all;
 }
 
@@ -83,54 +83,38 @@ protected:
     int presses = 0;
 };
 
+// The operation's result, what it prints, and the box: that of the question, or the one after it.
+// In texts, "|" is a line break. "ask31" asks with three buttons and presses the second.
 TEST_F(Messages, LookAndAnswer) {
-    std::string log, during;
-    const auto note = [&](const char* what, const std::function<int()>& act) {
+    const std::map<char, Step> acts = {
+        {'0', answer(0)}, {'1', answer(1)}, {'2', answer(2)}, {'c', closeBox}, {'e', pressEscape}};
+    expectResults("motif/messages.txt", [&](const std::string& what, std::string text) {
+        std::string during;
+        int result = 0;
+        std::replace(text.begin(), text.end(), '|', '\n');
+        const char* of = text.c_str();
+        kvcTopLevelWidget = what.starts_with("early") ? nullptr : testShell();
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        during = "";
-        const int result = act();
-        const std::string out = testing::internal::GetCapturedStdout();
-        const std::string err = testing::internal::GetCapturedStderr();
-        log += KvuFormat("-- %s: %d\n%s%s%s\n", what, result, out.c_str(), err.c_str(),
-                         during.empty() ? look().c_str() : during.c_str());
-    };
-    const auto asking = [&](int n, const char* text, const Step& act) {
-        return ask(n, text, [&, act] { return during = look(), act(); });
-    };
-    const auto close = [] { return XtUnmanageChild(kvcMessageWidget), 0; };
-    const std::string many(50, 'x');
-    kvcTopLevelWidget = nullptr;
-    note("too early", [] { return KvcUserInfo("a"); });
-    note("too early", [] { return KvcUserError("a"); });
-    note("too early", [] { return KvcUserConfirm(2, Labels, "a"); });
-    note("too early", [] { return KvcDropInput(), KvcQuestionOpen(); });
-    kvcTopLevelWidget = testShell();
-    note("information",
-         [&] { return KvcUserInfo("::\"a\\b\"\n", nullptr, (many + "\n" + many).c_str(), "c"); });
-    note("second", [] { return KvcUserInfo("two\n\n"); });
-    note("third", [] { return KvcUserError("three"); });
-    note("fourth", [] { return KvcUserInfo("four"); });
-    note("closed", close);
-    note("alone", [] { return KvcUserInfo("five"); });
-    note("closed", close);
-    note("no dialog", [] { return KvcUserInfo("a", "b", "c", "d", 0); });
-    note("no dialog", [] { return KvcUserError("a", "b", "c", "d", 0); });
-    note("error", [] { return KvcUserError("Error: a"); });
-    note("closed", close);
-    note("no", [&] { return asking(3, "one\n\n\n\nfive", answer(1)); });
-    note("perhaps", [&] { return asking(3, "Sure?", answer(2)); });
-    note("after three buttons", [] { return KvcUserInfo("a"); });
-    note("closed", close);
-    note("yes", [&] { return asking(2, "Sure?", answer(0)); });
-    note("closed", [&] { return asking(3, "Sure?", closeBox); });
-    note("escaped", [&] { return asking(2, "Sure?", pressEscape); });
-    note("long", [&] { return asking(2, "one\n\n\n\n\nsix", answer(0)); });
-    note("after a long one", [] { return KvcUserInfo("a"); });
+        if (what.ends_with("info")) result = KvcUserInfo(of);
+        if (what.ends_with("error")) result = KvcUserError(of);
+        if (what == "earlyAsk") result = KvcUserConfirm(2, Labels, of);
+        if (what == "earlyDrop") KvcDropInput();
+        if (what == "pieces") result = KvcUserInfo(of, "b", nullptr, "d");
+        if (what == "quietInfo") result = KvcUserInfo(of, "b", "c", "d", 0);
+        if (what == "quietError") result = KvcUserError(of, "b", "c", "d", 0);
+        if (what == "close") XtUnmanageChild(kvcMessageWidget);
+        if (what.starts_with("ask"))
+            result = ask(what[3] - '0', of, [&] { return during = look(), acts.at(what[4])(); });
+        std::string all = std::to_string(result) + testing::internal::GetCapturedStdout();
+        all += testing::internal::GetCapturedStderr() + (during.empty() ? look() : during);
+        std::replace(all.begin(), all.end(), '\n', '|');
+        return all;
+    });
+    KvcUserInfo("a");
     answers.prepare({answer(0), answer(1)});
-    note("reads first", [&] { return KvcUserConfirm(2, Labels, "Sure?"); });
+    EXPECT_EQ(KvcUserConfirm(2, Labels, "Sure?"), 1);
     EXPECT_EQ(answers.asked, (std::vector<std::string>{"a", "Sure?"}));
-    expectFile(log, "motif/messages.txt");
 }
 
 TEST_F(Messages, HoldBackEverythingElseWhileAsking) {

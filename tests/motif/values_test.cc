@@ -31,7 +31,7 @@ protected:
 TEST_F(Helpers, Labels) {
     const Widget label = make(xmLabelWidgetClass);
     const auto note = [&](const std::string& what) {
-        log << what << resourcesOf(label, {XmNlabelString, XmNfontList, XmNwidth}) << "\n";
+        log << what << resourcesOf(label, "labelString fontList width") << "\n";
     };
     for (const char* text : {"", "one\n\ntwo\n", "caf\xe9", "::t\"x\""}) {
         KvcLabelSetString(label, text);
@@ -187,9 +187,9 @@ TEST_F(Helpers, Lists) {
         pump(files);
         writeFile("e/new.iv", "x");
         KvcFileSelectorUpdate(files);
-        std::string seen =
-            resourcesOf(files, {XmNmarginWidth, XmNmarginHeight, XmNresizePolicy, XmNautoUnmanage,
-                                XmNdirSpec, XmNdirectory, XmNdirMask, XmNfileListItemCount});
+        std::string seen = resourcesOf(files,
+                                       "marginWidth marginHeight resizePolicy autoUnmanage dirSpec "
+                                       "directory dirMask fileListItemCount");
         for (std::size_t at = 0; (at = seen.find(folder)) != seen.npos;)
             seen.replace(at, folder.size(), "~");
         log << seen << "\n";

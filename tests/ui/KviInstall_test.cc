@@ -16,55 +16,23 @@ namespace {
 
 class Window : public Installing {};
 
-// What each kind of row can set.
-const std::vector<const char*> resources = {XmNborderWidth,
-                                            XmNforeground,
-                                            XmNbackground,
-                                            XmNfontList,
-                                            XmNlabelString,
-                                            XmNalignment,
-                                            XmNrecomputeSize,
-                                            XmNmarginWidth,
-                                            XmNmarginHeight,
-                                            XmNspacing,
-                                            XmNset,
-                                            XmNselectColor,
-                                            XmNfillOnSelect,
-                                            XmNvisibleWhenOff,
-                                            XmNhighlightThickness,
-                                            XmNhighlightColor,
-                                            XmNvalue,
-                                            XmNorientation,
-                                            XmNpacking,
-                                            XmNisHomogeneous,
-                                            XmNscrollingPolicy,
-                                            XmNlistSizePolicy,
-                                            XmNlistMarginWidth,
-                                            XmNscrollBarDisplayPolicy,
-                                            XmNautoUnmanage,
-                                            XmNdefaultPosition,
-                                            XmNresizePolicy,
-                                            XmNdialogTitle,
-                                            XmNiconPixmap,
-                                            XmNactivateCallback,
-                                            XmNvalueChangedCallback,
-                                            XmNbrowseSelectionCallback};
+const char* const resources =
+    "borderWidth foreground background fontList labelString alignment recomputeSize marginWidth "
+    "marginHeight spacing set selectColor fillOnSelect visibleWhenOff highlightThickness "
+    "highlightColor value orientation packing isHomogeneous scrollingPolicy listSizePolicy "
+    "listMarginWidth scrollBarDisplayPolicy autoUnmanage defaultPosition resizePolicy dialogTitle "
+    "iconPixmap activateCallback valueChangedCallback browseSelectionCallback";
 
-const Procedures procedures = {{KvcInstallToggleRead, "ToggleRead"},
-                               {KvcInstallReadTextOk, "ReadTextOk"},
-                               {KvcInstallReadTextVal, "ReadTextVal"},
-                               {KvcInstallLocationTextOk, "LocationTextOk"},
-                               {KvcInstallLocationTextVal, "LocationTextVal"},
-                               {KvcInstallProduct, "Product"},
-                               {KvcInstallSubsystemOnOff, "SubsystemOnOff"},
-                               {KvcInstallSystemInstall, "SystemInstall"},
-                               {KvcInstallSystemRemove, "SystemRemove"},
-                               {KvcInstallSystemCancel, "SystemCancel"},
-                               {KvcInstallIcon, "Icon"},
-                               {KvcInstallIconOk, "IconOk"},
-                               {KvcInstallIconLocChanged, "IconLocChanged"},
-                               {KvcInstallSelectUser, "SelectUser"},
-                               {KvcInstallIconDismiss, "IconDismiss"}};
+// clang-format off
+const Procedures procedures = {
+    {KvcInstallToggleRead, "ToggleRead"}, {KvcInstallReadTextOk, "ReadTextOk"},
+    {KvcInstallReadTextVal, "ReadTextVal"}, {KvcInstallLocationTextOk, "LocationTextOk"},
+    {KvcInstallLocationTextVal, "LocationTextVal"}, {KvcInstallProduct, "Product"},
+    {KvcInstallSubsystemOnOff, "SubsystemOnOff"}, {KvcInstallSystemInstall, "SystemInstall"},
+    {KvcInstallSystemRemove, "SystemRemove"}, {KvcInstallSystemCancel, "SystemCancel"},
+    {KvcInstallIcon, "Icon"}, {KvcInstallIconOk, "IconOk"}, {KvcInstallSelectUser, "SelectUser"},
+    {KvcInstallIconLocChanged, "IconLocChanged"}, {KvcInstallIconDismiss, "IconDismiss"}};
+// clang-format on
 
 // The widget and everything in it, one line each.
 std::string treeOf(Widget w, const std::string& indent = "") {
