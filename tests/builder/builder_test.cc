@@ -174,7 +174,7 @@ TEST(Builder, MakesPicturesAndPostsMenus) {
         MENU_POST(testShell(), menu, &event, nullptr);
         EXPECT_EQ(XtIsManaged(menu), button == Button3);
     }
-    EXPECT_EQ(resourcesOf(XtParent(menu), "x y"), " x=70 y=80");
+    EXPECT_EQ(resourcesOf(menu, "x y"), " x=70 y=80");
 }
 
 }  // namespace

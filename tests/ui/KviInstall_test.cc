@@ -2,6 +2,7 @@
 
 #include <Xm/XmAll.h>
 
+#include <span>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -59,6 +60,33 @@ TEST_F(Window, HasItsWidgets) {
         XtVaGetValues(shell, XmNdeleteResponse, &response, nullptr);
         EXPECT_EQ(response, XmDO_NOTHING) << XtName(shell);
     }
+}
+
+// What the suite's other programs get: menus, and widgets that the installer does not have.
+TEST_F(Window, SharesItsLookAndIcon) {
+    const Widget shell = XtCreatePopupShell("other", topLevelShellWidgetClass, topLevel, {}, 0);
+    const Widget board = XtCreateManagedWidget("board", xmBulletinBoardWidgetClass, shell, {}, 0);
+    const auto name = [](const char* text) { return const_cast<char*>(text); };
+    const Widget bar = XmCreateMenuBar(board, name("menuBar"), {}, 0);
+    const Widget menu = XmCreatePulldownMenu(bar, name("menu"), {}, 0);
+    Arg sub{name(XmNsubMenuId), reinterpret_cast<XtArgVal>(menu)};
+    XtManageChild(XmCreateOptionMenu(board, name("optionMenu"), &sub, 1));
+    const WidgetClass kinds[] = {
+        xmLabelGadgetClass,         xmPushButtonGadgetClass, xmToggleButtonGadgetClass,
+        xmCascadeButtonGadgetClass, xmPushButtonWidgetClass, xmToggleButtonWidgetClass,
+        xmCascadeButtonWidgetClass, xmIconGadgetClass,       xmTextWidgetClass,
+        xmScaleWidgetClass,         xmScrollBarWidgetClass,  xmSelectionBoxWidgetClass,
+        xmMessageBoxWidgetClass};
+    for (const Widget parent : {board, bar, menu})
+        for (const WidgetClass kind : std::span(kinds, parent == board ? 13 : 7))
+            XtCreateManagedWidget("w", kind, parent, {}, 0);
+    static int closed = 0;
+    ZarnAppSetCloseCB(shell, [](Widget, XtPointer data, XtPointer) { closed += data == nullptr; });
+    XtPopup(shell, XtGrabNone);
+    expectFile(treeOf(shell) + treeOf(menu), "ui/others.txt");
+    askToClose(shell);
+    pump(shell);
+    EXPECT_EQ(closed, 1);
 }
 
 // No text may overlap the widget at its right or leave the window, however long the subsystems'
