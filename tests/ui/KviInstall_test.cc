@@ -114,70 +114,27 @@ TEST_F(Window, GivesEveryTextItsRoom) {
     }
 }
 
-void type(Widget field, const char* text, int cursor) {
-    XmTextFieldSetString(field, const_cast<char*>(text));
-    XmTextFieldSetInsertionPosition(field, cursor);
+// What the user and the engine see. "+" stands for a text that is not confirmed.
+std::string state() {
+    const auto field = [](Widget text, Widget ok) {
+        return KvuFormat("%s%s %d ", KviText(XmTextFieldGetString(text)).get(),
+                         XtIsSensitive(ok) ? "+" : "", int(XmTextFieldGetInsertionPosition(text)));
+    };
+    const KvmInstallInfo& info = KvmInstallMgr::_info;
+    std::string all = field(kviInstallLocationText, kviInstallLocationTextOk);
+    all += KvuFormat("[%s] ", info.path) + field(kviInstallReadText, kviInstallReadTextOk);
+    all += KvuFormat("[%s] medium %d", info.readText, info.readFrom);
+    for (const KvmInstallMediumRow& row : KvmInstallMedium)
+        all += XmToggleButtonGetState(row.getWidget()) ? "x" : ".";
+    all += KvuFormat(" edition %d, ", info.product);
+    for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem) all += row.selected ? "x" : ".";
+    all += KvuFormat(" \"%s\"", KviText(KvcLabelGetString(kviInstallSystemMsg)).get());
+    if (!XtIsManaged(kviIInstallIcon)) return all;
+    return all + " " + KviText(KvcLabelGetString(kviInstallIconProductLabel)).get() + " " +
+           field(kviInstallIconPath, kviInstallIconInstall);
 }
 
-// Both fields with their cursors; "+" stands for what is not confirmed.
-std::string fields() {
-    std::string all;
-    for (const auto& [field, ok] : {std::pair(kviInstallLocationText, kviInstallLocationTextOk),
-                                    std::pair(kviInstallReadText, kviInstallReadTextOk)})
-        all += KvuFormat("%s%s %d ", KviText(XmTextFieldGetString(field)).get(),
-                         XtIsSensitive(ok) ? "+" : "", int(XmTextFieldGetInsertionPosition(field)));
-    return all;
-}
-
-TEST_F(Window, StaysWithTheMediumThatWasSwitchedOn) {
-    pack();
-    const std::tuple<Widget, int, std::string> media[] = {
-        {kviInstallToggleRemoteTape, 1, "guest@<REMOTE-MACHINE-NAME>:/dev/tape"},
-        {kviInstallToggleTarFile, 2, " Zarn2.0.tar"},
-        {kviInstallToggleCD, 3, here / "Zarn_system"},
-        {kviInstallToggleTape, 0, "/dev/tape"}};
-    for (const auto& [toggle, medium, text] : media) {
-        press(toggle);
-        EXPECT_EQ(KvmInstallMgr::getReadFrom(), medium);
-        EXPECT_EQ(fieldText(kviInstallReadText), text);
-        for (const auto& other : media)
-            EXPECT_EQ(XmToggleButtonGetState(std::get<Widget>(other)),
-                      std::get<int>(other) == medium);
-    }
-}
-
-TEST_F(Window, KeepsTextThatIsNotConfirmed) {
-    type(kviInstallLocationText, "/nowhere", 3);
-    type(kviInstallReadText, "/dev/other", 4);
-    EXPECT_EQ(fields(), "/nowhere+ 3 /dev/other+ 4 ");
-    press(kviInstallToggleRemoteTape);
-    EXPECT_EQ(fields(), "/nowhere+ 3 guest@<REMOTE-MACHINE-NAME>:/dev/tape 0 ");
-    EXPECT_STRNE(KvmInstallMgr::_info.path, "/nowhere");
-    type(kviInstallReadText, "/dev/other", 4);
-    press(kviInstallLocationTextOk);
-    EXPECT_STREQ(KvmInstallMgr::_info.path, "/nowhere");
-    EXPECT_EQ(fields(), "/nowhere 3 /dev/other+ 4 ");
-    press(kviInstallReadTextOk);
-    EXPECT_STREQ(KvmInstallMgr::_info.readText, "/dev/other");
-    EXPECT_EQ(fields(), "/nowhere 3 /dev/other 4 ");
-    type(kviInstallLocationText, "/a blank", 2);
-    press(kviInstallLocationTextOk);
-    EXPECT_EQ(fields(), "/a blank+ 2 /dev/other 4 ");
-    acknowledge();
-    KvcInstallProduct(kviInstallCorvan, nullptr, nullptr);
-    XmToggleButtonSetState(kviInstallPinnet, False, False);
-    XmToggleButtonSetState(kviInstallCorvan, True, False);
-    KvcInstallProduct(kviInstallPinnet, nullptr, nullptr);
-    EXPECT_EQ(KvmInstallMgr::_info.product, 0) << "no edition was switched on";
-    press(kviInstallLustrel);
-    EXPECT_EQ(KvmInstallMgr::_info.product, 2);
-    mark(kviSubsystemModels, false);
-    EXPECT_FALSE(KvmInstallSubsystem[3].selected);
-    mark(kviSubsystemModels, true);
-    EXPECT_TRUE(KvmInstallSubsystem[3].selected);
-}
-
-TEST_F(Window, InstallsAndRemoves) {
+TEST_F(Window, DoesWhatItsUserAsksFor) {
     const auto clickOn = [](Widget button) {
         Position x = 0, y = 0;
         XtTranslateCoords(button, 9, 9, &x, &y);
@@ -189,26 +146,48 @@ TEST_F(Window, InstallsAndRemoves) {
                  clickOn(kviInstallButtonRemove) + "[ \"$1\" != -r ] || rm -rf \"$2\"");
     script("rm", clickOn(kviInstallButtonInstall) + "exec /bin/rm \"$@\"");
     pack();
-    keepOnly("models");
-    start("a blank", {});
-    KvmStatus("Not yet");
-    press(kviInstallButtonInstall);
-    EXPECT_EQ(textOf(kviInstallSystemMsg), "Not yet");
-    acknowledge();
-    start("suite", {1});
-    press(kviInstallButtonInstall);
-    EXPECT_EQ(textOf(kviInstallSystemMsg),
-              "Zarn-Pinnet Version 2.0 is currently installed. To reinstall, \"Remove\", then "
-              "\"Install\".");
-    EXPECT_EQ(subsystems(), "models ");
-    type(kviInstallLocationText, "/nowhere", 3);
-    type(kviInstallReadText, "/dev/other", 4);
-    answerWith({0});
-    press(kviInstallButtonRemove);
-    EXPECT_EQ(
-        textOf(kviInstallSystemMsg),
-        "Zarn is currently not installed on this system. Click on \"Install\" when you are ready.");
-    EXPECT_EQ(fields(), "/nowhere+ 3 /dev/other+ 4 ");
+    expectResults("ui/actions.txt", [&](const std::string& what, std::string line) {
+        const std::size_t home = line.find('~');
+        if (home != line.npos) line.replace(home, 1, here.string());
+        const Widget w = what == "press" ? XtNameToWidget(topLevel, ("*" + line).c_str()) : nullptr;
+        std::string result;
+        for (const auto& [name, field] : {std::pair("location", kviInstallLocationText),
+                                          {"medium", kviInstallReadText},
+                                          {"icons", kviInstallIconPath}}) {
+            if (what != name) continue;
+            XmTextFieldSetString(field, line.data());
+            XmTextFieldSetInsertionPosition(field, 2);
+        }
+        std::vector<int> buttons;
+        if (what == "answer")
+            for (const std::string& button : words(line)) buttons.push_back(std::stoi(button));
+        if (what == "answer") answerWith(buttons);
+        if (what == "press") press(w);
+        if (what == "only") keepOnly(line);
+        if (what == "user") XmListSelectPos(kviInstallUserList, std::stoi(line), True);
+        if (what == "closeIcons") askToClose(kviInstallIconShell), pump(topLevel);
+        if (what == "off") {
+            XmToggleButtonSetState(kviInstallPinnet, False, False);
+            XmToggleButtonSetState(kviInstallCorvan, True, False);
+            KvcInstallProduct(kviInstallPinnet, nullptr, nullptr);
+        }
+        for (const std::string& asked : answers.asked) result += asked + "|";
+        answers.asked.clear();
+        result += message().substr(0, message().find("\nln: ")) + "|" + state();
+        if (message() != "") acknowledge();
+        while (holds(result, here)) result.replace(result.find(here), here.string().size(), "~");
+        std::replace(result.begin(), result.end(), '\n', '|');
+        return result;
+    });
+    EXPECT_EQ(fs::read_symlink(here / "Zarn-Pinnet"), "/usr/sbin/Zarn-Pinnet");
+    EXPECT_FALSE(isViewable(kviIInstallIcon));
+    int* positions = nullptr;
+    int count = 0;
+    const KviXmString root(XmStringCreate(const_cast<char*>("root"), XmSTRING_DEFAULT_CHARSET));
+    XmListGetMatchPos(kviInstallUserList, root.get(), &positions, &count);
+    EXPECT_EQ(count, 1) << "the list is emptied each time";
+    XtFree(reinterpret_cast<char*>(positions));
+    EXPECT_EQ(KvmInstallMgr::getHomeDir("roo"), nullptr);
 }
 
 // Requests of the window manager to close a window bypass a question's grab.
@@ -216,67 +195,20 @@ TEST_F(Window, StaysWhileAQuestionIsOpen) {
     std::atexit([] {
         if (KvcQuestionOpen()) _exit(1);
     });
-    XtSetSensitive(kviInstallButtonUsers, True);
-    answers.prepare({[] {
-        KvcInstallSystemCancel(nullptr, nullptr, nullptr);
-        KvcInstallIconDismiss(nullptr, nullptr, nullptr);
-        EXPECT_TRUE(XtIsManaged(kviIInstallIcon));
-        return answer(1)();
-    }});
-    press(kviInstallButtonUsers);
+    // The dialog would cover a message.
+    KvcUserInfo("Read me");
+    answers.prepare({answer(0), [] {
+                         KvcInstallSystemCancel(nullptr, nullptr, nullptr);
+                         KvcInstallIconDismiss(nullptr, nullptr, nullptr);
+                         EXPECT_TRUE(XtIsManaged(kviIInstallIcon));
+                         return answer(1)();
+                     }});
+    KvcInstallIcon(nullptr, nullptr, nullptr);
+    EXPECT_EQ(answers.asked.at(0), "Read me");
+    XWindowAttributes shell;
+    XGetWindowAttributes(XtDisplay(topLevel), XtWindow(kviInstallIconShell), &shell);
+    EXPECT_EQ(shell.backing_store, Always);
     EXPECT_EXIT(KvcInstallSystemCancel(nullptr, nullptr, nullptr), testing::ExitedWithCode(0), "");
-}
-
-TEST_F(Window, OpensAndClosesTheIconDialogAnyNumberOfTimes) {
-    for (int i = 0; i < 4; ++i) {
-        SCOPED_TRACE(i);
-        // The dialog would cover a message.
-        KvcUserInfo("Read me");
-        answerWith({0, 1});
-        KvcInstallIcon(nullptr, nullptr, nullptr);
-        EXPECT_TRUE(XtIsManaged(kviIInstallIcon));
-        EXPECT_EQ(textOf(kviInstallIconProductLabel), "Zarn-Pinnet icon location");
-        EXPECT_EQ(answers.asked,
-                  (std::vector<std::string>{"Read me",
-                                            "Do you want to install Indigo Magic desktop icons?"}));
-        XWindowAttributes shell;
-        XGetWindowAttributes(XtDisplay(topLevel), XtWindow(kviInstallIconShell), &shell);
-        EXPECT_EQ(shell.backing_store, Always);
-        if (i % 2 == 0) {
-            press(XtNameToWidget(kviIInstallIcon, "dismiss"));
-        } else {
-            askToClose(kviInstallIconShell);
-            pump(topLevel);
-        }
-        EXPECT_FALSE(XtIsManaged(kviIInstallIcon));
-        EXPECT_FALSE(isViewable(kviIInstallIcon));
-    }
-}
-
-TEST_F(Window, LinksTheStartCommandOncePerLocation) {
-    const std::string place = here;
-    XtSetSensitive(kviInstallButtonUsers, True);
-    answerWith({1});
-    press(kviInstallButtonUsers);
-    XmTextFieldSetString(kviInstallIconPath, const_cast<char*>(place.c_str()));
-    press(kviInstallIconInstall);
-    EXPECT_EQ(fs::read_symlink(here / "Zarn-Pinnet"), "/usr/sbin/Zarn-Pinnet");
-    EXPECT_FALSE(XtIsSensitive(kviInstallIconInstall));
-    XmTextFieldSetString(kviInstallIconPath, const_cast<char*>((place + "/Zarn-Pinnet").c_str()));
-    EXPECT_TRUE(XtIsSensitive(kviInstallIconInstall));
-    press(kviInstallIconInstall);
-    EXPECT_EQ(message().find("Could not write to: " + place + "/Zarn-Pinnet\nln: "), 0U);
-    EXPECT_EQ(textOf(kviInstallSystemMsg), "Installed Zarn-Pinnet in " + place + "/Zarn-Pinnet");
-
-    int users[2] = {};
-    for (int& count : users) {
-        KvmInstallMgr::listUsers();
-        XtVaGetValues(kviInstallUserList, XmNitemCount, &count, nullptr);
-    }
-    EXPECT_EQ(users[0], users[1]) << "the list is emptied first";
-    XmListSelectPos(kviInstallUserList, 1, True);
-    EXPECT_EQ(fieldText(kviInstallIconPath), KvmInstallMgr::getHomeDir("root"));
-    EXPECT_EQ(KvmInstallMgr::getHomeDir("roo"), nullptr);
 }
 
 }  // namespace
