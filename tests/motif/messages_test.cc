@@ -88,15 +88,14 @@ protected:
 };
 
 // The operation's result, what it prints, and the box: that of the question, or the one after it.
-// In texts, "|" is a line break. "ask31" asks with three buttons and presses the second.
+// "ask31" asks with three buttons and presses the second.
 TEST_F(Messages, LookAndAnswer) {
     const std::time_t start = std::time(nullptr);
     const std::map<char, Step> acts = {
         {'0', answer(0)}, {'1', answer(1)}, {'2', answer(2)}, {'c', closeBox}, {'e', pressEscape}};
-    expectResults("motif/messages.txt", [&](const std::string& what, std::string text) {
+    expectResults("motif/messages.txt", [&](const std::string& what, const std::string& text) {
         std::string during;
         int result = 0;
-        std::replace(text.begin(), text.end(), '|', '\n');
         const char* of = text.c_str();
         kvcTopLevelWidget = what.starts_with("early") ? nullptr : testShell();
         testing::internal::CaptureStdout();
@@ -115,9 +114,7 @@ TEST_F(Messages, LookAndAnswer) {
             result = ask(what[3] - '0', of, [&] { return during = look(), acts.at(what[4])(); });
         EXPECT_EQ(__fpending(stdout), 0U) << "the text must appear at once";
         std::string all = std::to_string(result) + testing::internal::GetCapturedStdout();
-        all += testing::internal::GetCapturedStderr() + (during.empty() ? look() : during);
-        std::replace(all.begin(), all.end(), '\n', '|');
-        return all;
+        return all + testing::internal::GetCapturedStderr() + (during.empty() ? look() : during);
     });
     EXPECT_LT(std::time(nullptr) - start, 10) << "it waits for nothing";
     KvcKeepDrawn(nullptr);
