@@ -3,12 +3,12 @@
 #include <Xm/XmAll.h>
 #include <stdio_ext.h>
 
-#include <algorithm>
+#include <array>
 #include <clocale>
 #include <ctime>
 #include <map>
 #include <string>
-#include <tuple>
+#include <utility>
 
 #include "builder/KviOwners.h"
 #include "motif/KvcUtil.h"
@@ -49,16 +49,6 @@ Widget shown(const std::string& message) {
     KvcUserInfo(message.c_str());
     pump(kvcMessageWidget);
     return XtParent(kvcMessageWidget);
-}
-
-// The window's place on the screen, inside its window manager's frame.
-XWindowAttributes placeOf(Widget shell) {
-    XWindowAttributes place;
-    Window child = None;
-    XGetWindowAttributes(XtDisplay(shell), XtWindow(shell), &place);
-    XTranslateCoordinates(XtDisplay(shell), XtWindow(shell), place.root, 0, 0, &place.x, &place.y,
-                          &child);
-    return place;
 }
 
 // A window with one button that counts how often it is pressed.
@@ -185,23 +175,28 @@ TEST_F(Messages, HoldBackEverythingElseWhileAsking) {
     KvcWaitUntilRead();
 }
 
-// Shows the message and waits until it is there with its size, which a window manager may set a
-// little later.
-XWindowAttributes placed(const std::string& message, bool wide) {
+// Shows the message instead of the last one, and waits until a window manager has given it its
+// place and size: x, y and the right edge.
+std::array<int, 3> placed(const std::string& message, bool wide) {
+    XtUnmanageChild(kvcMessageWidget);
     const Widget shell = shown(message);
-    const auto isThere = [&] { return isViewable(shell) && (placeOf(shell).width > 500) == wide; };
-    EXPECT_TRUE(pumpUntil(shell, isThere)) << placeOf(shell).width;
-    return placeOf(shell);
+    EXPECT_TRUE(
+        pumpUntil(shell, [&] { return isViewable(shell) && (XtWidth(shell) > 500) == wide; }));
+    usleep(50000);
+    pump(shell);
+    Position x = 0, y = 0;
+    XtTranslateCoords(shell, 0, 0, &x, &y);
+    return {x, y, x + XtWidth(shell)};
 }
 
 TEST_F(Messages, AreOverTheWindowAndOnTheScreen) {
-    XWindowAttributes box = placed("short", false);
-    EXPECT_NEAR(box.x, (WidthOfScreen(box.screen) - 400) / 2, 40);
-    EXPECT_NEAR(box.y, (HeightOfScreen(box.screen) - 200) / 2, 40);
-    XtUnmanageChild(kvcMessageWidget);
-    XtManageChild(window);
-    // The session's first message appears at once, but a window manager needs time to map a window.
     const Widget shell = XtParent(window);
+    const int width = WidthOfScreen(XtScreen(window)), height = HeightOfScreen(XtScreen(window));
+    auto box = placed("short", false);
+    EXPECT_NEAR(box[0], width / 2 - 200, 40);
+    EXPECT_NEAR(box[1], height / 2 - 100, 40);
+    // The session's first message appears at once, but a window manager needs time to map a window.
+    XtManageChild(window);
     XtVaSetValues(window, XmNx, 600, nullptr);
     XUnmapWindow(XtDisplay(shell), XtWindow(shell));
     const auto map = [](XtPointer of, XtIntervalId*) {
@@ -209,14 +204,11 @@ TEST_F(Messages, AreOverTheWindowAndOnTheScreen) {
     };
     XtAppAddTimeOut(testApp, 200, map, shell);
     box = placed("short", false);
-    EXPECT_NEAR(box.x, 700, 40) << "in the middle";
-    EXPECT_NEAR(box.y, 300, 40) << "in the middle";
+    EXPECT_NEAR(box[0], 700, 40) << "in the middle";
+    EXPECT_NEAR(box[1], 300, 40) << "in the middle";
     XtVaSetValues(window, XmNx, 900, nullptr);
-    for (const int size : {10, 100, 1000}) {
-        XtUnmanageChild(kvcMessageWidget);
-        box = placed(std::string(size, 'w'), size >= 100);
-        EXPECT_LE(box.x + box.width, WidthOfScreen(box.screen)) << size;
-    }
+    for (const int size : {10, 100, 1000})
+        EXPECT_LE(placed(std::string(size, 'w'), size >= 100)[2], width) << size;
 }
 
 // Whether the box has the keyboard, and nothing covers it.
