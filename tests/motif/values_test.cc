@@ -2,7 +2,6 @@
 
 #include <Xm/XmAll.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -108,59 +107,53 @@ TEST_F(Helpers, MakeChoices) {
     });
 }
 
+// The items of a list, with a star at those that are selected.
+std::string itemsOf(Widget list) {
+    XmStringTable items = nullptr;
+    int count = 0;
+    XtVaGetValues(list, XmNitems, &items, XmNitemCount, &count, nullptr);
+    std::string all;
+    for (int i = 0; i < count; ++i) {
+        const std::string item = written(items[i]);
+        all += XmListPosSelected(list, i + 1) ? " *" : " ";
+        all += item.substr(item.find_last_of(":)") + 1);
+    }
+    return all;
+}
+
 TEST_F(Helpers, ListFiles) {
     for (const char* file : {"b.iv", "#c.iv", ".iv", "d.txt", "a.iv", "e/x"}) writeFile(file, "x");
     const Widget list = make(xmListWidgetClass);
     XtAddCallback(list, XmNbrowseSelectionCallback, countUp, &called);
     const Widget files = KvcCreateSimpleFileSelector(box, "files", countUp, &called);
     const Widget prompt = XmCreatePromptDialog(testShell(), const_cast<char*>("prompt"), {}, 0);
-    expectResults(
-        "motif/lists.txt",
-        [&](const std::string& what, const std::string& line) {
-            auto args = words(line);
-            args.resize(std::max<std::size_t>(args.size(), 4));
-            const int second = std::atoi(args[1].c_str()), third = std::atoi(args[2].c_str());
-            Widget of = what == "select" ? XmSelectionBoxGetChild(files, XmDIALOG_LIST) : list;
-            std::string result;
-            if (what == "files")
-                result = std::to_string(
-                    KvcListFiles(list, text(args[0]), text(args[1]), third, 1, text(args[3])));
-            if (what == "box")
-                of = XmSelectionBoxGetChild(files, XmDIALOG_LIST),
-                result = std::to_string(
-                    KvcListFiles(line[0] == 'p' ? prompt : files, ".", ".iv", 0, 0, "b"));
-            if (what == "items") {
-                const char* const names[] = {args[1].c_str(), args[2].c_str(), args[3].c_str()};
-                KvcListItems(list, names, 3, text(args[0]));
-            }
-            if (what == "many") XtVaSetValues(list, XmNselectionPolicy, XmMULTIPLE_SELECT, nullptr);
-            if (what == "add")
-                result = std::to_string(KvcListNamesCB(list, text(args[0]), second, third));
-            if (what == "mark")
-                result = std::to_string(KvcSelectNamesCB(list, text(args[0]), second, 0));
-            if (what == "walk")
-                result = KvOrEmpty(KvcGetDirectoryList(text(args[0]), text(args[1]), third));
-            if (what == "next") result = KvOrEmpty(KvcGetDirectoryList(nullptr, nullptr, 0));
-            if (what == "folder") KvcFileSelectorSetDirectory(files, text(line));
-            if (what == "update") KvcFileSelectorUpdate(files);
-            if (what == "ok") XtCallCallbacks(files, XmNokCallback, nullptr);
-            if (what == "write") writeFile(args[0], "x");
-            if (what == "folder" || what == "update")
-                return resourcesOf(files,
-                                   "marginWidth marginHeight resizePolicy autoUnmanage dirSpec "
-                                   "directory dirMask fileListItemCount");
-            XmStringTable items = nullptr;
-            int count = 0;
-            XtVaGetValues(of, XmNitems, &items, XmNitemCount, &count, nullptr);
-            result += " called " + std::to_string(called) + ":";
-            for (int i = 0; i < count; ++i) {
-                const std::string item = written(items[i]);
-                result += (XmListPosSelected(of, i + 1) ? " *" : " ") +
-                          item.substr(item.find_last_of(")/") + 1);
-            }
-            return result;
-        },
-        folder);
+    const auto act = [&](const std::string& what, const std::string& line) {
+        auto args = words(line + " 0 0 0 0");
+        const char* const names[] = {"z", "a", "z"};
+        const char *first = text(args[0]), *second = text(args[1]), *next = nullptr;
+        const int number = std::atoi(args[1].c_str()), third = std::atoi(args[2].c_str());
+        int result = 0;
+        if (what == "files") result = KvcListFiles(list, first, second, third, 1, text(args[3]));
+        if (what == "filesOfBox") result = KvcListFiles(files, first, second, third, 0, "b");
+        if (what == "filesOfPrompt") result = KvcListFiles(prompt, first, second, third, 0, "b");
+        if (what == "items") KvcListItems(list, names, 3, first);
+        if (what == "many") XtVaSetValues(list, XmNselectionPolicy, XmMULTIPLE_SELECT, nullptr);
+        if (what == "add") result = KvcListNamesCB(list, first, number, third);
+        if (what == "mark") result = KvcSelectNamesCB(list, first, number, 0);
+        if (what == "walk") next = KvcGetDirectoryList(first, second, third);
+        if (what == "next") next = KvcGetDirectoryList(nullptr, nullptr, 0);
+        if (what == "folder") KvcFileSelectorSetDirectory(files, first);
+        if (what == "new") writeFile(args[0], "x"), KvcFileSelectorUpdate(files);
+        if (what == "ok") XtCallCallbacks(files, XmNokCallback, nullptr);
+        return KvuFormat("%d %s, called %d:%s /%s", result, KvOrEmpty(next), called,
+                         itemsOf(list).c_str(),
+                         itemsOf(XmSelectionBoxGetChild(files, XmDIALOG_LIST)).c_str()) +
+               (what == "folder" ? resourcesOf(files,
+                                               "marginWidth marginHeight resizePolicy autoUnmanage "
+                                               "dirSpec directory dirMask")
+                                 : "");
+    };
+    expectResults("motif/lists.txt", act, folder);
     std::string children;
     for (int child = XmDIALOG_CANCEL_BUTTON; child <= XmDIALOG_TEXT; ++child)
         if (const Widget of = XmFileSelectionBoxGetChild(files, child); of && XtIsManaged(of))
