@@ -342,6 +342,21 @@ TEST_F(Messages, OutliveWindowsOfOthers) {
     EXPECT_TRUE(XtIsManaged(kvcMessageWidget));
 }
 
+TEST(Box, IsMadeByWhateverNeedsItFirst) {
+    const std::function<int()> acts[] = {
+        [] { return KvcUserInfo("a") - 1; },
+        [] { return KvcUserError("a", nullptr, nullptr, nullptr, 0) - 1; },
+        [] { return KvcDropInput(), 0; }, [] { return KvcUserConfirm(2, Labels, "a") + 1; }};
+    for (const auto& act : acts)
+        runInChild([&] {
+            KvcInit(testShell(), &testApp);
+            XtAppAddTimeOut(
+                testApp, 200, [](XtPointer, XtIntervalId*) { closeBox(); }, nullptr);
+            EXPECT_EQ(act(), 0);
+            EXPECT_NE(kvcMessageWidget, nullptr);
+        });
+}
+
 TEST(Readable, KeepsWhatTheLocaleHasAndMarksTheRest) {
     const char* latin = "/L\374ck/\303";
     EXPECT_EQ(KvcReadable(latin), latin) << "one byte is one character";
