@@ -50,11 +50,12 @@ std::string setDefault(Widget w, std::vector<std::string> line) {
     const auto name = [&](int at) {
         return line[at] == "-" ? nullptr : line[at] == "." ? "" : line[at].c_str();
     };
-    UIAppDefault table[] = {
-        {name(0), name(1), name(2), name(3), line[4].empty() ? nullptr : line[4].data()}, {}};
+    char* const given = line[4].empty() ? nullptr : line[4].data();
+    UIAppDefault table[] = {{name(0), name(1), name(2), name(3), given}, {}};
     InitAppDefaults(w, table);
     SetAppDefaults(w, table, "one");
     SetAppDefaults(w, table, nullptr);
+    const KviText owner(table[0].value != given ? table[0].value : nullptr);
     return KvOrEmpty(table[0].value);
 }
 
