@@ -200,9 +200,10 @@ std::array<int, 3> placed(const std::string& message, bool wide) {
 TEST_F(Messages, AreOverTheWindowAndOnTheScreen) {
     const Widget shell = XtParent(window);
     const int width = WidthOfScreen(XtScreen(window)), height = HeightOfScreen(XtScreen(window));
+    const int left = width / 2 - 200, top = height / 2 - 100;
     auto box = placed("short", false);
-    EXPECT_NEAR(box[0], width / 2 - 200, 40);
-    EXPECT_NEAR(box[1], height / 2 - 100, 40);
+    EXPECT_NEAR(box[0], left, 40);
+    EXPECT_NEAR(box[1], top, 40);
     // The session's first message appears at once, but a window manager needs time to map a window.
     XtManageChild(window);
     XtVaSetValues(window, XmNx, 600, nullptr);
