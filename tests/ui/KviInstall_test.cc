@@ -1,51 +1,92 @@
-#include "tests/fixtures/window.h"
+#include "tests/fixtures/installing.h"
 
-#include <Xm/Label.h>
-#include <Xm/List.h>
+#include <Xm/XmAll.h>
 
-#include <sstream>
+#include <span>
+#include <string>
+#include <tuple>
+#include <utility>
 
 #include "builder/KviBxUtil.h"
+#include "engine/window.h"
+#include "support/KvuCommand.h"
+#include "tests/fixtures/seen.h"
 #include "ui/KvcInstall.h"
 
 namespace {
 
-class Window : public InstallerWindow {};
+class Window : public Installing {};
 
-TEST_F(Window, HasItsWidgetsInTheirPlaces) {
-    // Name, x, y, width and height; a width of 0 means that of the label, which the engine sets.
-    std::istringstream places(R"(
-        kviInstallSystemMsg 7 8 588 31              kviInstallReadText 27 110 502 37
-        kviInstallReadTextOk 536 112 40 30          frame 28 198 550 30
-        kviInstallLocationText 27 259 502 36        kviInstallLocationTextOk 536 260 42 32
-        kviInstallSubsystemAddedLabel 27 316 130 20 kviInstallSubsystemRemovedLabel 456 316 117 20
-        kviSubsystemTextures 25 340 0 0             kviSubsystemImportXlators 225 340 0 0
-        kviSubsystemMaterials 25 366 0 0            kviSubsystemExportXlators 225 366 0 0
-        kviSubsystemProjects 25 392 0 0             kviSubsystemPhotorealRenderer 225 392 0 0
-        kviSubsystemModels 25 418 0 0               kviSubsystemPictureGallery 225 418 0 0
-        kviSubsystemTranslatorsDev 439 340 0 0      kviSubsystemMiscSource 439 388 0 0
-        kviInstallDiskReq 196 461 100 23            kviInstallDiskAvail 455 461 126 21
-        kviInstallButtonInstall 11 503 100 30       kviInstallButtonRemove 128 503 100 30
-        kviInstallButtonUsers 247 503 114 29        pushButton 513 503 80 30
-        label2 10 12 231 71                        scrolledWindow 60 121 131 112
-        kviInstallIconPath 28 266 202 36           kviInstallIconInstall 23 322 90 33
-        dismiss 140 322 90 33)");
-    const int scale = BxScale(XtDisplay(topLevel));
-    std::string name;
-    int x = 0, y = 0, width = 0, height = 0, count = 0;
-    for (; places >> name >> x >> y >> width >> height; ++count) {
-        SCOPED_TRACE(name);
-        const Widget w = XtNameToWidget(topLevel, ("*" + name).c_str());
-        ASSERT_NE(w, nullptr);
-        Position liveX = 0, liveY = 0;
-        Dimension liveWidth = 0, liveHeight = 0;
-        XtVaGetValues(w, XmNx, &liveX, XmNy, &liveY, XmNwidth, &liveWidth, XmNheight, &liveHeight,
-                      nullptr);
-        EXPECT_TRUE(liveX == x * scale && liveY == y * scale) << liveX << "," << liveY;
-        EXPECT_TRUE(width == 0 || (liveWidth == width * scale && liveHeight == height * scale))
-            << liveWidth << "x" << liveHeight;
+const char* const resources =
+    "borderWidth foreground background fontList labelString alignment recomputeSize marginWidth "
+    "marginHeight spacing set selectColor fillOnSelect visibleWhenOff highlightThickness "
+    "highlightColor value orientation packing isHomogeneous scrollingPolicy listSizePolicy "
+    "listMarginWidth scrollBarDisplayPolicy autoUnmanage defaultPosition resizePolicy dialogTitle "
+    "iconPixmap activateCallback valueChangedCallback browseSelectionCallback";
+
+// clang-format off
+const Procedures procedures = {
+    {KvcInstallToggleRead, "ToggleRead"}, {KvcInstallReadTextOk, "ReadTextOk"},
+    {KvcInstallReadTextVal, "ReadTextVal"}, {KvcInstallLocationTextOk, "LocationTextOk"},
+    {KvcInstallLocationTextVal, "LocationTextVal"}, {KvcInstallProduct, "Product"},
+    {KvcInstallSubsystemOnOff, "SubsystemOnOff"}, {KvcInstallSystemInstall, "SystemInstall"},
+    {KvcInstallSystemRemove, "SystemRemove"}, {KvcInstallSystemCancel, "SystemCancel"},
+    {KvcInstallIcon, "Icon"}, {KvcInstallIconOk, "IconOk"}, {KvcInstallSelectUser, "SelectUser"},
+    {KvcInstallIconLocChanged, "IconLocChanged"}, {KvcInstallIconDismiss, "IconDismiss"}};
+// clang-format on
+
+// The widget and everything in it, one line each.
+std::string treeOf(Widget w, const std::string& indent = "") {
+    std::string text = indent + XtName(w) + " " + XtClass(w)->core_class.class_name;
+    text += KvuFormat(" %d,%d %dx%d", XtX(w), XtY(w), XtWidth(w), XtHeight(w));
+    if (!XtIsManaged(w)) text += " unmanaged";
+    text += resourcesOf(w, resources, procedures) + "\n";
+    WidgetList children = nullptr;
+    Cardinal count = 0;
+    if (XtIsComposite(w)) XtVaGetValues(w, XmNchildren, &children, XmNnumChildren, &count, nullptr);
+    for (Cardinal i = 0; i < count; ++i) text += treeOf(children[i], indent + "  ");
+    return text;
+}
+
+TEST_F(Window, HasItsWidgets) {
+    // New ones, which the engine has not changed.
+    XtManageChild(CreatekviInstallWidget(topLevel));
+    const Widget shells[] = {XtParent(kviInstallWidget), kviInstallIconShell};
+    expectFile(treeOf(shells[0]) + treeOf(shells[1]),
+               KvuFormat("ui/window_x%d%s.txt", BxScale(XtDisplay(topLevel)),
+                         MB_CUR_MAX > 1 ? "_utf8" : ""));
+    for (const Widget shell : shells) {
+        unsigned char response = XmDESTROY;
+        XtVaGetValues(shell, XmNdeleteResponse, &response, nullptr);
+        EXPECT_EQ(response, XmDO_NOTHING) << XtName(shell);
     }
-    EXPECT_EQ(count, 29) << "the table above can't be read";
+}
+
+// What the suite's other programs get: menus, and widgets that the installer does not have.
+TEST_F(Window, SharesItsLookAndIcon) {
+    const Widget shell = XtCreatePopupShell("other", topLevelShellWidgetClass, topLevel, {}, 0);
+    const Widget board = XtCreateManagedWidget("board", xmBulletinBoardWidgetClass, shell, {}, 0);
+    const auto name = [](const char* text) { return const_cast<char*>(text); };
+    const Widget bar = XmCreateMenuBar(board, name("menuBar"), {}, 0);
+    const Widget menu = XmCreatePulldownMenu(bar, name("menu"), {}, 0);
+    Arg sub{name(XmNsubMenuId), reinterpret_cast<XtArgVal>(menu)};
+    XtManageChild(XmCreateOptionMenu(board, name("optionMenu"), &sub, 1));
+    const WidgetClass kinds[] = {
+        xmLabelGadgetClass,         xmPushButtonGadgetClass, xmToggleButtonGadgetClass,
+        xmCascadeButtonGadgetClass, xmPushButtonWidgetClass, xmToggleButtonWidgetClass,
+        xmCascadeButtonWidgetClass, xmIconGadgetClass,       xmTextWidgetClass,
+        xmScaleWidgetClass,         xmScrollBarWidgetClass,  xmSelectionBoxWidgetClass,
+        xmMessageBoxWidgetClass};
+    for (const Widget parent : {board, bar, menu})
+        for (const WidgetClass kind : std::span(kinds, parent == board ? 13 : 7))
+            XtCreateManagedWidget("w", kind, parent, {}, 0);
+    static int closed = 0;
+    ZarnAppSetCloseCB(shell, [](Widget, XtPointer data, XtPointer) { closed += data == nullptr; });
+    XtPopup(shell, XtGrabNone);
+    expectFile(treeOf(shell) + treeOf(menu), "ui/others.txt");
+    askToClose(shell);
+    pump(shell);
+    EXPECT_EQ(closed, 1);
 }
 
 // No text may overlap the widget at its right or leave the window, however long the subsystems'
@@ -73,83 +114,93 @@ TEST_F(Window, GivesEveryTextItsRoom) {
     }
 }
 
-TEST_F(Window, StaysWithTheMediumThatWasSwitchedOn) {
-    const Widget toggles[] = {kviInstallToggleRemoteTape, kviInstallToggleCD, kviInstallToggleTape};
-    const char* const texts[] = {"guest@<REMOTE-MACHINE-NAME>:/dev/tape", "/Zarn_system",
-                                 "/dev/tape"};
-    const int media[] = {1, 3, 0};
-    for (int i = 0; i < 3; ++i) {
-        press(toggles[i]);
-        EXPECT_EQ(KvmInstallMgr::getReadFrom(), media[i]);
-        EXPECT_NE(fieldText(kviInstallReadText).find(texts[i]), std::string::npos);
-        for (const Widget other : toggles)
-            EXPECT_EQ(XmToggleButtonGetState(other), other == toggles[i]) << XtName(other);
-    }
+// What the user and the engine see. "+" stands for a text that is not confirmed.
+std::string state() {
+    const auto field = [](Widget text, Widget ok) {
+        return KvuFormat("%s%s %d ", KviText(XmTextFieldGetString(text)).get(),
+                         XtIsSensitive(ok) ? "+" : "", int(XmTextFieldGetInsertionPosition(text)));
+    };
+    const KvmInstallInfo& info = KvmInstallMgr::_info;
+    std::string all = field(kviInstallLocationText, kviInstallLocationTextOk);
+    all += KvuFormat("[%s] ", info.path) + field(kviInstallReadText, kviInstallReadTextOk);
+    all += KvuFormat("[%s] medium %d", info.readText, info.readFrom);
+    for (const KvmInstallMediumRow& row : KvmInstallMedium)
+        all += XmToggleButtonGetState(row.getWidget()) ? "x" : ".";
+    all += KvuFormat(" edition %d, ", info.product);
+    for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem) all += row.selected ? "x" : ".";
+    all += KvuFormat(" \"%s\"", KviText(KvcLabelGetString(kviInstallSystemMsg)).get());
+    if (!XtIsManaged(kviIInstallIcon)) return all;
+    return all + " " + KviText(KvcLabelGetString(kviInstallIconProductLabel)).get() + " " +
+           field(kviInstallIconPath, kviInstallIconInstall);
 }
 
-TEST_F(Window, KeepsTextThatIsNotConfirmed) {
-    const std::string place = here;
-    XmTextFieldSetString(kviInstallLocationText, const_cast<char*>(place.c_str()));
-    press(kviInstallToggleCD);
-    EXPECT_EQ(fieldText(kviInstallLocationText), place);
-    EXPECT_NE(KvmInstallMgr::_info.path, place);
-    XmTextFieldSetString(kviInstallReadText, const_cast<char*>("/dev/other"));
-    XmTextFieldSetInsertionPosition(kviInstallLocationText, 5);
-    press(kviInstallLocationTextOk);
-    EXPECT_EQ(KvmInstallMgr::_info.path, place);
-    EXPECT_FALSE(XtIsSensitive(kviInstallLocationTextOk));
-    EXPECT_EQ(XmTextFieldGetInsertionPosition(kviInstallLocationText), 5);
-    EXPECT_EQ(fieldText(kviInstallReadText), "/dev/other");
-    EXPECT_TRUE(XtIsSensitive(kviInstallReadTextOk));
+void set(Widget field, const std::string& text) {
+    XmTextFieldSetString(field, const_cast<char*>(text.c_str()));
+    XmTextFieldSetInsertionPosition(field, 2);
 }
 
-TEST_F(Window, OpensAndClosesTheIconDialogAnyNumberOfTimes) {
-    for (int i = 0; i < 4; ++i) {
-        SCOPED_TRACE(i);
-        XtSetSensitive(kviInstallButtonUsers, True);
-        answerWith({1});
-        press(kviInstallButtonUsers);
-        EXPECT_TRUE(XtIsManaged(kviIInstallIcon));
-        EXPECT_EQ(textOf(kviInstallIconProductLabel), "Zarn-Pinnet icon location");
-        EXPECT_EQ(textOf(XtNameToWidget(kviIInstallIcon, "label2")),
-                  "Enter a location on your system\nwhere you want the Zarn icon\nlinked (Example "
-                  "\"/usr/local/bin\"), \nand click on \"Install\".");
-        EXPECT_EQ(answers.asked.at(0), "Do you want to install Indigo Magic desktop icons?");
-        if (i % 2 == 0) {
-            press(XtNameToWidget(kviIInstallIcon, "dismiss"));
-        } else {
-            askToClose(kviInstallIconShell);
-            pump(topLevel);
+TEST_F(Window, DoesWhatItsUserAsksFor) {
+    const auto clickOn = [](Widget button) {
+        Position x = 0, y = 0;
+        XtTranslateCoords(button, 9, 9, &x, &y);
+        return KvuFormat("xdotool mousemove %d %d click 1\n", int{x}, int{y});
+    };
+    pump(topLevel);
+    // Clicks while the program is busy mean nothing.
+    writeProgram(here / "make/Zarn_system/bin/Zarn.install",
+                 clickOn(kviInstallButtonRemove) + "[ \"$1\" != -r ] || rm -rf \"$2\"");
+    script("rm", clickOn(kviInstallButtonInstall) + "exec /bin/rm \"$@\"");
+    pack();
+    const auto act = [&](const std::string& what, const std::string& argument) {
+        if (what == "location") set(kviInstallLocationText, argument);
+        if (what == "medium") set(kviInstallReadText, argument);
+        if (what == "icons") set(kviInstallIconPath, argument);
+        if (what == "press") press(XtNameToWidget(topLevel, ("*" + argument).c_str()));
+        if (what == "yes") answerWith({0});
+        if (what == "no") answerWith({1});
+        if (what == "yesNo") answerWith({0, 1});
+        if (what == "only") keepOnly(argument);
+        if (what == "user") XmListSelectPos(kviInstallUserList, std::stoi(argument), True);
+        if (what == "close") askToClose(kviInstallIconShell), pump(topLevel);
+        if (what == "switchOff") {
+            XmToggleButtonSetState(kviInstallPinnet, False, False);
+            XmToggleButtonSetState(kviInstallCorvan, True, False);
+            KvcInstallProduct(kviInstallPinnet, nullptr, nullptr);
         }
-        EXPECT_FALSE(XtIsManaged(kviIInstallIcon));
-        EXPECT_FALSE(isViewable(kviIInstallIcon));
-    }
+        std::string result;
+        for (const std::string& asked : answers.asked) result += asked + "\n";
+        answers.asked.clear();
+        if (message() != "") result += acknowledge();
+        return result.substr(0, result.find("\nln: ")) + "\n" + state();
+    };
+    expectResults("ui/actions.txt", act, here);
+    EXPECT_EQ(fs::read_symlink(here / "Zarn-Pinnet"), "/usr/sbin/Zarn-Pinnet");
+    EXPECT_FALSE(isViewable(kviIInstallIcon));
+    const KviXmString root(XmStringCreate(const_cast<char*>("root"), XmSTRING_DEFAULT_CHARSET));
+    XmListDeleteItem(kviInstallUserList, root.get());
+    EXPECT_FALSE(XmListItemExists(kviInstallUserList, root.get())) << "it is emptied each time";
+    EXPECT_EQ(KvmInstallMgr::getHomeDir("roo"), nullptr);
 }
 
-TEST_F(Window, LinksTheStartCommandOncePerLocation) {
-    const std::string place = here;
-    XtSetSensitive(kviInstallButtonUsers, True);
-    answerWith({1});
-    press(kviInstallButtonUsers);
-    XmTextFieldSetString(kviInstallIconPath, const_cast<char*>(place.c_str()));
-    press(kviInstallIconInstall);
-    EXPECT_EQ(fs::read_symlink(here / "Zarn-Pinnet"), "/usr/sbin/Zarn-Pinnet");
-    EXPECT_FALSE(XtIsSensitive(kviInstallIconInstall));
-    XmTextFieldSetString(kviInstallIconPath, const_cast<char*>((place + "/Zarn-Pinnet").c_str()));
-    EXPECT_TRUE(XtIsSensitive(kviInstallIconInstall));
-    press(kviInstallIconInstall);
-    EXPECT_EQ(message().find("Could not write to: " + place + "/Zarn-Pinnet\nln: "), 0U);
-    EXPECT_EQ(textOf(kviInstallSystemMsg), "Installed Zarn-Pinnet in " + place + "/Zarn-Pinnet");
-
-    int users[2] = {};
-    for (int& count : users) {
-        KvmInstallMgr::listUsers();
-        XtVaGetValues(kviInstallUserList, XmNitemCount, &count, nullptr);
-    }
-    EXPECT_EQ(users[0], users[1]) << "the list is emptied first";
-    XmListSelectPos(kviInstallUserList, 1, True);
-    EXPECT_EQ(fieldText(kviInstallIconPath), KvmInstallMgr::getHomeDir("root"));
-    EXPECT_EQ(KvmInstallMgr::getHomeDir("roo"), nullptr);
+// Requests of the window manager to close a window bypass a question's grab.
+TEST_F(Window, StaysWhileAQuestionIsOpen) {
+    std::atexit([] {
+        if (KvcQuestionOpen()) _exit(1);
+    });
+    // The dialog would cover a message.
+    KvcUserInfo("Read me");
+    answers.prepare({answer(0), [] {
+                         KvcInstallSystemCancel(nullptr, nullptr, nullptr);
+                         KvcInstallIconDismiss(nullptr, nullptr, nullptr);
+                         EXPECT_TRUE(XtIsManaged(kviIInstallIcon));
+                         return answer(1)();
+                     }});
+    KvcInstallIcon(nullptr, nullptr, nullptr);
+    EXPECT_EQ(answers.asked.at(0), "Read me");
+    XWindowAttributes shell;
+    XGetWindowAttributes(XtDisplay(topLevel), XtWindow(kviInstallIconShell), &shell);
+    EXPECT_EQ(shell.backing_store, Always);
+    EXPECT_EXIT(KvcInstallSystemCancel(nullptr, nullptr, nullptr), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
