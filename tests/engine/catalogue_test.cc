@@ -4,11 +4,61 @@
 #include <array>
 #include <tuple>
 
-#include "tests/fixtures/window.h"
+#include "engine/brochure.h"
+#include "engine/window.h"
+#include "tests/fixtures/installing.h"
 
 namespace {
 
-class Catalogue : public InstallerWindow {};
+// Only the first installation of a process shows the brochure.
+class Brochure : public Installing {
+protected:
+    std::string shown() {
+        script("xwsh", "printf '%s|' \"$@\" >new; mv new " + (here / "said").string());
+        installBare();
+        for (int i = 0; i < 200 && !fs::exists(here / "said"); ++i) usleep(10000);
+        return contentsOf(here / "said");
+    }
+};
+
+TEST_F(Brochure, IsShown) {
+    EXPECT_EQ(shown(),
+              "-bg|black|-fg|cyan|-cursorfg|cyan|-cursorbg|cyan|-geom|80x20+100+500|-title|"
+              "Installation will take a few minutes... use the space bar to scroll up and down|"
+              "-icontitle|Zarn install|-e|/bin/csh|-c|more /tmp/.kvcInstallMsg; cat|");
+    EXPECT_EQ(outcomeOf("cksum </tmp/.kvcInstallMsg").output, "3098238277 7433\n");
+}
+
+TEST_F(Brochure, IsNotWrittenThroughALink) {
+    const std::string victim = writeFile(here / "victim", "precious");
+    fs::create_symlink(victim, "/tmp/.kvcInstallMsg");
+    EXPECT_EQ(shown(), "");
+    EXPECT_EQ(contentsOf(victim), "precious");
+}
+
+class Catalogue : public Transcript {};
+
+TEST_F(Catalogue, ListsSubsystemsEditionsAndMedia) {
+    for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
+        story +=
+            KvuFormat("%s %s %s %.1f %d%d %d\n", XtName(row.getWidget()), row.label, row.directory,
+                      row.sizeMB, row.installed, row.selected, row.offForProduct);
+    for (const KvmInstallProductRow& row : KvmInstallProduct)
+        story += KvuFormat("%s %s %s %d %s %s\n", XtName(row.getWidget()), row.code, row.program,
+                           row.mask, KvmInstallMgr::getProductName(row.code),
+                           KvmInstallMgr::getProductCode(row.program));
+    for (const KvmInstallMediumRow& row : KvmInstallMedium)
+        story += KvuFormat("%s %s\n", XtName(row.getWidget()), row.option ? row.option : "-");
+    story += std::string(KvmInstallMgr::getProductName("PNX")) + " " +
+             KvmInstallMgr::getProductCode("Zarn") + "\n";
+    for (const int medium : {1, 2, 3, -1, 4, 0}) {
+        tell(std::to_string(medium), [=] {
+            KvmInstallMgr::setReadFrom(medium);
+            KvmInstallMgr::init();
+            return KvmInstallMgr::getReadFrom();
+        });
+    }
+}
 
 TEST_F(Catalogue, MarksASubsystemByWhatIsInstalledAndWanted) {
     const struct {
@@ -41,34 +91,17 @@ TEST_F(Catalogue, MarksASubsystemByWhatIsInstalledAndWanted) {
 }
 
 TEST_F(Catalogue, AnEditionBringsItsSubsystems) {
-    const struct {
-        Widget toggle;
-        const char* code;
-        const char* without;
-        const char* required;
-    } cases[] = {
-        {kviInstallLustrel, "LST", "render src ", "18.7 Mbytes"},
-        {kviInstallAmbrel, "AMB", "projects ", "20.8 Mbytes"},
-        {kviInstallCorvan, "CRV", "", "20.9 Mbytes"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.code);
+    // What another edition lacks, and what the user switched off, comes back.
+    for (const Widget toggle :
+         {kviInstallLustrel, kviInstallAmbrel, kviInstallCorvan, kviInstallPinnet}) {
+        mark(kviSubsystemModels, 0);
         XtSetSensitive(kviInstallButtonInstall, False);
-        mark(c.toggle, 1);
-        std::string without;
-        for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
-            EXPECT_EQ(XmToggleButtonGetState(row.getWidget()), row.selected) << row.label;
-            if (!row.selected) without += std::string(row.directory) + " ";
-        }
-        EXPECT_STREQ(KvmInstallMgr::getProductCode(), c.code);
-        EXPECT_EQ(without, c.without);
-        EXPECT_EQ(textOf(kviInstallDiskReq), c.required);
-        EXPECT_TRUE(XtIsSensitive(kviInstallButtonInstall));
+        tell(XtName(toggle), [=] {
+            mark(toggle, 1);
+            return KvmInstallMgr::_info.product;
+        });
         EXPECT_FALSE(KvmInstallMgr::_info.productChanged) << "nothing is installed";
     }
-}
-
-TEST_F(Catalogue, AnotherEditionOfAnInstalledSuiteIsRemembered) {
     KvmInstallMgr::_info.installed = 1;
     KvmInstallSubsystem[7].installed = KvmInstallSubsystem[7].selected = 0;
     KvmInstallMgr::setProduct();
@@ -76,6 +109,8 @@ TEST_F(Catalogue, AnotherEditionOfAnInstalledSuiteIsRemembered) {
     mark(kviInstallAmbrel, 1);
     EXPECT_TRUE(KvmInstallMgr::_info.productChanged);
     EXPECT_FALSE(KvmInstallMgr::_info.subsystemsAdded) << "the user marked nothing";
+    XmToggleButtonSetState(kviInstallAmbrel, False, False);
+    EXPECT_EQ(KvmInstallMgr::getProduct(), 8);
 }
 
 TEST_F(Catalogue, ADistributionTellsItsSizes) {
@@ -85,7 +120,8 @@ TEST_F(Catalogue, ADistributionTellsItsSizes) {
          "models 2000000000000000\nnobody 7\nmodels +1\nmodels 0x1\n5\nrender 1500000\n#models 1",
          "20.2 Mbytes", "0.1"},
         {"Zarn_system 2100000000", "2103.9 Mbytes", "0.1"},
-        {"Zarn_system 900000000000000", "900000000.0 Mbytes", "0.1"},
+        {"Zarn_system 1000000000000000", "1000000000.0 Mbytes", "0.1"},
+        {"Zarn_system 1000000000000001\nmodels 200000", "1000000000.0 Mbytes", "0.2"},
     };
     const auto given = std::to_array(KvmInstallSubsystem);
     for (const auto& [text, required, models] : cases) {
@@ -98,6 +134,13 @@ TEST_F(Catalogue, ADistributionTellsItsSizes) {
         EXPECT_EQ(textOf(kviSubsystemModels), "Clip art - Models (" + std::string(models) + " Mb)");
     }
     EXPECT_FALSE(KvmInstallMgr::initDiskSpace()) << "no disk bears that";
+    KvmShowAvailable("12345678901234567890 Mbytes", true);
+    EXPECT_EQ(XtWidth(kviInstallDiskAvail), 150) << "up to the window's edge";
+    for (const int begin : {65536, 65535}) {
+        writeFile("Zarn_sizes", std::string(begin - 12, '\n') + "models 900000");
+        KvmInstallMgr::initInfo();
+        EXPECT_EQ(KvmInstallSubsystem[3].sizeMB, begin == 65535 ? 0.9F : 0.09F) << "read in part";
+    }
     fs::remove("Zarn_sizes");
     ASSERT_EQ(mkfifo("Zarn_sizes", 0600), 0);
     EXPECT_TRUE(KvmInstallMgr::initInfo()) << "nothing waits for a pipe";

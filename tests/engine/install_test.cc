@@ -4,9 +4,9 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
-#include "engine/record.h"
+#include <algorithm>
+
 #include "engine/session.h"
-#include "support/KvuCommand.h"
 
 namespace {
 
@@ -20,63 +20,303 @@ TEST_F(Installing, WorksInLocationsThatTheShellWouldMistake) {
         EXPECT_TRUE(KvmInstallMgr::install()) << message();
         EXPECT_EQ(subsystems(), allSubsystems);
         EXPECT_EQ(contentsOf(suite / "script-said"), suite.string() + "\nPNT\nZarn-Pinnet\n");
-        EXPECT_EQ(contentsOf(here / "home/.Zarn_inst"),
-                  contentsOf(suite / "Zarn_system/resources/.Zarn_inst"));
+        EXPECT_EQ(contentsOf(record), contentsOf(suite / "Zarn_system/resources/.Zarn_inst"));
         EXPECT_EQ(listing(suite), "Zarn_system script-said ");
-        EXPECT_TRUE(KvmInstallMgr::_info.installedInThisSession);
+        EXPECT_TRUE(KvmInstallMgr::installedInThisSession());
     }
     EXPECT_FALSE(fs::exists(here / "oops"));
 }
 
-TEST_F(Installing, TakesFromSeveralArchivesWhatEachHolds) {
+TEST_F(Installing, ReadsEachMedium) {
+    pack("tape");
     pack("Zarn2.0 a.tar", "Zarn_system");
-    pack("zarn2.0b.TAR", "subsystems/models subsystems/render subsystems/src");
-    start("bare", {1, 1});
-    keepOnly("none");
-    EXPECT_TRUE(KvmInstallMgr::install());
-    EXPECT_EQ(message(), "") << "that the second archive has no Zarn_system is no error";
-
-    start("suite", {0, 1});
-    EXPECT_EQ(fieldText(kviInstallReadText), " \"Zarn2.0 a.tar\" zarn2.0b.TAR");
-    for (KvmInstallSubsystemRow& row : KvmInstallSubsystem) row.selected = 0;
-    KvmInstallSubsystem[3].selected = KvmInstallSubsystem[0].selected = 1;
-    EXPECT_TRUE(KvmInstallMgr::install());
-    EXPECT_EQ(subsystems(), "models ");
-    EXPECT_TRUE(says("not on the medium:\n\nClip art - Textures")) << message();
-    EXPECT_EQ(
-        answers.asked.at(0),
-        "Installation from tar file \"Zarn2.0 a.tar\" is complete.\nDo you want to remove the "
-        "tar file from your system?");
-    EXPECT_FALSE(fs::exists(here / "Zarn2.0 a.tar")) << "it was to be removed";
-    EXPECT_TRUE(fs::exists(here / "zarn2.0b.TAR")) << "it was to stay";
-
-    // The textures are in no archive, and the models are marked for removal.
-    KvmInstallMgr::init();
-    acknowledge();
-    for (const Widget w : {kviSubsystemPhotorealRenderer, kviSubsystemTextures}) mark(w, 1);
-    mark(kviSubsystemModels, 0);
-    answerWith({0, 0});
-    EXPECT_TRUE(KvmInstallMgr::install());
-    EXPECT_TRUE(says("The following subsystems were successfully installed:\n\nPhotoreal renderer"))
-        << message();
-    EXPECT_EQ(subsystems(), "models render ");
-    EXPECT_EQ(colourOf(kviSubsystemPhotorealRenderer), "#000000");
-    EXPECT_EQ(colourOf(kviSubsystemTextures), "#008c00") << "it is still to be installed";
-    EXPECT_EQ(colourOf(kviSubsystemModels), "#d00000") << "it is still to be removed";
+    pack("zarn2.0b.TAR", "subsystems");
+    ASSERT_EQ(std::system("compress zarn2.0b.TAR; cp -r make/Zarn_system .;"
+                          "cp -r make/subsystems Zarn_system; rm -r Zarn_system/subsystems/src;"
+                          "chmod 5555 Zarn_system/subsystems/models Zarn_system/resources"),
+              0);
+    const struct {
+        std::string text;
+        std::vector<int> buttons, more;
+        std::string added;
+    } media[] = {{here / "tape", {}, {0}, here / "tape"},
+                 {here / "tape", {}, {}, here / "tape"},
+                 {" \"Zarn2.0 a.tar\" zarn2.0b.TAR.Z", {0, 1}, {0}, "zarn2.0b.TAR.Z"},
+                 {"Zarn_system", {}, {0}, here / "Zarn_system"}};
+    for (int medium = KvmLocalTape; medium <= KvmCdRom; ++medium) {
+        const auto& c = media[medium];
+        keepOnly("models");
+        start("in" + std::to_string(medium), c.buttons, medium);
+        KvmInstallSubsystem[9].selected = medium == KvmCdRom;
+        if (medium == KvmRemoteTape) {
+            ASSERT_EQ(chdir(suite.c_str()), 0);
+            XmTextFieldSetString(kviInstallLocationText, const_cast<char*>("."));
+        }
+        XmTextFieldSetString(kviInstallReadText, const_cast<char*>(c.text.c_str()));
+        tell("install", KvmInstallMgr::install);
+        KvmInstallMgr::init();
+        KvmInstallMgr::setSubsystem(kviSubsystemTextures, 1);
+        XmTextFieldSetString(kviInstallReadText, const_cast<char*>(c.added.c_str()));
+        answerWith(c.more);
+        if (medium != KvmRemoteTape) tell("add", KvmInstallMgr::install);
+        forget();
+    }
+    EXPECT_EQ(outcomeOf("find " + folder + "/in3 -perm /7000").output, "") << "as with archives";
 }
 
-TEST_F(Installing, FindsACompressedArchiveUnderTheNameThatItHasNow) {
+TEST_F(Installing, TellsWhyAMediumCanNotBeRead) {
+    writeFile(here / "text", "this is no archive");
+    writeFile(here / "Zarn2.0.tar", "this is none");
+    fs::create_directories(here / "disc/subsystems");
+    keepOnly("models");
+    const char* const texts[] = {"text", "text", "Zarn2.0.tar", "disc"};
+    for (int medium = KvmLocalTape; medium <= KvmCdRom; ++medium) {
+        start("suite", {}, medium);
+        XmTextFieldSetString(kviInstallReadText, (here / texts[medium]).string().data());
+        tell("install", KvmInstallMgr::install);
+        fs::remove_all(suite);
+        forget();
+    }
+}
+
+TEST_F(Installing, TellsWhichStepFailed) {
+    brief = true;
+    const struct {
+        const char* program;
+        const char* lines;
+        std::vector<int> buttons;
+    } steps[] = {
+        {"touch", "echo no space >&2; exit 1", {}},
+        {"tar", "echo torn >&2; exit 2", {}},
+        {"tar", "/usr/bin/tar \"$@\"; rm Zarn_system/bin/Zarn.install", {0}},
+        {"tar", "/usr/bin/tar \"$@\"; chmod -x Zarn_system/bin/Zarn.install", {0}},
+        {"tar", "/usr/bin/tar \"$@\"; rm -r Zarn_system/resources", {1}},
+        {"tar", "/usr/bin/tar \"$@\"; rm -r subsystems/*; rm ../Zarn_install", {0}},
+        {"mv", "echo busy >&2; exit 1", {0}},
+        {"cp", "echo full >&2; exit 1", {0}},
+        {"rm", "case $* in *tar) echo stays >&2; exit 1; esac; exec /bin/rm \"$@\"", {0}},
+        {"tar",
+         "/usr/bin/tar \"$@\"; echo exit 1 >Zarn_system/bin/Zarn.install;"
+         "rm ../Zarn_install; mkfifo ../Zarn_install",
+         {1}},
+    };
+    for (const auto& [program, lines, buttons] : steps) {
+        ASSERT_EQ(chdir(here.c_str()), 0);
+        pack();
+        keepOnly("models");
+        fs::remove("Zarn_install");
+        writeProgram("Zarn_install", "");
+        start("suite", buttons);
+        script(program, lines);
+        tell(program, KvmInstallMgr::install);
+        fs::remove(here / "tools" / program);
+        fs::remove_all(suite);
+        forget();
+    }
+}
+
+TEST_F(Installing, StopsBeforeItDoesHarm) {
     pack();
-    ASSERT_EQ(std::system("compress Zarn2.0.tar; rm Zarn_install"), 0);
-    keepOnly("src");
-    start("suite", {1});
-    EXPECT_TRUE(KvmInstallMgr::install()) << message();
-    EXPECT_EQ(std::system("cmp Zarn_system/bin/Zarn_install /proc/$PPID/exe"), 0);
-    EXPECT_TRUE(fs::exists("../Zarn2.0.tar.gz")) << "it was to stay";
-    mark(kviSubsystemModels, 1);
+    ASSERT_EQ(std::system("gzip -k Zarn2.0.tar; mkfifo pipe pipe.tar; cp Zarn2.0.tar.gz cut.tar.gz;"
+                          "truncate -s 100 cut.tar.gz; touch cut.tar file"),
+              0);
+    writeFile(here / "mine/subsystems/letter", "kept");
+    for (const char* name : {"link", "suite", "other", "ok"}) fs::create_directory(name);
+    fs::create_symlink("../planted", "link/.Zarn_system");
+    fs::create_directory_symlink("../other", "suite/Zarn_system");
+    start("ok", {});
+    const struct {
+        std::string location;
+        int medium;
+        std::string text;
+    } cases[] = {
+        {"file", KvmTarFile, "Zarn2.0.tar"},        {"full", KvmTarFile, "Zarn2.0.tar"},
+        {"mine", KvmTarFile, "Zarn2.0.tar"},        {"link", KvmTarFile, "Zarn2.0.tar"},
+        {"suite", KvmTarFile, "Zarn2.0.tar"},       {"ok", KvmTarFile, ""},
+        {"ok", KvmTarFile, "Zarn2.0.tar.gz"},       {"ok", KvmTarFile, "cut.tar.gz"},
+        {"ok", KvmTarFile, "nothing.tar"},          {"ok", KvmTarFile, "pipe.tar"},
+        {"ok", KvmTarFile, std::string(1100, 'x')}, {"ok", KvmLocalTape, here / "pipe"},
+        {"ok", KvmRemoteTape, here / "pipe"},
+    };
+    for (const auto& [location, medium, text] : cases) {
+        KvmInstallMgr::_info.readFrom = medium;
+        XmTextFieldSetString(kviInstallReadText, const_cast<char*>(text.c_str()));
+        KvmInstallSubsystem[0].sizeMB = location == "full" ? 1e9F : 0.2F;
+        XmTextFieldSetString(kviInstallLocationText, (here / location).string().data());
+        tell(location, KvmInstallMgr::install);
+    }
+}
+
+TEST_F(Installing, FinishesOrStartsAgain) {
+    pack();
+    keepOnly("models");
+    script("tar", "/usr/bin/tar \"$@\"; exit 2");
+    start("suite", {});
+    tell("torn", KvmInstallMgr::install);
+    tell("torn again", KvmInstallMgr::install);
+    fs::remove(here / "tools/tar");
+    // A new process finds the same.
+    ASSERT_EQ(chdir(here.c_str()), 0);
+    KvmInstallMgr::_info = {};
+    KvmInstallMgr::initInfo();
+    tell("new process", [] { return KvmTellOfUnfinished(), 0; });
+    EXPECT_EQ(KvmInstallMgr::_info.path, suite.string());
+    KvmInstallMgr::setReadFrom(KvmTarFile);
+    KvmInstallMgr::init();
+    keepOnly("models");
+    answerWith({1});
+    tell("declined", KvmInstallMgr::install);
+    start("other", {1});
+    tell("elsewhere, declined", KvmInstallMgr::install);
+    answerWith({0, 1});
+    fs::remove(suite);
+    tell("elsewhere, no folder", KvmInstallMgr::install);
+    start("suite", {0});
+    script("rm", "case $* in *subsystems) echo busy >&2; exit 1; esac; exec /bin/rm \"$@\"");
+    tell("rest stays", KvmInstallMgr::install);
+    fs::remove(here / "tools/rm");
+    answers.prepare({answer(0), [this] {
+                         fs::create_directory(record);
+                         return answer(0)();
+                     }});
+    tell("no record", KvmInstallMgr::install);
+    tell("still none", KvmInstallMgr::install);
+    fs::remove(record);
+    script("tar", "exit 2");
+    tell("new process", [] { return KvmTellOfUnfinished(), 0; });
+    tell("finished", KvmInstallMgr::install);
+    EXPECT_EQ(KvmUnfinishedPlace(), "");
+    // Its names belong to the user again.
+    writeFile(suite / "subsystems/letter", "kept");
+    KvmInstallMgr::init();
+    KvmInstallMgr::setSubsystem(kviSubsystemTextures, 1);
+    tell("a folder", KvmInstallMgr::install);
+}
+
+TEST_F(Installing, ChangesTheEdition) {
+    installBare();
+    mark(kviInstallAmbrel, 1);
+    KvmInstallMgr::init();
+    const fs::path product = suite / "Zarn_system/bin/Zarn.install";
+    const fs::path copy = suite / "Zarn_system/resources/.Zarn_inst";
+    const std::string lines = contentsOf(product);
+    writeFile(product, "#!/bin/sh\nexit 1\n", 0755);
+    tell("script fails", KvmInstallMgr::install);
+    writeFile(product, lines, 0755);
+    fs::remove(copy);
+    fs::create_directory(copy);
+    tell("no record", KvmInstallMgr::install);
+    fs::remove(copy);
+    tell("changed", KvmInstallMgr::install);
+    tell("shown", [] { return KvmInstallMgr::init(), 0; });
+    mark(kviInstallCorvan, 1);
+    KvmInstallMgr::setSubsystem(kviSubsystemModels, 1);
+    answers.prepare({answer(0), answer(1)});
+    tell("changed, but nothing added", KvmInstallMgr::install);
+    story += neutral(contentsOf(record)) + neutral(contentsOf(suite / "script-said"));
+    EXPECT_EQ(contentsOf(record), contentsOf(copy));
+}
+
+TEST_F(Installing, AddsAllOrNothing) {
+    installBare();
+    const auto add = [&](const char* archives, const std::vector<int>& buttons) {
+        KvmInstallMgr::setReadText(archives);
+        KvmInstallMgr::init();
+        answerWith(buttons);
+        tell(archives, KvmInstallMgr::install);
+    };
+    ASSERT_EQ(chdir(here.c_str()), 0);
+    add("Zarn2.0.tar", {});
+    KvmInstallMgr::setSubsystem(kviSubsystemModels, 1);
+    KvmInstallMgr::setSubsystem(kviSubsystemModels, 0);
+    add("Zarn2.0.tar", {});
+    pack("Zarn2.0a.tar", "subsystems/textures");
+    pack("Zarn2.0b.tar", "subsystems/models");
+    ASSERT_EQ(std::system("cp Zarn2.0b.tar cut.tar; truncate -s 600 cut.tar; gzip Zarn2.0b.tar"),
+              0);
+    for (const Widget w : {kviSubsystemModels, kviSubsystemTextures})
+        KvmInstallMgr::setSubsystem(w, 1);
+    add("Zarn2.0a.tar cut.tar", {0});
+    add("cut.tar Zarn2.0a.tar", {});
+    add("Zarn2.0a.tar Zarn2.0b.tar.gz", {1});
+    add("Zarn_install", {0});
+    script("mv", "echo busy >&2; exit 1");
+    add("Zarn2.0a.tar", {0});
+    fs::remove_all(suite / "subsystems");
+    fs::remove(here / "tools/mv");
+    const int other = open(suite.c_str(), O_RDONLY | O_DIRECTORY);
+    flock(other, LOCK_EX);
+    add("Zarn2.0a.tar", {});
+    close(other);
+    add("Zarn2.0a.tar", {0});
+    mark(kviSubsystemTextures, 0);
+    add("Zarn2.0b.tar.gz", {0});
+}
+
+TEST_F(Installing, SetsUpMoreForTheSuperUser) {
+    for (const char* end : {"Desktop", "Translators"})
+        writeProgram(here / "make/Zarn_system/bin" / (std::string("Zarn.install") + end), "");
+    pack();
+    keepOnly("models");
+    KvmInstallMgr::_isRoot = 1;
+    start("suite", {1, 1, 1});
+    tell("all declined", KvmInstallMgr::install);
+    EXPECT_TRUE(XtIsManaged(kviIInstallIcon));
+    XtUnmanageChild(kviIInstallIcon);
+    const fs::path bin = suite / "Zarn_system/bin";
+    for (const char* end : {"", "exit 1"}) {
+        writeProgram(bin / "Zarn.installDesktop", end);
+        answerWith({0});
+        tell("icons", KvmInstallMgr::installDesktop);
+    }
     answerWith({0});
-    EXPECT_TRUE(KvmInstallMgr::install()) << message();
-    EXPECT_EQ(subsystems(), "models src ");
+    tell("translators", KvmInstallMgr::installTranslators);
+    XmTextFieldSetString(kviInstallIconPath, (here / "no/bin").string().data());
+    tell("no folder", KvmInstallMgr::installIcon_icon);
+    fs::create_directory(here / "no");
+    tell("link", KvmInstallMgr::installIcon_icon);
+    XmTextFieldSetString(kviInstallIconPath, const_cast<char*>(""));
+    tell("nowhere", KvmInstallMgr::installIcon_icon);
+    for (const char* name : {"touch", "rm"}) script(name, "");
+    tell("run", KvmInstallMgr::runApp);
+    EXPECT_EQ(fs::current_path(), here / "home");
+}
+
+TEST_F(Installing, KeepsToItsPlaceAndItsHost) {
+    installBare();
+    const std::string elsewhere = here / "elsewhere";
+    XmTextFieldSetString(kviInstallLocationText, const_cast<char*>(elsewhere.c_str()));
+    tell("elsewhere", KvmInstallMgr::install);
+    const auto move = [&](const std::string& place) {
+        tell("go", [&] { return KvmInstallMgr::setLocation(place.c_str()); });
+    };
+    move(elsewhere);
+    move(suite.string() + "/");
+    XmTextFieldSetString(kviInstallLocationText, (here / "suite/../suite").string().data());
+    tell("nothing to add", KvmInstallMgr::install);
+    ASSERT_TRUE(KvCopyText(KvmInstallMgr::_info.installHostname, "crane"));
+    tell("another host", KvmInstallMgr::install);
+}
+
+TEST_F(Installing, ExtractsOnRequest) {
+    installBare();
+    ASSERT_EQ(chdir(suite.c_str()), 0);
+    const auto copy = [&](int medium, const char* source, bool last,
+                          const std::vector<int>& buttons) {
+        KvmInstallMgr::_info.readFrom = medium;
+        answerWith(buttons);
+        tell(source, [&] { return KvmInstallMgr::copyInstall((here / source).c_str(), last); });
+    };
+    copy(KvmTarFile, "Zarn2.0.tar", true, {});
+    KvmInstallSubsystem[3].selected = 1;
+    fs::create_directory("subsystems");
+    copy(KvmTarFile, "Zarn2.0.tar", false, {});
+    copy(KvmTarFile, "Zarn2.0.tar", true, {1});
+    copy(KvmTarFile, "Zarn2.0.tar", true, {0});
+    KvmInstallSubsystem[0].selected = 1;
+    copy(KvmCdRom, "make", true, {0});
+    KvmInstallSubsystem[1].selected = 1;
+    copy(KvmCdRom, "nothing", true, {0});
 }
 
 TEST_F(Installing, ReadsOnlyWhatWasPublished) {
@@ -88,354 +328,149 @@ TEST_F(Installing, ReadsOnlyWhatWasPublished) {
                           "find Zarn_system -type f | sort | xargs -d '\\n' sha256sum >disc"),
               0);
     keepOnly("src");
+    brief = true;
     // Each change stays in place for the later cases, whose files have earlier lines in the list.
     const struct {
         const char* sums;
         int medium;
-        const char* refused;
-    } cases[] = {
-        {"printf 'A%063d  Zarn2.0.tar.gz\\r\\n' 0", KvmTarFile, "Zarn2.0.tar.gz"},
-        {"echo \"# content $Z  Zarn2.0.tar\"", KvmTarFile, "Zarn2.0.tar.gz"},
-        // Compressed by another gzip, so the bytes differ.
-        {"echo \"$Z  Zarn2.0.tar.gz\"; cat content", KvmTarFile, nullptr},
-        // The models are not selected.
-        {"cat disc; echo >>Zarn_system/subsystems/models/content", KvmCdRom, nullptr},
-        {"cat disc; echo >>Zarn_system/subsystems/src/content", KvmCdRom, "subsystems/src/content"},
-        {"cat disc; echo >>Zarn_system/resources/splash", KvmCdRom, "resources/splash"},
-        {"cat disc; rm Zarn_system/bin/Zarn.install", KvmCdRom, "bin/Zarn.install"}};
+        bool refused;
+    } cases[] = {{"printf 'A%063d  Zarn2.0.tar.gz\\r\\n' 0", KvmTarFile, true},
+                 {"echo \"# content $Z  Zarn2.0.tar\"", KvmTarFile, true},
+                 // Compressed by another gzip, so the bytes differ.
+                 {"echo \"$Z  Zarn2.0.tar.gz\"; cat content", KvmTarFile, false},
+                 // The models are not selected.
+                 {"cat disc; echo >>Zarn_system/subsystems/models/content", KvmCdRom, false},
+                 {"cat disc; echo >>Zarn_system/subsystems/src/content", KvmCdRom, true},
+                 {"cat disc; echo >>Zarn_system/resources/splash", KvmCdRom, true},
+                 {"cat disc; rm Zarn_system/bin/Zarn.install", KvmCdRom, true}};
     for (const auto& [sums, medium, refused] : cases) {
-        SCOPED_TRACE(sums);
         outcomeOf("cd " + folder + "; Z=" + std::string(64, '0') + "; { " + sums +
                   "; } >SHA256SUMS");
-        const bool asks = medium == KvmTarFile && refused == nullptr;
-        start("suite", asks ? std::vector{1} : std::vector<int>{}, medium);
-        EXPECT_NE(KvmInstallMgr::install() != 0, refused != nullptr) << message();
-        EXPECT_EQ(refused == nullptr, fs::remove_all(suite / "Zarn_system") != 0);
-        if (refused == nullptr) continue;
-        EXPECT_TRUE(says(std::string(refused) + "\nIts SHA256SUMS")) << message();
-        EXPECT_FALSE(holds(KvInstallInfoMsg, "Checking"));
-        acknowledge();
+        start("suite", refused || medium == KvmCdRom ? std::vector<int>{} : std::vector{1}, medium);
+        EXPECT_NE(tell(sums, KvmInstallMgr::install) != 0, refused);
+        EXPECT_EQ(refused, fs::remove_all(suite / "Zarn_system") == 0);
+        forget();
     }
+}
+
+TEST_F(Installing, CopiesADisc) {
+    installBare();
+    fs::rename(here / "make/subsystems", here / "make/Zarn_system/subsystems");
+    fs::remove_all(here / "make/Zarn_system/subsystems/materials");
+    writeFile(suite / "subsystems/letter", "kept");
+    const auto add = [&](const char* heading, Widget toggle, const std::vector<int>& buttons) {
+        KvmInstallMgr::setReadFrom(KvmCdRom);
+        KvmInstallMgr::setReadText((here / "make/Zarn_system").c_str());
+        KvmInstallMgr::init();
+        KvmInstallMgr::setSubsystem(toggle, 1);
+        answerWith(buttons);
+        tell(heading, KvmInstallMgr::install);
+        KvmInstallMgr::setSubsystem(toggle, 0);
+    };
+    brief = true;
+    add("not on it", kviSubsystemMaterials, {0});
+    add("declined", kviSubsystemModels, {1});
+    fs::create_directory(suite / "Zarn_system/models");
+    add("in the way", kviSubsystemModels, {});
+    fs::remove(suite / "Zarn_system/models");
+    for (const char* name : {"cp", "mv"}) {
+        script(name, "echo busy >&2; exit 1");
+        add(name, kviSubsystemModels, {0});
+        fs::remove(here / "tools" / name);
+    }
+    brief = false;
+    add("added", kviSubsystemModels, {0});
+}
+
+TEST_F(Installing, KeepsARestUntilTheMediumCanBeReadAgain) {
+    pack();
+    keepOnly("models");
+    script("tar", "/usr/bin/tar \"$@\"; exit 2");
+    start("suite", {});
+    EXPECT_FALSE(KvmInstallMgr::install());
+    fs::remove(here / "tools/tar");
+    ASSERT_EQ(chdir(here.c_str()), 0);
+    ASSERT_EQ(std::system("cp Zarn2.0.tar suite/Zarn_system && cp Zarn2.0.tar suite/subsystems &&"
+                          "gzip -c Zarn2.0.tar >other.tar.gz && mkdir suite/Zarn_system/disc empty;"
+                          "touch suite/Zarn_system/disc/x"),
+              0);
+    const struct {
+        int medium;
+        const char* text;
+        bool asks;
+    } cases[] = {{KvmTarFile, "suite/Zarn_system/Zarn2.0.tar", false},
+                 {KvmTarFile, "suite/subsystems/Zarn2.0.tar", false},
+                 {KvmTarFile, "Zarn2.0.tar nothing.tar", false},
+                 {KvmTarFile, "Zarn2.0.tar other.tar.gz", true},
+                 {KvmLocalTape, "other.tar", false},
+                 {KvmCdRom, "suite/Zarn_system/disc", false},
+                 {KvmCdRom, "empty", false},
+                 {KvmCdRom, "make/subsystems", true}};
+    for (const auto& [medium, text, asks] : cases) {
+        start("suite", asks ? std::vector{1} : std::vector<int>{}, medium);
+        const std::string source = holds(text, " ") ? text : here / text;
+        XmTextFieldSetString(kviInstallReadText, const_cast<char*>(source.c_str()));
+        tell(text, KvmInstallMgr::install);
+    }
+    // What is elsewhere is not forgotten if nothing comes of an installation.
+    const std::string rest = contentsOf(record.string() + ".part");
+    start("other", {0});
+    XmTextFieldSetString(kviInstallReadText, (here / "home/.profile").string().data());
+    tell("elsewhere", KvmInstallMgr::install);
+    EXPECT_EQ(contentsOf(record.string() + ".part"), rest);
 }
 
 TEST_F(Installing, AsksNobodyOnTheTerminal) {
     pack();
-    ASSERT_EQ(std::system("gzip -k Zarn2.0.tar && compress Zarn2.0.tar"), 0);
+    ASSERT_EQ(std::system("gzip -k Zarn2.0.tar && compress Zarn2.0.tar; echo >gunzip"), 0);
+    script("cp", "case $* in *gunzip*) exit 0; esac; exec /bin/cp \"$@\"");
+    keepOnly("models");
     start("suite", {1});
-    EXPECT_TRUE(KvmInstallMgr::install()) << message();
-    EXPECT_TRUE(fs::exists("../Zarn2.0.tar")) << "its compressed name is taken";
-    EXPECT_TRUE(fs::exists("../Zarn2.0.tar.gz"));
-}
-
-TEST_F(Installing, StartsAgainOnlyWithWhatIsItsOwn) {
-    pack();
-    script("tar", "/usr/bin/tar \"$@\"; exit 2");
-    start("suite", {});
-    EXPECT_FALSE(KvmInstallMgr::install()) << "the archive is torn";
-    EXPECT_TRUE(fs::exists(suite / "Zarn_system")) << "nothing is claimed, and nothing hidden";
-    EXPECT_FALSE(fs::exists(here / "home/.Zarn_inst"));
-    EXPECT_EQ(KvmUnfinishedPlace(), suite.string());
-    EXPECT_FALSE(KvmInstallMgr::install());
-    EXPECT_TRUE(fs::exists(suite / "Zarn_system/bin")) << "its archive can't be read again";
-    fs::remove(here / "tools/tar");
-    acknowledge();
-
-    // A new process finds the same.
-    ASSERT_EQ(chdir(here.c_str()), 0);
-    KvmInstallMgr::_info = {};
-    KvmInstallMgr::initInfo();
-    KvmTellOfUnfinished();
-    EXPECT_TRUE(says("The last installation in " + suite.string() + " was not finished."));
-    EXPECT_EQ(KvmInstallMgr::_info.path, suite.string());
-    acknowledge();
-    KvmInstallMgr::setReadFrom(KvmTarFile);
-    KvmInstallMgr::init();
-    answerWith({1});
-    EXPECT_FALSE(KvmInstallMgr::install()) << "the user does not want the leftovers removed";
-    EXPECT_EQ(answers.asked.at(0),
-              "The last installation in " + suite.string() +
-                  " was not finished.\nRemove what it left there, and start again?");
-    answerWith({0, 1});
-    EXPECT_TRUE(KvmInstallMgr::install()) << message();
-    EXPECT_EQ(subsystems(), allSubsystems);
-    EXPECT_EQ(KvmUnfinishedPlace(), "");
-
-    // After that, files with these names belong to the user again.
-    writeFile(suite / "subsystems/.letter", "kept");
-    fs::remove_all(suite / "Zarn_system/subsystems/models");
-    KvmInstallMgr::getInstallInfo();
-    mark(kviSubsystemModels, 1);
-    EXPECT_FALSE(KvmInstallMgr::install());
-    EXPECT_TRUE(says("There is a folder \"subsystems\"")) << message();
-    EXPECT_TRUE(fs::exists(suite / "subsystems/.letter"));
-}
-
-TEST_F(Installing, FinishesWhatOnlyLacksItsRecord) {
-    pack();
-    start("suite", {});
-    const fs::path record = here / "home/.Zarn_inst";
-    // The record's name is taken while the question about the archive is open.
-    answers.prepare({[=] {
-        fs::create_directory(record);
-        return answer(0)();
-    }});
-    EXPECT_FALSE(KvmInstallMgr::install());
-    EXPECT_TRUE(says("Can't write out info file " + record.string())) << message();
-    EXPECT_TRUE(fs::exists(here / "Zarn2.0.tar")) << "it may be needed yet";
-    EXPECT_FALSE(KvmInstallMgr::install()) << "it still can't be written";
-    fs::remove(record);
-    script("tar", "exit 2");
-    EXPECT_TRUE(KvmInstallMgr::install()) << message();
-    EXPECT_EQ(subsystems(), allSubsystems);
-    EXPECT_EQ(contentsOf(suite / "script-said"), suite.string() + "\nPNT\nZarn-Pinnet\n");
-}
-
-TEST_F(Installing, KeepsArchivesUntilAllAreThrough) {
-    pack("Zarn2.0a.tar", "Zarn_system");
-    pack("Zarn2.0b.tar", "subsystems");
-    fs::resize_file("Zarn2.0b.tar", fs::file_size("Zarn2.0b.tar") / 2);
-    ASSERT_EQ(std::system("gzip Zarn2.0a.tar"), 0);
-    start("suite", {0});
-    EXPECT_FALSE(KvmInstallMgr::install()) << "the second archive breaks off";
-    EXPECT_TRUE(says("The tar files were kept")) << message();
-    EXPECT_TRUE(says("Zarn2.0b.tar is cut off: it has no end")) << message();
-    EXPECT_TRUE(fs::exists(here / "Zarn2.0a.tar.gz"));
-    EXPECT_FALSE(fs::exists(here / "home/.Zarn_inst"));
-    EXPECT_STRNE(KvInstallInfoMsg, "Installed Zarn system\a");
-}
-
-TEST_F(Installing, TellsWhichStepFailed) {
-    writeProgram(here / "make/Zarn_system/bin/Zarn.install", "exit 1");
-    fs::remove(here / "Zarn_install");
-    fs::create_directory(here / "Zarn_install");
-    pack();
-    start("suite", {1});
-    EXPECT_TRUE(KvmInstallMgr::install());
-    EXPECT_TRUE(fs::exists(here / "home/.Zarn_inst")) << "it counts as done";
-    EXPECT_TRUE(says("the copy of the installer into the product tree")) << message();
-}
-
-TEST_F(Installing, RecordsNothingThatIsNoSuite) {
-    fs::permissions("make/Zarn_system/bin/Zarn.install", fs::perms(0644));
-    pack();
-    start("suite", {1});
-    EXPECT_FALSE(KvmInstallMgr::install());
-    EXPECT_TRUE(says("What was extracted is no Zarn system")) << message();
-    EXPECT_FALSE(fs::exists(here / "home/.Zarn_inst"));
-}
-
-TEST_F(Installing, MakesALocationThatIsNotThere) {
-    pack();
-    start(".", {1});
-    suite = here / "new/suite";
-    XmTextFieldSetString(kviInstallLocationText, suite.string().data());
-    EXPECT_FALSE(KvmInstallMgr::install());
-    EXPECT_FALSE(fs::exists(here / "new")) << "the user said no";
-    EXPECT_TRUE(answers.asked.at(0).find(suite.string()) != std::string::npos);
-    EXPECT_NE(textOf(kviInstallDiskAvail), "0.0 Mbytes") << "the folder above has some";
-    answerWith({0, 1});
-    EXPECT_TRUE(KvmInstallMgr::install()) << message();
-    EXPECT_EQ(subsystems(), allSubsystems);
-}
-
-TEST_F(Installing, StopsBeforeItDoesHarm) {
-    pack();
-    ASSERT_EQ(std::system("gzip -k Zarn2.0.tar"), 0);
-    writeFile(here / "mine/subsystems/letter", "kept");
-    for (const char* name : {"link", "suite", "other"}) fs::create_directory(name);
-    fs::create_symlink("../planted", "link/.Zarn_system");
-    fs::create_directory_symlink("../other", "suite/Zarn_system");
-    const std::string place = here;
-    const struct {
-        std::string location, archives;
-        const char* says;
-    } cases[] = {
-        {"/proc/self", " Zarn2.0.tar", "Can't write to disk.\nPlease select another path"},
-        {place + "/full", " Zarn2.0.tar", "Not enough disk space for installation."},
-        {place + "/mine", " Zarn2.0.tar", "There is a folder \"subsystems\""},
-        {place + "/link", " Zarn2.0.tar", "Can't write to disk.\nPlease select another path"},
-        {place + "/suite", " Zarn2.0.tar", "Zarn_system already exists in "},
-        {place + "/ok", "", "Please enter the location of the Zarn system\ntar file first!"},
-        {place + "/ok", " Zarn2.0.tar.gz", "this file exists already"},
-        {place + "/ok", " nothing.tar", "Could not open tar file:\n"},
-        {place + "/ok", " pipe.tar", "It is not a file."},
-        {place + "/ok", " readme", "Error while installing from tar file.\n"},
-        {place + "/ok", std::string(1100, 'x'), "is too long"},
-    };
-    writeFile(here / "readme", "this is no archive");
-    ASSERT_EQ(mkfifo("pipe.tar", 0600), 0);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.location + c.archives.substr(0, 40));
-        KvmInstallMgr::_info.readFrom = 2;
-        XmTextFieldSetString(kviInstallReadText, const_cast<char*>(c.archives.c_str()));
-        if (c.location[1] != 'p') fs::create_directories(c.location);
-        KvmInstallSubsystem[0].sizeMB = c.location.ends_with("full") ? 1e9F : 0.2F;
-        XmTextFieldSetString(kviInstallLocationText, const_cast<char*>(c.location.c_str()));
-        EXPECT_FALSE(KvmInstallMgr::install());
-        EXPECT_NE(message().find(c.says), std::string::npos) << message();
-        EXPECT_FALSE(KvmInstallMgr::_info.installed);
-        EXPECT_FALSE(fs::exists(here / "home/.Zarn_inst"));
-    }
-    EXPECT_EQ(listing(here / "mine"), "subsystems ");
-    EXPECT_FALSE(fs::exists(here / "planted"));
-    EXPECT_TRUE(fs::is_empty(here / "other"));
-    EXPECT_TRUE(fs::exists(here / "Zarn2.0.tar"));
-}
-
-TEST_F(Installing, AddsToASuiteThatHasNoSubsystems) {
-    installBare();
-    EXPECT_FALSE(fs::exists(suite / "Zarn_system/subsystems"));
-    EXPECT_FALSE(KvmInstallMgr::install());
-    EXPECT_NE(acknowledge().find("No new subsytems have been marked"), std::string::npos);
-
-    KvmInstallMgr::setSubsystem(kviSubsystemModels, 1);
-    KvmInstallMgr::setSubsystem(kviSubsystemModels, 0);
-    EXPECT_FALSE(KvmInstallMgr::install()) << "the mark was taken back";
-    EXPECT_NE(acknowledge().find("No new subsytems have been marked"), std::string::npos);
-
-    KvmInstallMgr::setSubsystem(kviSubsystemModels, 1);
-    KvmInstallMgr::setSubsystem(kviSubsystemTextures, 1);
-    answerWith({1});
-    EXPECT_FALSE(KvmInstallMgr::install()) << "the user said no";
-    EXPECT_EQ(answers.asked.at(0),
-              "Install the following subsystems?\n\nClip art - Textures\nClip art - Models");
-    EXPECT_FALSE(fs::exists(suite / "Zarn_system/subsystems"));
-    EXPECT_TRUE(KvmInstallMgr::_info.subsystemsAdded);
-
-    answerWith({0});
-    EXPECT_TRUE(KvmInstallMgr::install()) << message();
-    EXPECT_EQ(subsystems(), "models textures ");
-    EXPECT_FALSE(KvmInstallMgr::_info.subsystemsAdded);
-    EXPECT_EQ(colourOf(kviSubsystemModels), "#000000");
-}
-
-TEST_F(Installing, AddsAllOrNothing) {
-    installBare();
-    const auto add = [&](const char* archives, const std::vector<int>& buttons) {
-        if (message() != "") acknowledge();
-        KvmInstallMgr::setReadText(archives);
-        KvmInstallMgr::init();
-        answerWith(buttons);
-        return KvmInstallMgr::install();
-    };
-    ASSERT_EQ(chdir(here.c_str()), 0);
-    pack("Zarn2.0a.tar", "subsystems/textures");
-    pack("Zarn2.0b.tar", "subsystems/models");
-    fs::copy("Zarn2.0b.tar", "cut.tar");
-    fs::resize_file("cut.tar", 600);
-    for (const Widget w : {kviSubsystemModels, kviSubsystemTextures})
-        KvmInstallMgr::setSubsystem(w, 1);
-    const struct {
-        const char* archives;
-        std::vector<int> buttons;
-    } cases[] = {{"Zarn2.0a.tar cut.tar", {0}},
-                 {"cut.tar Zarn2.0a.tar", {}},
-                 {"Zarn2.0a.tar Zarn2.0b.tar", {1}},
-                 {"Zarn_install", {0}}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.archives);
-        EXPECT_FALSE(add(c.archives, c.buttons));
-        EXPECT_EQ(listing(suite), "Zarn_system script-said ");
-        EXPECT_FALSE(fs::exists(suite / "Zarn_system/subsystems"));
-        EXPECT_EQ(colourOf(kviSubsystemTextures), "#008c00") << "it is still marked";
-    }
-    const int other = open(suite.c_str(), O_RDONLY | O_DIRECTORY);
-    flock(other, LOCK_EX);
-    EXPECT_FALSE(add("Zarn2.0a.tar Zarn2.0b.tar", {}));
-    EXPECT_TRUE(says(KvuFormat("Another Zarn_install (process %d) is at work", getpid())))
-        << message();
-    close(other);
-    EXPECT_TRUE(add("Zarn2.0a.tar Zarn2.0b.tar", {0})) << message();
-    EXPECT_EQ(subsystems(), "models textures ");
-}
-
-TEST_F(Installing, LeavesAFolderBesideACopiedSuiteAlone) {
-    writeFile(here / "cd/Zarn_system/bin/Zarn.install", "", 0755);
-    writeFile(here / "cd/Zarn_system/resources/splash", "Zarn");
-    for (const char* name : {"models", "textures"})
-        writeFile(here / "cd/Zarn_system/subsystems" / name / "content", name, 07777);
-    for (const char* name : {"resources", "subsystems/models", "subsystems/textures"})
-        fs::permissions(here / "cd/Zarn_system" / name, fs::perms(07777));
-    keepOnly("textures");
-    KvmInstallSubsystem[1].selected = 1;
-    start("suite", {});
-    acknowledge();
-    KvmInstallMgr::setReadFrom(KvmCdRom);
-    KvmInstallMgr::setReadText((here / "cd/Zarn_system").c_str());
-    KvmInstallMgr::init();
-    XmTextFieldSetString(kviInstallLocationText, suite.string().data());
-    ASSERT_TRUE(KvmInstallMgr::install()) << message();
-    EXPECT_TRUE(says("not on the medium:\n\nClip art - Materials")) << message();
-    EXPECT_EQ(subsystems(), "textures ");
-    acknowledge();
-    writeFile(suite / "subsystems/letter", "kept");
-    KvmInstallMgr::setSubsystem(kviSubsystemMaterials, 1);
-    answerWith({0});
-    EXPECT_FALSE(KvmInstallMgr::install()) << "the disc holds nothing of it";
-    EXPECT_TRUE(says("None of the selected subsystems is in")) << message();
-    acknowledge();
-    for (const int button : {1, 0}) {
-        KvmInstallMgr::setSubsystem(kviSubsystemModels, 1);
-        answerWith({button});
-        EXPECT_EQ(KvmInstallMgr::install(), 1 - button) << message();
-        EXPECT_TRUE(fs::exists(suite / "subsystems/letter"));
-    }
-    EXPECT_EQ(subsystems(), "models textures ");
-    EXPECT_EQ(outcomeOf("find " + suite.string() + " -perm /7000").output, "")
-        << "as with archives";
+    tell("install", KvmInstallMgr::install);
 }
 
 TEST_F(Installing, TakesNobodyElsesSuiteForItsOwnRest) {
     pack();
-    writeFile(here / "home/.Zarn_inst.part", "# PATH:    " + (here / "suite").string() + "\n");
+    writeFile(record.string() + ".part", "# PATH:    " + (here / "suite").string() + "\n");
     writeFile(here / "suite/Zarn_system/resources/.Zarn_inst", "# PROGRAM: Zarn-Pinnet\n");
     start("suite", {});
     EXPECT_EQ(KvmUnfinishedPlace(), "");
-    EXPECT_FALSE(KvmInstallMgr::install());
-    EXPECT_TRUE(says("Zarn_system already exists in ")) << message();
-    EXPECT_TRUE(fs::exists(here / "suite/Zarn_system/resources/.Zarn_inst"));
+    tell("install", KvmInstallMgr::install);
 }
 
-TEST_F(Installing, RefusesAnotherPlaceWhileASuiteIsInstalled) {
-    installBare();
-    const std::string elsewhere = here / "elsewhere";
-    XmTextFieldSetString(kviInstallLocationText, const_cast<char*>(elsewhere.c_str()));
-    EXPECT_FALSE(KvmInstallMgr::install());
-    for (const std::string& part : {suite.string(), elsewhere, std::string("press \"Ok\"")})
-        EXPECT_TRUE(says(part)) << message();
-    EXPECT_TRUE(KvmInstallMgr::_info.installed);
-    acknowledge();
-    EXPECT_TRUE(KvmInstallMgr::setLocation(elsewhere.c_str()));
-    EXPECT_FALSE(KvmInstallMgr::_info.installed);
-    EXPECT_TRUE(KvmInstallMgr::setLocation((suite.string() + "/").c_str())) << message();
-    EXPECT_TRUE(KvmInstallMgr::_info.installed) << "the user's own suite is shown again";
-}
-
-TEST_F(Installing, ShowsTheEditionThatIsInstalled) {
-    installBare();
-    mark(kviInstallAmbrel, 1);
-    EXPECT_TRUE(XtIsSensitive(kviInstallButtonInstall));
-    KvmInstallMgr::init();
-    EXPECT_TRUE(XtIsSensitive(kviInstallButtonInstall)) << "the change is still to be made";
-    EXPECT_EQ(textOf(kviInstallSystemMsg).find("Zarn-Pinnet Version 2.0"), 0U);
-    EXPECT_TRUE(KvmInstallMgr::install()) << "nothing is to be added, but this is to be done";
-    EXPECT_TRUE(says("The installed edition is Zarn-Ambrel now.")) << message();
-    EXPECT_EQ(contentsOf(suite / "script-said"),
-              suite.string() + "\nAMB\nZarn-Ambrel\nscriptOnly\n");
-    KvmInstallMgr::init();
-    EXPECT_EQ(textOf(kviInstallSystemMsg).find("Zarn-Ambrel Version 2.0"), 0U);
-    EXPECT_EQ(contentsOf(here / "home/.Zarn_inst"),
-              contentsOf(suite / "Zarn_system/resources/.Zarn_inst"));
-}
-
-TEST_F(Installing, NeverDeletesWhatItCouldNotPlace) {
-    installBare();
-    script("mv", "exit 1");
-    KvmInstallMgr::setSubsystem(kviSubsystemModels, 1);
-    answerWith({0});
-    EXPECT_FALSE(KvmInstallMgr::install());
-    EXPECT_NE(message().find("Could not move subsystems folder"), std::string::npos) << message();
-    EXPECT_TRUE(fs::exists(suite / "subsystems/models/content"));
+TEST_F(Installing, RaisesItsTerminalForARemoteTape) {
+    pack();
+    Display* display = XtDisplay(topLevel);
+    const Window root = DefaultRootWindow(display);
+    XSetWindowAttributes free = {};
+    free.override_redirect = True;
+    std::vector<Window> windows;
+    for (int i = 0; i < 2; ++i) {
+        windows.push_back(XCreateWindow(display, root, 0, 0, 9, 9, 0, CopyFromParent, InputOutput,
+                                        CopyFromParent, CWOverrideRedirect, &free));
+        XMapWindow(display, windows[i]);
+    }
+    const auto raised = [&](int medium, const std::string& id) {
+        XRaiseWindow(display, windows[1]);
+        setenv("WINDOWID", id.c_str(), 1);
+        start("suite", {}, medium);
+        XmTextFieldSetString(kviInstallReadText, (here / "make").string().data());
+        EXPECT_FALSE(KvmInstallMgr::install()) << "a folder is no tape";
+        KvmInstallMgr::_info.readFrom = medium;
+        XmTextFieldSetString(kviInstallReadText, (here / "no tape").string().data());
+        EXPECT_FALSE(KvmInstallMgr::install());
+        Window up = 0, above = 0, *all = nullptr;
+        unsigned count = 0;
+        XQueryTree(display, root, &up, &above, &all, &count);
+        const auto at = [&](Window w) { return std::find(all, all + count, w); };
+        const bool is = at(windows[0]) > at(windows[1]);
+        XFree(all);
+        return is;
+    };
+    EXPECT_FALSE(raised(KvmLocalTape, std::to_string(windows[0])));
+    EXPECT_TRUE(raised(KvmRemoteTape, std::to_string(windows[0])));
+    EXPECT_FALSE(raised(KvmRemoteTape, "12345678")) << "there is none";
+    for (const Window w : windows) XDestroyWindow(display, w);
 }
 
 }  // namespace

@@ -1,18 +1,24 @@
-#include "tests/fixtures/window.h"
+#include "tests/fixtures/transcript.h"
 
 #include "engine/archives.h"
 #include "engine/record.h"
+#include "engine/session.h"
 #include "tests/fixtures/random.h"
 
 namespace {
 
-class Record : public InstallerWindow {
+class Record : public Transcript {
 protected:
-    // Reads a record with these lines, which lies in a place with a suite.
-    int readBack(const std::string& lines) {
-        writeFile(here / "home/.Zarn_inst", lines);
-        return KvmInstallMgr::getInstallInfo();
+    // Makes a suite in the folder `name`, with a record that names the suite in `path`.
+    std::string tree(const std::string& name, const fs::path& path) const {
+        std::string system = here / name / "Zarn_system";
+        writeFile(system + "/resources/.Zarn_inst",
+                  "# PROGRAM: Zarn-Corvan\n# VERSION: 2.0\n# DATE:    long ago\n# PATH:    " +
+                      path.string() + "\n# HOST:    crane\n");
+        return system;
     }
+
+    const fs::path own = here / "home/.Zarn_inst";
 };
 
 TEST_F(Record, IsReadBackAsItWasWritten) {
@@ -22,19 +28,16 @@ TEST_F(Record, IsReadBackAsItWasWritten) {
     KvmInstallMgr::_info.product = 2;
     {
         KvmPreparedRecord record;
-        ASSERT_TRUE(record.prepare(place) && record.putInPlace());
+        ASSERT_TRUE(record.prepare(place));
+        tell("in place", [&] { return record.putInPlace(); });
     }
-    const std::string text = contentsOf(here / "home/.Zarn_inst");
-    EXPECT_EQ(text.find("# DO NOT MODIFY THIS FILE MANUALLY\n# \n# PROGRAM: Zarn-Lustrel\n# \n"
-                        "# VERSION: 2.0\n# DATE:    "),
-              0U)
-        << text;
-    EXPECT_NE(text.find("\n# PATH:    " + place + "\n# HOST:    "), std::string::npos) << text;
+    story += neutral(contentsOf(own));
     KvmInstallMgr::_info = {};
-    ASSERT_TRUE(KvmInstallMgr::getInstallInfo());
+    tell("read", KvmInstallMgr::getInstallInfo);
     EXPECT_EQ(KvmInstallMgr::_info.product, 2);
-    EXPECT_EQ(KvmInstallMgr::_info.path, place);
+    EXPECT_EQ(KvmInstallMgr::getPath(), place);
     EXPECT_STREQ(KvmInstallMgr::_info.version, "2.0");
+    EXPECT_TRUE(holds(contentsOf(own), KvmInstallMgr::_info.date));
     EXPECT_TRUE(KvmInstallMgr::isRunningOnServer());
     for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
         EXPECT_EQ(row.installed && row.selected, std::string(row.directory) == "render")
@@ -58,103 +61,85 @@ TEST_F(Record, TakesTheLinesItKnows) {
         KvmInstallMgr::_info = {};
         KvmInstallMgr::_info.product = 1;
         ASSERT_TRUE(KvCopyText(KvmInstallMgr::_info.version, "old"));
-        EXPECT_TRUE(readBack(c.lines + path));
+        writeFile(own, c.lines + path);
+        EXPECT_TRUE(KvmInstallMgr::getInstallInfo());
         EXPECT_STREQ(KvmInstallMgr::_info.version, c.version);
         EXPECT_EQ(KvmInstallMgr::_info.product, c.product);
     }
 }
 
-TEST_F(Record, OfASuiteThatIsGoneIsDeleted) {
-    EXPECT_FALSE(readBack("# PATH:    /nowhere\n"));
-    EXPECT_EQ(message(),
-              "Could not locate Zarn system files in\npreviously installed Zarn system "
-              "location:\n/nowhere");
-    EXPECT_FALSE(fs::exists(here / "home/.Zarn_inst"));
+TEST_F(Record, SpeaksOnlyForWhatIsThere) {
+    writeFile(here / "file", "");
+    const std::string texts[] = {"", "# PROGRAM: Zarn-Pinnet\n# VERSION: 2.0\n# PATH:\n",
+                                 "# PATH:    /nowhere\n", "# PATH:    " + folder + "/file\n",
+                                 "# PATH:    " + folder + "/loop\n"};
+    fs::create_symlink("loop", here / "loop");
+    for (const std::string& text : texts) {
+        writeFile(own, text);
+        tell(text.substr(0, text.find('\n')), KvmInstallMgr::getInstallInfo);
+    }
+    fs::remove(own);
+    writeFile(own / "precious", "kept");
+    tell("a folder", KvmInstallMgr::getInstallInfo);
 }
 
 TEST_F(Record, IsAWholeRegularFileOrNone) {
-    writeFile(here / "home/.Zarn_inst/precious", "kept");
-    EXPECT_FALSE(KvmInstallMgr::getInstallInfo());
-    EXPECT_EQ(fs::remove_all(here / "home/.Zarn_inst"), 2U) << "it was no record";
-    fs::create_symlink(here / "planted", here / "home/.Zarn_inst.part");
-    EXPECT_FALSE(KvmPreparedRecord().prepare(here));
-    EXPECT_FALSE(fs::exists(here / "planted"));
-    fs::remove(here / "home/.Zarn_inst.part");
-    fs::create_symlink(here / "planted", here / "home/.Zarn_inst");
+    fs::create_symlink(here / "planted", own.string() + ".part");
+    tell("prepared", [this] { return KvmPreparedRecord().prepare(here); });
+    fs::remove(own.string() + ".part");
+    fs::create_symlink(here / "planted", own);
     KvmPreparedRecord record;
-    EXPECT_TRUE(record.prepare(here) && record.putInPlace());
-    EXPECT_FALSE(fs::is_symlink(here / "home/.Zarn_inst") || fs::exists(here / "planted"));
-}
-
-class TreeRecord : public Record {
-protected:
-    // Makes a suite in the folder `name`, with a record that names the suite in `path`.
-    std::string tree(const std::string& name, const fs::path& path) const {
-        std::string system = here / name / "Zarn_system";
-        writeFile(system + "/resources/.Zarn_inst",
-                  "# PROGRAM: Zarn-Corvan\n# VERSION: 2.0\n# PATH:    " + path.string() +
-                      "\n# HOST:    crane\n");
-        return system;
-    }
-};
-
-TEST_F(TreeRecord, TakesOver) {
-    const std::string system = tree("suite", here / "suite");
-    EXPECT_TRUE(KvmInstallMgr::setInstallInfo((system + "/").c_str()));
-    EXPECT_EQ(KvmInstallMgr::_infoFile, system + "/resources/.Zarn_inst");
-    EXPECT_EQ(textOf(kviInstallSystemMsg),
-              "Zarn-Corvan Version 2.0 is currently installed on 'crane'");
-    EXPECT_TRUE(XtIsSensitive(kviInstallButtonRemove));
-    EXPECT_FALSE(KvmInstallMgr::isRunningOnServer());
-}
-
-TEST_F(TreeRecord, OfNoEditionIsRefused) {
-    const std::string system = tree("suite", here / "suite");
-    for (const char* text :
-         {"", "# PROGRAM: Other\n# VERSION: 2.0\n", "# PROGRAM: Zarn-Pinnet\n"}) {
-        writeFile(system + "/resources/.Zarn_inst", text);
-        EXPECT_FALSE(KvmInstallMgr::setInstallInfo(system.c_str())) << text;
-    }
+    tell("prepared", [&] { return record.prepare(here); });
+    tell("another", [this] { return KvmPreparedRecord().prepare(here); });
+    tell("another", [] { return KvmPreparedRecord().keepOthersOff(); });
+    tell("in place", [&] { return record.putInPlace(); });
+    fs::remove(own);
+    fs::create_directory(own);
+    tell("a folder", [] { return KvmPreparedRecord().canBePrepared(); });
+    fs::remove_all(here / "home");
+    tell("no home", [] { return KvmPreparedRecord().canBePrepared(); });
 }
 
 TEST_F(Record, OfAUserWithoutAHomeIsNotInTheWorkingDirectory) {
+    const std::string home = outcomeOf("HOME=; eval echo ~$(whoami)").output;
     setenv("HOME", ".", 1);
-    EXPECT_EQ(KvmHome()[0], '/');
+    EXPECT_EQ(KvmHome() + "\n", home);
+    unsetenv("HOME");
+    EXPECT_EQ(KvmHome() + "\n", home);
 }
 
-TEST_F(TreeRecord, IsFoundFromAnywhere) {
-    tree("suite", here / "suite");
-    EXPECT_TRUE(KvmInstallMgr::setInstallInfo("suite/Zarn_system"));
-    EXPECT_EQ(KvmInstallMgr::_infoFile, here / "suite/Zarn_system/resources/.Zarn_inst");
-    EXPECT_EQ(KvmInstallMgr::_info.path, here / "suite");
-}
-
-TEST_F(TreeRecord, ThatDoesNotSpeakForItsTreeChangesNothing) {
-    const std::string own = KvmInstallMgr::_infoFile;
+TEST_F(Record, OfATreeIsTakenOverOrChangesNothing) {
     tree("original", here / "original");
-    const struct {
-        std::string location;
-        const char* says;
-    } cases[] = {
-        {here / "home", "Could not find an installed Zarn system"},
-        {tree("moved", here / "gone"), "Could not locate Zarn system files in\n"},
-        {tree("copy", here / "original"), "is a copy. The installed one is in "},
-        {"/" + std::string(1015, 'x') + "/Zarn_system", "is too long"},
+    const auto go = [&](const std::string& location) {
+        tell(location, [&] { return KvmInstallMgr::setInstallInfo(location.c_str()); });
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.says);
-        EXPECT_FALSE(KvmInstallMgr::setInstallInfo(c.location.c_str()));
-        EXPECT_NE(message().find(c.says), std::string::npos) << message();
-        EXPECT_EQ(KvmInstallMgr::_infoFile, own) << "an installation must not be recorded there";
-        EXPECT_STREQ(KvmInstallMgr::getProductCode(), "PNT");
-        EXPECT_TRUE(XmToggleButtonGetState(kviInstallPinnet));
-        EXPECT_FALSE(KvmInstallMgr::isInstalled(nullptr));
+    go(here / "home");
+    go(tree("moved", here / "gone"));
+    go(tree("copy", here / "original"));
+    go("/" + std::string(990, 'x') + "/Zarn_system");
+    EXPECT_FALSE(
+        KvmInstallMgr::setInstallInfo(("/" + std::string(989, 'x') + "/Zarn_system").c_str()));
+    EXPECT_TRUE(message().starts_with("Could not find")) << "it would fit";
+    for (const char* text : {"", "# PROGRAM: Other\n# VERSION: 2.0\n", "# PROGRAM: Zarn-Pinnet\n",
+                             "# PROGRAM: Zarn-Pinnet\n# VERSION: 2\n"}) {
+        writeFile(here / "none/Zarn_system/resources/.Zarn_inst", text);
+        go(here / "none/Zarn_system");
     }
-    EXPECT_TRUE(fs::exists(here / "moved/Zarn_system/resources/.Zarn_inst"));
+    EXPECT_EQ(KvmInstallMgr::_infoFile, own) << "an installation must not be recorded there";
+    EXPECT_STREQ(KvmInstallMgr::getProductCode(), "PNT");
+    EXPECT_FALSE(KvmInstallMgr::isInstalled(nullptr));
+    go(tree("suite", here / "suite") + "/");
+    EXPECT_EQ(KvmInstallMgr::_infoFile, here / "suite/Zarn_system/resources/.Zarn_inst");
+    EXPECT_FALSE(KvmInstallMgr::isRunningOnServer());
+    fs::create_directory(here / "original/Zarn_system/subsystems");
+    fs::create_directory(here / "original/Zarn_system/subsystems/src");
+    go("original/Zarn_system");
+    EXPECT_EQ(KvmInstallMgr::_infoFile, here / "original/Zarn_system/resources/.Zarn_inst");
+    EXPECT_EQ(KvmInstallMgr::_info.path, here / "original");
 }
 
-TEST_F(TreeRecord, OfAnyTextAndArchivesOfAnyNameAreRead) {
-    const std::string own = KvmInstallMgr::_infoFile, suite = here / "suite";
+TEST_F(Record, OfAnyTextAndArchivesOfAnyNameAreRead) {
+    const std::string suite = here / "suite";
     const std::string system = tree("suite", suite);
     for (RandomTexts random{60, {"\n# VERSION", ":\n# PATH", "\n# ", "tar "}}; random.next();) {
         const std::string version = "1" + random.draw(900, " \t\n");
@@ -163,14 +148,14 @@ TEST_F(TreeRecord, OfAnyTextAndArchivesOfAnyNameAreRead) {
         lines.append("\n##").append(random.draw(900, "\n")).append("\n# PATH: ");
         lines.append(suite).append("\n");
         fs::remove(own);
-        for (const std::string& record : {own + ".part", system + "/resources/.Zarn_inst"})
+        for (const std::string& record : {own.string() + ".part", system + "/resources/.Zarn_inst"})
             writeFile(record, lines);
         EXPECT_EQ(KvmUnfinishedPlace(), suite);
         writeFile(own, lines);
         EXPECT_TRUE(KvmInstallMgr::getInstallInfo());
         EXPECT_EQ(KvmInstallMgr::_info.version, version);
         EXPECT_TRUE(KvmInstallMgr::setInstallInfo(system.c_str()));
-        EXPECT_TRUE(KvCopyText(KvmInstallMgr::_infoFile, own));
+        EXPECT_TRUE(KvCopyText(KvmInstallMgr::_infoFile, own.native()));
         const std::string name = writeFile(here / (random.draw(99, "\"\n/#") + "Zarn2.0tar"), "");
         bool all = false;
         const auto found = KvmLocateArchives(KvmArchiveNames().c_str(), all);
@@ -182,19 +167,20 @@ TEST_F(TreeRecord, OfAnyTextAndArchivesOfAnyNameAreRead) {
     }
 }
 
-TEST_F(TreeRecord, IsLeftBehindWithItsTree) {
-    script("id", "echo 'uid=1000(ann) gid=1000(ann)'");
+TEST_F(Record, OfATreeIsLeftBehindWithItsTree) {
     KvmInstallMgr::checkIfRoot();
-    const std::string own = KvmInstallMgr::_infoFile;
     const std::string system = tree("suite", here / "suite");
-    writeProgram(system + "/bin/Zarn.install", "exec rm -r \"$2\"");
-    writeFile(own, "# PATH:    " + (here / "suite").string() + "\n");
+    writeProgram(system + "/bin/Zarn.install", "[ $1 != -r ] || exec rm -r \"$2\"");
+    writeFile(own, contentsOf(system + "/resources/.Zarn_inst"));
     KvmForgetRecord();
     ASSERT_TRUE(KvmInstallMgr::setInstallInfo(system.c_str()));
-    EXPECT_TRUE(KvmInstallMgr::removeAll());
-    EXPECT_FALSE(fs::exists(system));
+    getHostName(KvmInstallMgr::_info.installHostname);
+    mark(kviInstallLustrel, 1);
+    tell("changed", KvmInstallMgr::install);
+    EXPECT_EQ(contentsOf(own), contentsOf(system + "/resources/.Zarn_inst"));
+    answerWith({0});
+    tell("removed", KvmInstallMgr::remove);
     EXPECT_EQ(KvmInstallMgr::_infoFile, own) << "the next installation is recorded there";
-    EXPECT_FALSE(fs::exists(own)) << "it named the suite that is gone";
 }
 
 }  // namespace

@@ -1,14 +1,17 @@
 #include "tests/fixtures/installing.h"
 
+#include <fcntl.h>
 #include <sched.h>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
 #include <functional>
 
+#include "engine/lock.h"
 #include "engine/record.h"
-#include "support/KvuCommand.h"
+#include "tests/fixtures/display.h"
 #include "tests/fixtures/random.h"
 
 namespace {
@@ -27,15 +30,6 @@ protected:
         ASSERT_TRUE(KvmInstallMgr::getInstallInfo());
         KvmInstallMgr::init();
     }
-
-    // Back to the state in which nothing has been installed.
-    void forget() const {
-        if (message() != "") acknowledge();
-        for (const char* end : {"", ".part"}) fs::remove(record.string() + end);
-        KvmForgetRecord();
-    }
-
-    const fs::path record = here / "home/.Zarn_inst";
 };
 
 TEST_F(Hostile, ArchiveWritesNowhereElse) {
@@ -66,70 +60,70 @@ TEST_F(Hostile, ArchiveWritesNowhereElse) {
     }
 }
 
-TEST_F(Hostile, SuperUserReliesOnNothingThatOthersMayWrite) {
-    if (geteuid() != 0) GTEST_SKIP() << "only the super-user can give files away";
-    fs::create_directory(here / "above");
-    fs::create_directory_symlink(here / "above", here / "link");
-    ASSERT_EQ(lchown((here / "link").c_str(), nobody, nobody), 0);
-    pack();
-    installed();
-    const auto installIn = [&](const char* place) {
+class Spoilt : public Hostile {
+protected:
+    void SetUp() override {
+        if (geteuid() != 0) GTEST_SKIP() << "only the super-user can give files away";
+        Hostile::SetUp();
+        brief = true;
+        pack();
+        fs::create_directory(here / "above");
+        fs::create_directory_symlink(here / "above", here / "link");
+    }
+
+    static int remove() { return KvmInstallMgr::remove(); }
+
+    static int removeModels() {
+        mark(kviSubsystemModels, 0);
+        return KvmInstallMgr::remove();
+    }
+
+    static int changeEdition() {
+        mark(kviInstallCorvan, 1);
+        return KvmInstallMgr::install();
+    }
+
+    auto installIn(const char* place) {
         return [=, this] {
             start(place, {});
             return KvmInstallMgr::install();
         };
-    };
-    const auto remove = [&] {
-        answerWith({0});
-        return KvmInstallMgr::remove();
-    };
-    const auto removeModels = [&] {
-        mark(kviSubsystemModels, 0);
-        return remove();
-    };
-    const auto change = [&] {
-        mark(kviInstallCorvan, 1);
-        return KvmInstallMgr::install();
-    };
-    const auto desktop = [&] {
-        answerWith({0});
-        return KvmInstallMgr::installDesktop();
-    };
-    const auto goOver = [&] {
-        return KvmInstallMgr::setInstallInfo((suite / "Zarn_system").c_str());
-    };
-    const gid_t daemon = 1;  // of the user of that name
+    }
+
+    auto goOver() {
+        return [this] { return KvmInstallMgr::setInstallInfo((suite / "Zarn_system").c_str()); };
+    }
+};
+
+TEST_F(Spoilt, SuperUserReliesOnNothingThatOthersMayWrite) {
     const fs::path system = here / "suite/Zarn_system";
-    writeFile(system / "bin/Zarn.installDesktop", "#!/bin/sh\n", 0755);
-    writeFile(system / "resources/.Zarn_inst", contentsOf(record));
     const struct {
         fs::path spoilt;
         int mode;  // 0: give it to another user instead
         std::function<int()> operation;
+        std::vector<int> buttons;
     } cases[] = {
-        {here / "above", 0777, installIn("above/place")},
-        {here / "above", 0, installIn("above/place")},
-        {here / "link", 0, installIn("link/place")},
-        {system / "bin/Zarn.install", 0775, remove},
-        {system / "subsystems", 0, removeModels},
-        {system, 0, change},
-        {system / "bin", 0757, desktop},
-        {system / "resources/.Zarn_inst", 0666, goOver},
-        {record, 0620, KvmInstallMgr::getInstallInfo},
-        {record, 0, KvmInstallMgr::getInstallInfo},
-        {record, 0, installIn("place")},
+        {here / "above", 0777, installIn("above/place"), {}},
+        {here / "above", 0, installIn("above/place"), {}},
+        {here / "link", 0, installIn("link/place"), {}},
+        {system / "bin/Zarn.install", 0775, remove, {0}},
+        {system / "subsystems", 0, removeModels, {0}},
+        {system, 0, changeEdition, {}},
+        {system / "bin", 0757, KvmInstallMgr::installDesktop, {0}},
+        {system / "bin", 0757, KvmInstallMgr::installTranslators, {0}},
+        {system / "resources/.Zarn_inst", 0666, goOver(), {}},
+        {record, 0620, KvmInstallMgr::getInstallInfo, {}},
+        {record, 0, KvmInstallMgr::getInstallInfo, {}},
+        {record, 0, installIn("place"), {}},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.spoilt.native() + " " + std::to_string(c.mode));
         installed();
+        writeFile(system / "resources/.Zarn_inst", contentsOf(record));
+        constexpr gid_t daemon = 1;  // of the user of that name
         ASSERT_EQ(lchown(c.spoilt.c_str(), c.mode == 0 ? nobody : 0, daemon), 0);
         if (c.mode != 0) chmod(c.spoilt.c_str(), c.mode);
-        EXPECT_FALSE(c.operation());
-        EXPECT_EQ(message().find("Not only the super-user may write to\n" + c.spoilt.string()), 0U)
-            << message();
-        EXPECT_TRUE(fs::exists(record) && fs::exists(system / "subsystems/models/content"));
-        EXPECT_FALSE(fs::exists(here / "suite/ran") || fs::exists(suite / "Zarn_system/data"));
-        if (message() != "") acknowledge();
+        answerWith(c.buttons);
+        tell(c.spoilt, c.operation);
         ASSERT_EQ(lchown(c.spoilt.c_str(), 0, 0), 0);
         ASSERT_EQ(chmod(c.spoilt.c_str(), 0755), 0);
     }
@@ -154,85 +148,92 @@ TEST_F(Hostile, VanishedLocationIsNoInstallation) {
 
 TEST_F(Hostile, PipesAreNeverReadFrom) {
     pack();
-    ASSERT_EQ(std::system("gzip Zarn2.0.tar; rm Zarn_install; mkfifo gunzip Zarn_install pipe"), 0);
+    ASSERT_EQ(std::system("gzip Zarn2.0.tar; mkfifo gunzip"), 0);
     ASSERT_EQ(mkfifo(record.c_str(), 0600), 0);
-    EXPECT_FALSE(KvmInstallMgr::getInstallInfo());
-    start("suite", {});
-    for (const int medium : {KvmLocalTape, KvmRemoteTape}) {
-        KvmInstallMgr::setReadFrom(medium);
-        XmTextFieldSetString(kviInstallReadText, (here / "pipe").string().data());
-        EXPECT_FALSE(KvmInstallMgr::install());
-        EXPECT_TRUE(says("is neither a device nor a file")) << message();
-        acknowledge();
-    }
+    brief = true;
+    tell("record", KvmInstallMgr::getInstallInfo);
+    keepOnly("models");
     start("suite", {1});
-    EXPECT_TRUE(KvmInstallMgr::install()) << message();
-    EXPECT_TRUE(says("the copy of the installer into the product tree.\n")) << message();
-    EXPECT_TRUE(fs::is_regular_file(record));
-}
-
-TEST_F(Hostile, ARecordWithoutAPlaceSpeaksForNone) {
-    fs::create_directories(here / "home/Zarn_system");
-    for (const char* text : {"", "# PROGRAM: Zarn-Pinnet\n# VERSION: 2.0\n# PATH:\n", "\xff\n"}) {
-        writeFile(record, text);
-        EXPECT_FALSE(KvmInstallMgr::getInstallInfo());
-        EXPECT_EQ(message(), "This is no installation record of Zarn:\n" + record.string());
-        acknowledge();
-        EXPECT_TRUE(fs::exists(record));
-    }
+    tell("install", KvmInstallMgr::install);
 }
 
 TEST_F(Hostile, APlaceThatSomebodyMakesMeanwhileIsLookedAtAgain) {
-    if (geteuid() != 0) GTEST_SKIP() << "only the super-user can give files away";
     pack();
     start("place", {});
-    fs::remove(suite);
-    answers.prepare({[&] {
-        fs::create_directory(suite);
-        EXPECT_EQ(chmod(suite.c_str(), 0777), 0);
-        return answer(0)();
-    }});
-    EXPECT_FALSE(KvmInstallMgr::install());
-    EXPECT_TRUE(says("Not only the super-user may write to")) << message();
-    EXPECT_TRUE(fs::is_empty(suite) && !fs::exists(record.string() + ".part"));
+    const auto meanwhile = [&](const fs::path& made, int mode) {
+        fs::remove_all(suite);
+        answers.prepare({[=] {
+            fs::create_directories(made);
+            EXPECT_EQ(chmod(made.c_str(), mode), 0);
+            return answer(0)();
+        }});
+        tell("install", KvmInstallMgr::install);
+    };
+    meanwhile(suite / "subsystems", 0755);
+    meanwhile(suite / "Zarn_system", 0755);
+    if (geteuid() == 0) {
+        brief = true;
+        meanwhile(suite, 0777);
+    } else {
+        story +=
+            "# install:\nQuestion: There is no folder / @/place / yet. Make it? / Answer: Yes\n";
+    }
 }
 
 TEST_F(Hostile, DevicesAreNotCopied) {
     const fs::path device = here / "make/Zarn_system/data/disk";
     writeFile(here / "make/Zarn_system/data/file", "");
+    fs::create_symlink("/dev/null", here / "make/Zarn_system/data/link");
     if (mknod(device.c_str(), S_IFBLK | 0600, makedev(7, 0)) != 0)
         GTEST_SKIP() << "only the super-user can make devices";
-    start("suite", {});
-    KvmInstallMgr::setReadFrom(KvmCdRom);
+    start("suite", {}, KvmCdRom);
     XmTextFieldSetString(kviInstallReadText, (here / "make/Zarn_system").string().data());
-    EXPECT_FALSE(KvmInstallMgr::install());
-    EXPECT_TRUE(says(device.string() + "\nis a device.")) << message();
-    EXPECT_TRUE(fs::is_empty(suite));
+    tell("block", KvmInstallMgr::install);
+    fs::remove(device);
+    ASSERT_EQ(mknod(device.c_str(), S_IFCHR | 0600, makedev(1, 3)), 0);
+    tell("character", KvmInstallMgr::install);
+    fs::remove(device);
+    keepOnly("none");
+    tell("none", KvmInstallMgr::install);
 }
 
 TEST_F(Hostile, AnotherInstallerIsNoticedWheneverItActs) {
     pack();
     start("new/suite", {});
     fs::remove(suite);
-    const std::string other = "# PROGRAM: Zarn-Corvan\n# VERSION: 2.0\n# PATH:    /elsewhere\n";
     answers.prepare({[&] {
-        writeFile(record, other);
+        writeFile(record, "# PROGRAM: Zarn-Corvan\n# VERSION: 2.0\n# PATH:    /elsewhere\n");
         return answer(0)();
     }});
-    EXPECT_FALSE(KvmInstallMgr::install()) << "while the user thought about the new folder";
-    EXPECT_TRUE(says("The installation record has changed")) << message();
-    EXPECT_EQ(contentsOf(record), other);
-    EXPECT_FALSE(fs::exists(suite) || fs::exists(record.string() + ".part"));
-    acknowledge();
-
+    tell("while the user thought about the new folder", KvmInstallMgr::install);
     installed();
     KvmPreparedRecord held;
     ASSERT_TRUE(held.keepOthersOff());
     answerWith({0});
-    EXPECT_FALSE(KvmInstallMgr::remove());
-    EXPECT_TRUE(says(KvuFormat("Another Zarn_install (process %d) is at work", getpid())))
-        << message();
-    EXPECT_TRUE(fs::exists(suite / "Zarn_system"));
+    tell("remove", KvmInstallMgr::remove);
+    const KvmPlaceLock lock(suite);
+    tell("remove", KvmInstallMgr::remove);
+}
+
+TEST_F(Hostile, OrdinaryUsersCanNotLockTheSuperUserOut) {
+    installed();
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        close(ends[0]);
+        if (becomeOrdinary()) flock(open(suite.c_str(), O_RDONLY), LOCK_EX);
+        close(ends[1]);
+        pause();
+        _exit(0);
+    }
+    char end = 0;
+    close(ends[1]);
+    EXPECT_EQ(read(ends[0], &end, 1), 0) << "it has the lock";
+    EXPECT_EQ(KvmPlaceLock(suite).held(), geteuid() == 0);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    close(ends[0]);
 }
 
 // Tests with mounts that no other process sees.
@@ -298,9 +299,32 @@ TEST_F(OwnMounts, AFullDiskIsNeverTakenForAnInstallation) {
     EXPECT_GT(bare, 2) << "the last copies were never what did not fit";
 }
 
+TEST_F(OwnMounts, APlaceThatCanOnlyBeReadIsRefused) {
+    limit(100);
+    pack();
+    ASSERT_EQ(mount("", (here / "disk").c_str(), "", MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    start("disk", {});
+    tell("install", KvmInstallMgr::install);
+    ASSERT_EQ(mount("tmpfs", "/etc", "tmpfs", 0, nullptr), 0);
+    tell("no users", KvmInstallMgr::listUsers);
+    EXPECT_EQ(KvmInstallMgr::getHomeDir("root"), nullptr);
+    umount2("/etc", MNT_DETACH);
+}
+
 TEST_F(OwnMounts, AnyPasswordFileIsRead) {
     const fs::path users = writeFile(here / "passwd", "");
     ASSERT_EQ(mount(users.c_str(), "/etc/passwd", nullptr, MS_BIND, nullptr), 0);
+    writeFile(users, "ann:x:1:1::/home/ann:/bin/sh\nlp:x:2:2::/:\nno line\nbob:x:3:3::/bob\n");
+    EXPECT_EQ(KvmInstallMgr::listUsers(), 1);
+    XmStringTable items = nullptr;
+    int count = 0;
+    XtVaGetValues(kviInstallUserList, XmNitems, &items, XmNitemCount, &count, nullptr);
+    ASSERT_EQ(count, 2);
+    EXPECT_TRUE(written(items[0]).ends_with(":ann") && written(items[1]).ends_with(":bob"));
+    EXPECT_TRUE(KvmInstallMgr::selectUser("ann"));
+    EXPECT_EQ(fieldText(kviInstallIconPath), "/home/ann");
+    for (const char* unknown : {"an", "bob", "no line"})
+        EXPECT_FALSE(KvmInstallMgr::selectUser(unknown)) << unknown;
     for (RandomTexts random{60, {":", "::x:", "\nlp:x:1:1:::"}}; random.next();) {
         const std::string home = "/" + random.draw(900, ":\n");
         writeFile(users, random.text + "\nann:x:1:1:Ann:" + home + ":/bin/sh\nlp:");

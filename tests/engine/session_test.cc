@@ -1,57 +1,60 @@
-#include "tests/fixtures/window.h"
+#include "tests/fixtures/transcript.h"
+
+#include "engine/record.h"
+#include "engine/window.h"
 
 namespace {
 
-class Session : public InstallerWindow {};
+class Session : public Transcript {};
 
-TEST_F(Session, RefusesLocationsBeforeAnythingIsTouched) {
-    fs::create_directories(here / "taken/Zarn_system");
-    const struct {
-        std::string location;
-        const char* says;
-    } cases[] = {
-        {here / "taken", ".\nPlease enter another location path."},
-        {here / "a b", "holds a blank"},
-        {here / "a\tb", "holds a blank"},
-        {here / "a\nb", "holds a blank"},
-        {"", "is empty"},
-        {"/" + std::string(1100, 'x'), "is too long"},
-        {"/" + std::string(1000, 'x'), "is too long"},
-    };
-    const std::string before = KvmInstallMgr::_info.path;
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.location);
-        XmTextFieldSetString(kviInstallLocationText, const_cast<char*>(c.location.c_str()));
-        press(kviInstallLocationTextOk);
-        const std::string said = acknowledge();
-        EXPECT_NE(said.find(c.says), std::string::npos) << said;
-        EXPECT_EQ(KvmInstallMgr::_info.path, before);
-        EXPECT_TRUE(XtIsSensitive(kviInstallLocationTextOk));
-        EXPECT_FALSE(KvmInstallMgr::install()) << "it is refused there as well";
-        acknowledge();
+TEST_F(Session, TakesOrRefusesLocations) {
+    for (const char* name : {"inner", "it's", "taken/Zarn_system"}) fs::create_directories(name);
+    for (const std::string& typed :
+         {(here / "taken").string(), std::string("a b"), std::string("a\tb"), std::string("a\nb"),
+          std::string(), "/" + std::string(990, 'x'), std::string("."),
+          std::string("inner/../inner"), std::string("-new"), (here / "it's").string(),
+          std::string("~nobody-of-that-name/x")}) {
+        KvmInstallMgr::_info.installed = 1;
+        tell(typed, [&] { return KvmInstallMgr::setLocation(typed.c_str()); });
     }
-    EXPECT_TRUE(fs::is_empty(here / "taken/Zarn_system"));
+    EXPECT_FALSE(KvmInstallMgr::setLocation(("/" + std::string(986, 'x')).c_str()));
+    EXPECT_TRUE(KvmInstallMgr::setLocation(("/" + std::string(985, 'x')).c_str()));
 }
 
-TEST_F(Session, TakesLocationsOver) {
-    fs::create_directories(here / "inner");
-    fs::create_directories(here / "it's");
-    const std::string place = here;
-    const struct {
-        std::string typed, taken;
-    } cases[] = {{place + "/inner", place + "/inner"},
-                 {".", "."},
-                 {"inner/../inner", place + "/inner"},
-                 {"-new", place + "/-new"},
-                 {place + "/it's", place + "/it's"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.typed);
-        KvmInstallMgr::_info.installed = 1;
-        EXPECT_TRUE(KvmInstallMgr::setLocation(c.typed.c_str()));
-        EXPECT_EQ(KvmInstallMgr::_info.path, c.taken);
-        EXPECT_EQ(fieldText(kviInstallLocationText), c.taken);
-        EXPECT_FALSE(KvmInstallMgr::_info.installed);
+TEST_F(Session, FillsTheWindow) {
+    // What it does not set keeps these looks.
+    for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
+        KvcLabelSetString(row.getWidget(), "?");
+        KvmSetToggle(row.getWidget(), false);
+        KvmShowMark(row.getWidget(), KvmMark::removed);
     }
+    for (const Widget w : {kviInstallDiskReq, kviInstallSystemMsg}) KvcLabelSetString(w, "?");
+    for (const Widget w : {kviInstallReadText, kviInstallLocationText})
+        XmTextFieldSetString(w, const_cast<char*>("?"));
+    KvmAllowChanges(true);
+    KvmAllowInstall(false);
+    KvmSetToggle(kviInstallToggleCD, true);
+    KvmShowAvailable("?", false);
+    const auto start = [&](const char* heading) {
+        KvmInstallMgr::_info = {};
+        char name[] = "Zarn_install";
+        char* argv[] = {name, nullptr};
+        tell(heading, [&] { return KvmInstallMgr::start(1, argv); });
+        EXPECT_STREQ(KvmInstallMgr::_progName, "Zarn_install");
+    };
+    start("nothing");
+    for (const char* version : {"2.0", "1.9"}) {
+        writeFile(here / "suite/Zarn_system/subsystems/models/content", "");
+        writeFile(here / "home/.Zarn_inst",
+                  KvuFormat("# PROGRAM: Zarn-Corvan\n# VERSION: %s\n# PATH:    %s/suite\n", version,
+                            folder.c_str()));
+        start(version);
+    }
+    script("id", "echo 'uid=0(root)'");
+    EXPECT_TRUE(KvmInstallMgr::checkIfRoot());
+    EXPECT_STREQ(KvmInstallMgr::_infoFile, "/usr/lib/.Zarn_inst");
+    KvmInstallMgr::initInfo();
+    EXPECT_STREQ(KvmInstallMgr::getPath(), "/usr/local");
 }
 
 TEST_F(Session, CountsSpaceOnlyForAFirstInstallation) {
@@ -66,24 +69,13 @@ TEST_F(Session, CountsSpaceOnlyForAFirstInstallation) {
 
 TEST_F(Session, SaysATextOnce) {
     testing::internal::CaptureStdout();
-    KvmInstallMgr::info(kviInstallSystemMsg, "one ", nullptr, "two");
-    KvmInstallMgr::info(kviInstallSystemMsg, "one ", "two");
-    KvmInstallMgr::info(nullptr, "three");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "\none two\n");
-    EXPECT_EQ(textOf(kviInstallSystemMsg), "one two");
-}
-
-TEST_F(Session, WarnsOfAnotherVersion) {
-    script("id", "echo 'uid=1000(ann) gid=1000(ann)'");
-    writeFile(here / "suite/Zarn_system/bin/Zarn", "");
-    writeFile(here / "home/.Zarn_inst",
-              "# VERSION: 1.9\n# PATH:    " + (here / "suite").string() + "\n");
-    char name[] = "Zarn_install";
-    char* argv[] = {name, nullptr};
-    EXPECT_TRUE(KvmInstallMgr::start(1, argv));
-    EXPECT_EQ(message().find("Another version of Zarn is currently installed."), 0U) << message();
-    EXPECT_FALSE(XtIsSensitive(kviInstallButtonInstall));
-    EXPECT_TRUE(XtIsSensitive(kviInstallButtonRemove));
+    KvmInstallMgr::info(kviInstallSystemMsg, "one ", nullptr, "two", " three");
+    KvmInstallMgr::info(kviInstallSystemMsg, "one ", "two three");
+    KvmInstallMgr::info(nullptr, "four");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "\none two three\n");
+    tell("long", [] { return KvmStatus(std::string(330, 'x').c_str()), 0; });
+    tell("short", [] { return KvmStatus("x"), 0; });
+    EXPECT_EXIT(KvmInstallMgr::close(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
