@@ -76,7 +76,9 @@ TEST_F(Record, SpeaksOnlyForWhatIsThere) {
     fs::create_symlink("loop", here / "loop");
     for (const std::string& text : texts) {
         writeFile(own, text);
-        tell(text.substr(0, text.find('\n')), KvmInstallMgr::getInstallInfo);
+        tell(text.substr(0, text.find('\n')), [] {
+            return KvmInstallMgr::getInstallInfo() != 0 ? 2 : KvmRecordIsAsSeen() ? 1 : 0;
+        });
     }
     fs::remove(own);
     writeFile(own / "precious", "kept");
@@ -92,6 +94,8 @@ TEST_F(Record, IsAWholeRegularFileOrNone) {
     tell("prepared", [&] { return record.prepare(here); });
     tell("another", [this] { return KvmPreparedRecord().prepare(here); });
     tell("another", [] { return KvmPreparedRecord().keepOthersOff(); });
+    fs::create_directory(here / "Zarn_system");
+    EXPECT_EQ(KvmUnfinishedPlace(), "") << "somebody is at work there";
     tell("in place", [&] { return record.putInPlace(); });
     fs::remove(own);
     fs::create_directory(own);

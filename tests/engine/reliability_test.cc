@@ -135,7 +135,7 @@ TEST_F(Hostile, VanishedLocationIsNoInstallation) {
         SCOPED_TRACE(last);
         start(last, {});
         KvmInstallMgr::setReadFrom(KvmLocalTape);
-        XmTextFieldSetString(kviInstallReadText, (here / "Zarn2.0.tar").string().data());
+        type(kviInstallReadText, here / "Zarn2.0.tar");
         script(last,
                std::string("PATH=/usr/bin:/bin; ") + last + " \"$@\"; rm -r " + suite.string());
         EXPECT_FALSE(KvmInstallMgr::install());
@@ -154,30 +154,30 @@ TEST_F(Hostile, PipesAreNeverReadFrom) {
     tell("record", KvmInstallMgr::getInstallInfo);
     keepOnly("models");
     start("suite", {1});
-    tell("install", KvmInstallMgr::install);
+    install("install");
 }
 
 TEST_F(Hostile, APlaceThatSomebodyMakesMeanwhileIsLookedAtAgain) {
     pack();
     start("place", {});
-    const auto meanwhile = [&](const fs::path& made, int mode) {
+    const auto meanwhile = [&](const char* heading, const std::string& command) {
         fs::remove_all(suite);
-        answers.prepare({[=] {
-            fs::create_directories(made);
-            EXPECT_EQ(chmod(made.c_str(), mode), 0);
+        answers.prepare({[=, this] {
+            EXPECT_EQ(std::system(("cd " + folder + "; " + command).c_str()), 0);
             return answer(0)();
         }});
-        tell("install", KvmInstallMgr::install);
+        install(heading);
     };
-    meanwhile(suite / "subsystems", 0755);
-    meanwhile(suite / "Zarn_system", 0755);
-    if (geteuid() == 0) {
-        brief = true;
-        meanwhile(suite, 0777);
-    } else {
-        story +=
-            "# install:\nQuestion: There is no folder / @/place / yet. Make it? / Answer: Yes\n";
-    }
+    meanwhile("subsystems", "mkdir -p place/subsystems");
+    meanwhile("system", "mkdir -p place/Zarn_system");
+    if (geteuid() == 0) meanwhile("others", "mkdir -m 777 place");
+    fs::remove_all(suite);
+    answers.prepare({[this] {
+        writeFile(suite, "");
+        return answer(0)();
+    }});
+    EXPECT_FALSE(KvmInstallMgr::install());
+    EXPECT_TRUE(says("Can't write to disk.\nPlease select another path\n")) << message();
 }
 
 TEST_F(Hostile, DevicesAreNotCopied) {
@@ -187,14 +187,14 @@ TEST_F(Hostile, DevicesAreNotCopied) {
     if (mknod(device.c_str(), S_IFBLK | 0600, makedev(7, 0)) != 0)
         GTEST_SKIP() << "only the super-user can make devices";
     start("suite", {}, KvmCdRom);
-    XmTextFieldSetString(kviInstallReadText, (here / "make/Zarn_system").string().data());
-    tell("block", KvmInstallMgr::install);
+    type(kviInstallReadText, here / "make/Zarn_system");
+    install("block");
     fs::remove(device);
     ASSERT_EQ(mknod(device.c_str(), S_IFCHR | 0600, makedev(1, 3)), 0);
-    tell("character", KvmInstallMgr::install);
+    install("character");
     fs::remove(device);
     keepOnly("none");
-    tell("none", KvmInstallMgr::install);
+    install("none");
 }
 
 TEST_F(Hostile, AnotherInstallerIsNoticedWheneverItActs) {
@@ -205,7 +205,7 @@ TEST_F(Hostile, AnotherInstallerIsNoticedWheneverItActs) {
         writeFile(record, "# PROGRAM: Zarn-Corvan\n# VERSION: 2.0\n# PATH:    /elsewhere\n");
         return answer(0)();
     }});
-    tell("while the user thought about the new folder", KvmInstallMgr::install);
+    install("while the user thought about the new folder");
     installed();
     KvmPreparedRecord held;
     ASSERT_TRUE(held.keepOthersOff());
@@ -279,7 +279,7 @@ TEST_F(OwnMounts, AFullDiskIsNeverTakenForAnInstallation) {
         limit(kilobytes);
         start("disk", {});
         KvmInstallMgr::setReadFrom(KvmLocalTape);
-        XmTextFieldSetString(kviInstallReadText, (here / "Zarn2.0.tar").string().data());
+        type(kviInstallReadText, here / "Zarn2.0.tar");
         const int done = KvmInstallMgr::install();
         EXPECT_EQ(fs::exists(record), done != 0);
         const fs::path copy = suite / "Zarn_system/bin/Zarn_install";
@@ -304,17 +304,32 @@ TEST_F(OwnMounts, APlaceThatCanOnlyBeReadIsRefused) {
     pack();
     ASSERT_EQ(mount("", (here / "disk").c_str(), "", MS_REMOUNT | MS_RDONLY, nullptr), 0);
     start("disk", {});
-    tell("install", KvmInstallMgr::install);
+    install("install");
     ASSERT_EQ(mount("tmpfs", "/etc", "tmpfs", 0, nullptr), 0);
     tell("no users", KvmInstallMgr::listUsers);
     EXPECT_EQ(KvmInstallMgr::getHomeDir("root"), nullptr);
     umount2("/etc", MNT_DETACH);
+    ASSERT_EQ(mount("tmpfs", "/usr/sbin", "tmpfs", 0, nullptr), 0);
+    writeFile("/usr/sbin/ObjToIv", "");
+    tell("translators are there", KvmInstallMgr::installTranslators);
+    writeFile("/usr/sbin/gunzip", "");
+    writeFile(here / "gunzip", "");
+    ASSERT_EQ(std::system("gzip Zarn2.0.tar"), 0);
+    KvText unpacked;
+    tell("gunzip is there",
+         [&] { return KvmInstallMgr::uncompress((here / "Zarn2.0.tar.gz").c_str(), unpacked); });
+    EXPECT_EQ(unpacked, here / "Zarn2.0.tar");
+    umount2("/usr/sbin", MNT_DETACH);
 }
 
 TEST_F(OwnMounts, AnyPasswordFileIsRead) {
     const fs::path users = writeFile(here / "passwd", "");
     ASSERT_EQ(mount(users.c_str(), "/etc/passwd", nullptr, MS_BIND, nullptr), 0);
-    writeFile(users, "ann:x:1:1::/home/ann:/bin/sh\nlp:x:2:2::/:\nno line\nbob:x:3:3::/bob\n");
+    std::string lines = "ann:x:1:1::/home/ann:/bin/sh\nno line\nbob:x:3:3::/bob\n";
+    for (const char* account :
+         {"sysadm", "diag", "daemon", "bin", "uucp", "sys", "adm", "lp", "nuucp", "nobody", "lpr"})
+        lines += std::string(account) + ":x:2:2::/:\n";
+    writeFile(users, lines);
     EXPECT_EQ(KvmInstallMgr::listUsers(), 1);
     XmStringTable items = nullptr;
     int count = 0;

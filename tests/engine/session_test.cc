@@ -11,7 +11,7 @@ TEST_F(Session, TakesOrRefusesLocations) {
     for (const char* name : {"inner", "it's", "taken/Zarn_system"}) fs::create_directories(name);
     for (const std::string& typed :
          {(here / "taken").string(), std::string("a b"), std::string("a\tb"), std::string("a\nb"),
-          std::string(), "/" + std::string(990, 'x'), std::string("."),
+          std::string(), "/" + std::string(990, 'x'), std::string(1020, 'x'), std::string("."),
           std::string("inner/../inner"), std::string("-new"), (here / "it's").string(),
           std::string("~nobody-of-that-name/x")}) {
         KvmInstallMgr::_info.installed = 1;
