@@ -1,13 +1,12 @@
-#include "tests/fixtures/transcript.h"
-
-#include "engine/archives.h"
 #include "engine/record.h"
-#include "engine/session.h"
+#include "engine/archives.h"
+#include "support/KvuCommand.h"
 #include "tests/fixtures/random.h"
+#include "tests/fixtures/window.h"
 
 namespace {
 
-class Record : public Transcript {
+class Record : public InstallerWindow {
 protected:
     // Makes a suite in the folder `name`, with a record that names the suite in `path`.
     std::string tree(const std::string& name, const fs::path& path) const {
@@ -20,29 +19,6 @@ protected:
 
     const fs::path own = here / "home/.Zarn_inst";
 };
-
-TEST_F(Record, IsReadBackAsItWasWritten) {
-    // Every kind of shell metacharacter, but no blank.
-    const std::string place = here / "a'b\"c$(d)`e`;f&g";
-    fs::create_directories(place + "/Zarn_system/subsystems/render");
-    KvmInstallMgr::_info.product = 2;
-    {
-        KvmPreparedRecord record;
-        ASSERT_TRUE(record.prepare(place));
-        tell("in place", [&] { return record.putInPlace(); });
-    }
-    story += neutral(contentsOf(own));
-    KvmInstallMgr::_info = {};
-    tell("read", KvmInstallMgr::getInstallInfo);
-    EXPECT_EQ(KvmInstallMgr::_info.product, 2);
-    EXPECT_EQ(KvmInstallMgr::getPath(), place);
-    EXPECT_STREQ(KvmInstallMgr::_info.version, "2.0");
-    EXPECT_TRUE(holds(contentsOf(own), KvmInstallMgr::_info.date));
-    EXPECT_TRUE(KvmInstallMgr::isRunningOnServer());
-    for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
-        EXPECT_EQ(row.installed && row.selected, std::string(row.directory) == "render")
-            << row.label;
-}
 
 TEST_F(Record, TakesTheLinesItKnows) {
     fs::create_directories(here / "suite/Zarn_system");
@@ -68,40 +44,45 @@ TEST_F(Record, TakesTheLinesItKnows) {
     }
 }
 
-TEST_F(Record, SpeaksOnlyForWhatIsThere) {
-    writeFile(here / "file", "");
-    const std::string texts[] = {"", "# PROGRAM: Zarn-Pinnet\n# VERSION: 2.0\n# PATH:\n",
-                                 "# PATH:    /nowhere\n", "# PATH:    " + folder + "/file\n",
-                                 "# PATH:    " + folder + "/loop\n"};
-    fs::create_symlink("loop", here / "loop");
-    for (const std::string& text : texts) {
-        writeFile(own, text);
-        tell(text.substr(0, text.find('\n')), [] {
-            return KvmInstallMgr::getInstallInfo() != 0 ? 2 : KvmRecordIsAsSeen() ? 1 : 0;
-        });
-    }
-    fs::remove(own);
-    writeFile(own / "precious", "kept");
-    tell("a folder", KvmInstallMgr::getInstallInfo);
-}
-
 TEST_F(Record, IsAWholeRegularFileOrNone) {
-    fs::create_symlink(here / "planted", own.string() + ".part");
-    tell("prepared", [this] { return KvmPreparedRecord().prepare(here); });
-    fs::remove(own.string() + ".part");
+    const std::string part = own.string() + ".part";
+    const std::string cantWrite = "Can't write out info file " + own.string();
+    fs::create_symlink(here / "planted", part);
+    EXPECT_FALSE(KvmPreparedRecord().prepare(here));
+    EXPECT_EQ(acknowledge(), cantWrite + "\nToo many levels of symbolic links");
+    fs::remove(part);
     fs::create_symlink(here / "planted", own);
-    KvmPreparedRecord record;
-    tell("prepared", [&] { return record.prepare(here); });
-    tell("another", [this] { return KvmPreparedRecord().prepare(here); });
-    tell("another", [] { return KvmPreparedRecord().keepOthersOff(); });
     fs::create_directory(here / "Zarn_system");
-    EXPECT_EQ(KvmUnfinishedPlace(), "") << "somebody is at work there";
-    tell("in place", [&] { return record.putInPlace(); });
+    {
+        KvmPreparedRecord record;
+        EXPECT_TRUE(record.prepare(here));
+        EXPECT_EQ(KvmUnfinishedPlace(), "") << "somebody is at work there";
+        for (const bool prepares : {true, false}) {
+            KvmPreparedRecord other;
+            EXPECT_FALSE(prepares ? other.prepare(here) : other.keepOthersOff());
+            EXPECT_EQ(acknowledge(), KvuFormat("Another Zarn_install (process %d) is at work at "
+                                               "this moment.",
+                                               getpid()));
+        }
+        EXPECT_EQ(fs::status(part).permissions(), fs::perms(0600));
+    }
+    EXPECT_EQ(KvmUnfinishedPlace(), folder);
+    {
+        KvmPreparedRecord record;
+        EXPECT_TRUE(record.prepare(here) && record.putInPlace());
+    }
+    EXPECT_EQ(fs::symlink_status(own).permissions(), fs::perms(0644));
+    EXPECT_FALSE(fs::exists(here / "planted") || fs::exists(part));
     fs::remove(own);
-    fs::create_directory(own);
-    tell("a folder", [] { return KvmPreparedRecord().canBePrepared(); });
+    {
+        KvmPreparedRecord record;
+        EXPECT_TRUE(record.keepOthersOff());
+        EXPECT_TRUE(fs::exists(part));
+    }
+    EXPECT_FALSE(fs::exists(part)) << "it was not needed";
     fs::remove_all(here / "home");
-    tell("no home", [] { return KvmPreparedRecord().canBePrepared(); });
+    EXPECT_FALSE(KvmPreparedRecord().canBePrepared());
+    EXPECT_EQ(acknowledge(), cantWrite + "\nNo such file or directory");
 }
 
 TEST_F(Record, OfAUserWithoutAHomeIsNotInTheWorkingDirectory) {
@@ -110,36 +91,6 @@ TEST_F(Record, OfAUserWithoutAHomeIsNotInTheWorkingDirectory) {
     EXPECT_EQ(KvmHome() + "\n", home);
     unsetenv("HOME");
     EXPECT_EQ(KvmHome() + "\n", home);
-}
-
-TEST_F(Record, OfATreeIsTakenOverOrChangesNothing) {
-    tree("original", here / "original");
-    const auto go = [&](const std::string& location) {
-        tell(location, [&] { return KvmInstallMgr::setInstallInfo(location.c_str()); });
-    };
-    go(here / "home");
-    go(tree("moved", here / "gone"));
-    go(tree("copy", here / "original"));
-    go("/" + std::string(990, 'x') + "/Zarn_system");
-    EXPECT_FALSE(
-        KvmInstallMgr::setInstallInfo(("/" + std::string(989, 'x') + "/Zarn_system").c_str()));
-    EXPECT_TRUE(message().starts_with("Could not find")) << "it would fit";
-    for (const char* text : {"", "# PROGRAM: Other\n# VERSION: 2.0\n", "# PROGRAM: Zarn-Pinnet\n",
-                             "# PROGRAM: Zarn-Pinnet\n# VERSION: 2\n"}) {
-        writeFile(here / "none/Zarn_system/resources/.Zarn_inst", text);
-        go(here / "none/Zarn_system");
-    }
-    EXPECT_EQ(KvmInstallMgr::_infoFile, own) << "an installation must not be recorded there";
-    EXPECT_STREQ(KvmInstallMgr::getProductCode(), "PNT");
-    EXPECT_FALSE(KvmInstallMgr::isInstalled(nullptr));
-    go(tree("suite", here / "suite") + "/");
-    EXPECT_EQ(KvmInstallMgr::_infoFile, here / "suite/Zarn_system/resources/.Zarn_inst");
-    EXPECT_FALSE(KvmInstallMgr::isRunningOnServer());
-    fs::create_directory(here / "original/Zarn_system/subsystems");
-    fs::create_directory(here / "original/Zarn_system/subsystems/src");
-    go("original/Zarn_system");
-    EXPECT_EQ(KvmInstallMgr::_infoFile, here / "original/Zarn_system/resources/.Zarn_inst");
-    EXPECT_EQ(KvmInstallMgr::_info.path, here / "original");
 }
 
 TEST_F(Record, OfAnyTextAndArchivesOfAnyNameAreRead) {
@@ -169,22 +120,6 @@ TEST_F(Record, OfAnyTextAndArchivesOfAnyNameAreRead) {
         // Motif itself leaks memory when a box shows several messages.
         if (message() != "") acknowledge();
     }
-}
-
-TEST_F(Record, OfATreeIsLeftBehindWithItsTree) {
-    KvmInstallMgr::checkIfRoot();
-    const std::string system = tree("suite", here / "suite");
-    writeProgram(system + "/bin/Zarn.install", "[ $1 != -r ] || exec rm -r \"$2\"");
-    writeFile(own, contentsOf(system + "/resources/.Zarn_inst"));
-    KvmForgetRecord();
-    ASSERT_TRUE(KvmInstallMgr::setInstallInfo(system.c_str()));
-    getHostName(KvmInstallMgr::_info.installHostname);
-    mark(kviInstallLustrel, 1);
-    tell("changed", KvmInstallMgr::install);
-    EXPECT_EQ(contentsOf(own), contentsOf(system + "/resources/.Zarn_inst"));
-    answerWith({0});
-    tell("removed", KvmInstallMgr::remove);
-    EXPECT_EQ(KvmInstallMgr::_infoFile, own) << "the next installation is recorded there";
 }
 
 }  // namespace

@@ -1,60 +1,78 @@
-#include "tests/fixtures/transcript.h"
+#include <sys/stat.h>
 
-#include "engine/record.h"
+#include <algorithm>
+#include <array>
+#include <tuple>
+
 #include "engine/window.h"
+#include "tests/fixtures/window.h"
 
 namespace {
 
-class Session : public Transcript {};
+class Session : public InstallerWindow {};
 
-TEST_F(Session, TakesOrRefusesLocations) {
-    for (const char* name : {"inner", "it's", "taken/Zarn_system"}) fs::create_directories(name);
-    for (const std::string& typed :
-         {(here / "taken").string(), std::string("a b"), std::string("a\tb"), std::string("a\nb"),
-          std::string(), "/" + std::string(990, 'x'), std::string(1020, 'x'), std::string("."),
-          std::string("inner/../inner"), std::string("-new"), (here / "it's").string(),
-          std::string("~nobody-of-that-name/x")}) {
-        KvmInstallMgr::_info.installed = 1;
-        tell(typed, [&] { return KvmInstallMgr::setLocation(typed.c_str()); });
+TEST_F(Session, ADistributionTellsItsSizes) {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"# sizes\n\n models\t31500000\r\nrender 1500000", "51.6 Mbytes", "31.5"},
+        {"models -5\nmodels 1e9\nmodels 5 6\nmodels\nmodels 99999999999999999999999\n"
+         "models 2000000000000000\nnobody 7\nmodels +1\nmodels 0x1\n5\nrender 1500000\n#models 1",
+         "20.2 Mbytes", "0.1"},
+        {"Zarn_system 2100000000", "2103.9 Mbytes", "0.1"},
+        {"Zarn_system 1000000000000000", "1000000000.0 Mbytes", "0.1"},
+        {"Zarn_system 1000000000000001\nmodels 200000", "1000000000.0 Mbytes", "0.2"},
+    };
+    const auto given = std::to_array(KvmInstallSubsystem);
+    for (const auto& [text, required, models] : cases) {
+        SCOPED_TRACE(text);
+        writeFile("Zarn_sizes", text);
+        std::ranges::copy(given, KvmInstallSubsystem);
+        KvmInstallMgr::initInfo();
+        KvmInstallMgr::init();
+        EXPECT_EQ(textOf(kviInstallDiskReq), required);
+        EXPECT_EQ(textOf(kviSubsystemModels), "Clip art - Models (" + std::string(models) + " Mb)");
     }
-    EXPECT_FALSE(KvmInstallMgr::setLocation(("/" + std::string(986, 'x')).c_str()));
-    EXPECT_TRUE(KvmInstallMgr::setLocation(("/" + std::string(985, 'x')).c_str()));
+    EXPECT_FALSE(KvmInstallMgr::initDiskSpace()) << "no disk bears that";
+    const int usual = XtWidth(kviSubsystemTextures);
+    KvmLabelToggle(kviSubsystemTextures, "Clip art - Textures (1000.0 Mb)");
+    EXPECT_EQ(XtWidth(kviSubsystemTextures), 207) << "in the narrow font";
+    EXPECT_EQ(usual, 192);
+    KvmShowAvailable("12345678901234567890 Mbytes", true);
+    EXPECT_EQ(XtWidth(kviInstallDiskAvail), 150) << "up to the window's edge";
+    for (const int begin : {65536, 65535}) {
+        writeFile("Zarn_sizes", std::string(begin - 12, '\n') + "models 900000");
+        KvmInstallMgr::initInfo();
+        EXPECT_EQ(KvmInstallSubsystem[3].sizeMB, begin == 65535 ? 0.9F : 0.09F) << "read in part";
+    }
+    fs::remove("Zarn_sizes");
+    ASSERT_EQ(mkfifo("Zarn_sizes", 0600), 0);
+    EXPECT_TRUE(KvmInstallMgr::initInfo()) << "nothing waits for a pipe";
 }
 
-TEST_F(Session, FillsTheWindow) {
-    // What it does not set keeps these looks.
-    for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem) {
-        KvcLabelSetString(row.getWidget(), "?");
-        KvmSetToggle(row.getWidget(), false);
-        KvmShowMark(row.getWidget(), KvmMark::removed);
-    }
-    for (const Widget w : {kviInstallDiskReq, kviInstallSystemMsg}) KvcLabelSetString(w, "?");
-    for (const Widget w : {kviInstallReadText, kviInstallLocationText})
-        XmTextFieldSetString(w, const_cast<char*>("?"));
-    KvmAllowChanges(true);
-    KvmAllowInstall(false);
-    KvmSetToggle(kviInstallToggleCD, true);
-    KvmShowAvailable("?", false);
-    const auto start = [&](const char* heading) {
-        KvmInstallMgr::_info = {};
-        char name[] = "Zarn_install";
-        char* argv[] = {name, nullptr};
-        tell(heading, [&] { return KvmInstallMgr::start(1, argv); });
-        EXPECT_STREQ(KvmInstallMgr::_progName, "Zarn_install");
+TEST_F(Session, RefusesTextsThatAreTooLong) {
+    const auto location = [](int length) {
+        const int taken = KvmInstallMgr::setLocation(("/" + std::string(length, 'x')).c_str());
+        return taken != 0 ? "taken" : acknowledge();
     };
-    start("nothing");
-    for (const char* version : {"2.0", "1.9"}) {
-        writeFile(here / "suite/Zarn_system/subsystems/models/content", "");
-        writeFile(here / "home/.Zarn_inst",
-                  KvuFormat("# PROGRAM: Zarn-Corvan\n# VERSION: %s\n# PATH:    %s/suite\n", version,
-                            folder.c_str()));
-        start(version);
-    }
-    script("id", "echo 'uid=0(root)'");
-    EXPECT_TRUE(KvmInstallMgr::checkIfRoot());
-    EXPECT_STREQ(KvmInstallMgr::_infoFile, "/usr/lib/.Zarn_inst");
-    KvmInstallMgr::initInfo();
-    EXPECT_STREQ(KvmInstallMgr::getPath(), "/usr/local");
+    const char* const tooLong =
+        "This install location is too long.\nPlease enter another location path.";
+    EXPECT_EQ(location(985), "taken");
+    EXPECT_EQ(location(986), tooLong);
+    EXPECT_FALSE(KvmInstallMgr::setLocation(std::string(1020, 'x').c_str()));
+    EXPECT_TRUE(acknowledge().starts_with("This install location can't be found:\nx"));
+    const auto tree = [](int length) {
+        const std::string place = "/" + std::string(length, 'x') + "/Zarn_system";
+        EXPECT_FALSE(KvmInstallMgr::setInstallInfo(place.c_str()));
+        const std::string said = acknowledge();
+        return said.substr(0, said.find(':'));
+    };
+    EXPECT_EQ(tree(989), "Could not find an installed Zarn system in");
+    EXPECT_EQ(tree(990), "This location is too long");
+    const std::string before = KvmInstallMgr::_info.readText;
+    KvmInstallMgr::setReadText(std::string(1024, 'x').c_str());
+    EXPECT_EQ(acknowledge(), "The text that names the device or the archives is too long.");
+    EXPECT_EQ(KvmInstallMgr::_info.readText, before);
+    KvmInstallMgr::setReadText(std::string(1023, 'x').c_str());
+    EXPECT_EQ(KvmInstallMgr::_info.readText, std::string(1023, 'x'));
 }
 
 TEST_F(Session, CountsSpaceOnlyForAFirstInstallation) {
@@ -73,8 +91,14 @@ TEST_F(Session, SaysATextOnce) {
     KvmInstallMgr::info(kviInstallSystemMsg, "one ", "two three");
     KvmInstallMgr::info(nullptr, "four");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "\none two three\n");
-    tell("long", [] { return KvmStatus(std::string(330, 'x').c_str()), 0; });
-    tell("short", [] { return KvmStatus("x"), 0; });
+    const auto alignment = [](const std::string& text) {
+        KvmStatus(text.c_str());
+        unsigned char shown = 0;
+        XtVaGetValues(kviInstallSystemMsg, XmNalignment, &shown, nullptr);
+        return shown;
+    };
+    EXPECT_EQ(alignment(std::string(200, 'x')), XmALIGNMENT_BEGINNING);
+    EXPECT_EQ(alignment("x"), XmALIGNMENT_CENTER);
     EXPECT_EXIT(KvmInstallMgr::close(), testing::ExitedWithCode(0), "");
 }
 
