@@ -1,4 +1,9 @@
 #include "engine/record.h"
+#include <sys/resource.h>
+
+#include <csignal>
+#include <utility>
+
 #include "engine/archives.h"
 #include "support/KvuCommand.h"
 #include "tests/fixtures/random.h"
@@ -85,12 +90,36 @@ TEST_F(Record, IsAWholeRegularFileOrNone) {
     EXPECT_EQ(acknowledge(), cantWrite + "\nNo such file or directory");
 }
 
+TEST_F(Record, ThatDoesNotFitIsNotPrepared) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before;
+    getrlimit(RLIMIT_FSIZE, &before);
+    // As on a full disk, no byte can be written, or only a few.
+    for (const auto& [bytes, reason] :
+         {std::pair<rlim_t, std::string>{0, "File too large"}, {20, "No space left on device"}}) {
+        const rlimit limit{bytes, before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        EXPECT_FALSE(KvmPreparedRecord().prepare(here));
+        setrlimit(RLIMIT_FSIZE, &before);
+        EXPECT_EQ(acknowledge(), "Can't write out info file " + own.string() + "\n" + reason);
+        EXPECT_FALSE(fs::exists(own.string() + ".part"));
+    }
+}
+
 TEST_F(Record, OfAUserWithoutAHomeIsNotInTheWorkingDirectory) {
     const std::string home = outcomeOf("HOME=; eval echo ~$(whoami)").output;
     setenv("HOME", ".", 1);
     EXPECT_EQ(KvmHome() + "\n", home);
     unsetenv("HOME");
     EXPECT_EQ(KvmHome() + "\n", home);
+    script("id", "echo ann");
+    setenv("HOME", ("/" + std::string(1020, 'x')).c_str(), 1);
+    testing::internal::CaptureStderr();
+    KvmInstallMgr::checkIfRoot();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "The path of the installation record is too long: /" + std::string(1020, 'x') +
+                  "/.Zarn_inst\n");
+    EXPECT_STREQ(KvmInstallMgr::_infoFile, "") << "another path would be another file";
 }
 
 TEST_F(Record, OfAnyTextAndArchivesOfAnyNameAreRead) {

@@ -75,6 +75,17 @@ TEST_F(Session, RefusesTextsThatAreTooLong) {
     EXPECT_EQ(KvmInstallMgr::_info.readText, std::string(1023, 'x'));
 }
 
+TEST_F(Session, DoesWithoutAStartFolderWhosePathIsTooLong) {
+    for (int i = 0; i < 5; ++i) {
+        ASSERT_EQ(mkdir(std::string(250, 'x').c_str(), 0755), 0);
+        ASSERT_EQ(chdir(std::string(250, 'x').c_str()), 0);
+    }
+    testing::internal::CaptureStderr();
+    KvmInstallMgr::initInfo();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "The path of the start directory is too long.\n");
+}
+
 TEST_F(Session, CountsSpaceOnlyForAFirstInstallation) {
     ASSERT_TRUE(KvCopyText(KvmInstallMgr::_info.path, "/proc"));
     EXPECT_FALSE(KvmInstallMgr::initDiskSpace());

@@ -1,6 +1,4 @@
 #include <algorithm>
-#include <array>
-#include <cstring>
 
 #include "engine/session.h"
 #include "engine/window.h"
@@ -201,7 +199,11 @@ private:
     };
     const std::map<std::string, std::function<int()>> operations{
         {"launch",
-         [] { return KvmInstallMgr::start(1, std::array{strdup("Zarn_install")}.data()); }},
+         [] {
+             char name[] = "Zarn_install";
+             char* argv[] = {name, nullptr};
+             return KvmInstallMgr::start(1, argv);
+         }},
         {"init", [] { return KvmInstallMgr::init(), 0; }},
         {"install", KvmInstallMgr::install},
         {"remove", KvmInstallMgr::remove},
