@@ -88,7 +88,7 @@ count_click() {
     read -r x y < <(pilot widgets "$window" | awk -v name="$1" '
         $NF == name { print $1 + int($3 / 2), $2 + int($4 / 2) }')
     xdotool mousemove "$x" "$y"
-    # The first click may only bring the keyboard to the window.
+    # The first click may do no more than give the window the keyboard focus.
     click_and_settle
     click_and_settle
     before=$(requests) trips=$(round_trips)

@@ -1,7 +1,7 @@
 // Measures, within one process, what the installer does once its window is open.
 //
 //   bench_window install MEDIUM LOCATION   installs what lies in the working directory, and prints
-//                                          the seconds from the press to the status; MEDIUM is
+//                                          the seconds that this takes; MEDIUM is
 //                                          "archives" or "cdrom"
 //   bench_window messages COUNT            prints the bytes that a message leaves allocated
 //   bench_window users COUNT               prints the seconds that a list of users takes

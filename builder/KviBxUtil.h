@@ -25,20 +25,19 @@
 void RegisterBxConverters(XtAppContext app);
 
 /// Converts `text` to the type `toType` for `w` and returns it as an Arg's value; `size` is unused.
-/// `*ok` tells whether it succeeded; on failure the result is 0 and the toolkit has printed a
-/// warning. An XmString or XmStringTable is new and belongs to the caller, who frees it once a
-/// widget has copied it. For "String", "Double" and "Float", and for a value wider than an
-/// XtArgVal, the result is the address of the value, valid until the next conversion. The fonts of
-/// a font list are scaled, and chosen by BxFontFor.
+/// `*ok` tells whether it succeeded; on failure the result is 0 and, unless `text` is null, the
+/// toolkit has printed a warning. An XmString or XmStringTable is new and belongs to the caller,
+/// who frees it once a widget has copied it. For "String", "Double" and "Float", and for a value
+/// wider than an XtArgVal, the result is the address of the value, valid until the next conversion.
+/// The fonts of a font list are scaled, and chosen by BxFontFor.
 XtArgVal CONVERT(Widget w, const char* text, const char* toType, int size, Boolean* ok);
 
 /// The compound string described by the segments in `text`, which comes without the leading "::".
 /// The caller frees it. Null for null.
 [[nodiscard]] XmString StringToXmString(const char* text);
 
-/// The font to load for `pattern`: the display's match of normal width for 75 dpi, for which the
-/// layouts in pixels were drawn; if there is none such, `pattern` itself; "fixed" when nothing
-/// matches.
+/// The font to load for `pattern`: the display's first match that is of normal width and made for
+/// 75 dpi, like the layouts; `pattern` itself if only other fonts match; "fixed" if none does.
 [[nodiscard]] std::string BxFontFor(Display* display, const char* pattern);
 
 /// The factor by which the program enlarges its windows on this display: its resource "scale", a

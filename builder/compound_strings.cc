@@ -184,7 +184,7 @@ bool readDirection(std::wstring_view text, std::size_t at, Segment& segment) {
     return true;
 }
 
-// Reads the options behind a colon and returns where they end.
+// Reads the options after a colon and returns where they end.
 std::size_t readOptions(std::wstring_view text, std::size_t at, Segment& segment) {
     if (readDirection(text, at, segment)) return at + 1;
     if (at >= text.size()) return at;

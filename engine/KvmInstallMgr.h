@@ -6,14 +6,21 @@
 
 #include "support/KvTypes.h"
 
-/// The installation engine. Every operation works on one state, `_info` and the two tables of the
+/// The installation engine. Every operation works on one state, `_info` and the tables of the
 /// catalogue, and on the widgets of the installer's window, which must exist before `start` runs.
-/// Results are 1 for success and 0 for failure or refusal; when an operation returns 0, it has
-/// already told the user why. Texts passed in are only read during the call.
+/// Results are 1 for success and 0 for failure, refusal or the answer "No". After a failure or a
+/// refusal, `install` and `remove` have told the user why. Texts passed in are only read during the
+/// call. `copyInstall`, `getPath`, `getInstallHostname`, `getReadFrom`, `installedInThisSession`,
+/// `runApp` and the lookups by code or program serve the suite's other programs.
+
+/// Fills `getWidget` in every row that a table's initialiser leaves out. It has no definition, so
+/// it can't run at compile time, when the tables are initialised: a table with such a row does not
+/// compile.
+Widget (*kvmRowIsMissing())();
 
 /// A row of the table of optional subsystems.
 struct KvmInstallSubsystemRow {
-    Widget (*getWidget)();  ///< its toggle
+    Widget (*getWidget)() = kvmRowIsMissing();  ///< its toggle
     const char* label;
     const char* directory;  ///< its name inside the folder "subsystems"
     float sizeMB;
@@ -24,10 +31,10 @@ struct KvmInstallSubsystemRow {
 
 /// A row of the table of editions.
 struct KvmInstallProductRow {
-    Widget (*getWidget)();  ///< its toggle
-    const char* code;       ///< three letters
-    const char* program;    ///< name of its start command
-    int mask;               ///< one bit
+    Widget (*getWidget)() = kvmRowIsMissing();  ///< its toggle
+    const char* code;                           ///< three letters
+    const char* program;                        ///< name of its start command
+    int mask;                                   ///< one bit
 };
 
 /// The media, by their index.
@@ -38,11 +45,11 @@ struct KvmPlan;
 
 /// A row of the table of media.
 struct KvmInstallMediumRow {
-    Widget (*getWidget)();                    ///< its toggle
-    const char* option;                       ///< its command-line option; null: none
-    std::string (*defaultText)();             ///< may tell the user why it is empty
-    const char* error;                        ///< what the user is told when extraction fails
-    KvmExtraction (*extract)(KvmPlan& plan);  ///< extracts from it
+    Widget (*getWidget)() = kvmRowIsMissing();  ///< its toggle
+    const char* option;                         ///< its command-line option; null: none
+    std::string (*defaultText)();               ///< may tell the user why it is empty
+    const char* error;                          ///< what the user is told when extraction fails
+    KvmExtraction (*extract)(KvmPlan& plan);    ///< extracts from it
 };
 
 extern KvmInstallSubsystemRow KvmInstallSubsystem[10];
@@ -106,7 +113,7 @@ public:
     /// "/usr/lib/.Zarn_inst", otherwise ".Zarn_inst" in the home directory. Returns `_isRoot`.
     static int checkIfRoot();
     /// Reads the record into the state and the toggles. Returns 1 when the suite is installed. If
-    /// the record names a location without the suite, it is deleted and the user is told.
+    /// the record names a location without the suite, the record is deleted and the user is told.
     static int getInstallInfo();
     /// Switches to the record inside the installed tree `location` and shows it. If there is none,
     /// or it describes a tree elsewhere, the user is told, and record and state stay the same.
@@ -166,7 +173,7 @@ public:
     // Installation
 
     /// Installs the suite, or adds the marked subsystems to it. Returns 1 when it installed
-    /// something.
+    /// something or changed the edition.
     static int install();
 
     // Removal

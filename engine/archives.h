@@ -31,5 +31,5 @@ bool KvmCanUnpack(const KvmArchive& archive);
 /// Uncompresses a compressed archive in its own folder; false after an error.
 bool KvmUnpack(const KvmArchive& archive);
 
-/// Compresses an archive again that was compressed before; reports an error if that fails.
+/// Recompresses an archive that was compressed before; reports an error if that fails.
 void KvmPackAgain(const KvmArchive& archive);

@@ -1,7 +1,5 @@
 #include "engine/catalogue.h"
 
-#include <dirent.h>
-
 #include <algorithm>
 #include <iterator>
 #include <string_view>
@@ -10,7 +8,7 @@
 #include "engine/extract.h"
 #include "engine/record.h"
 #include "engine/window.h"
-#include "support/KvuOwners.h"
+#include "platform/Files.h"
 #include "ui/KviInstall.h"
 
 Widget textureSub() {
@@ -97,11 +95,10 @@ static_assert(longestDirectory() == kvmLongestDirectory.size());
 
 }  // namespace
 
-KvmInstallSubsystemRow KvmInstallSubsystem[10] = {rows[0], rows[1], rows[2], rows[3], rows[4],
-                                                  rows[5], rows[6], rows[7], rows[8], rows[9]};
+constinit KvmInstallSubsystemRow KvmInstallSubsystem[10] = {
+    rows[0], rows[1], rows[2], rows[3], rows[4], rows[5], rows[6], rows[7], rows[8], rows[9]};
 
-// No array size here: the number of rows must match the declaration, or this does not compile.
-const KvmInstallProductRow KvmInstallProduct[] = {
+constinit const KvmInstallProductRow KvmInstallProduct[] = {
     {pinnetProd, "PNT", "Zarn-Pinnet", 8},
     {corvanProd, "CRV", "Zarn-Corvan", 4},
     {lustrelProd, "LST", "Zarn-Lustrel", 2},
@@ -126,7 +123,7 @@ std::string cdRomDirectory() {
 
 }  // namespace
 
-const KvmInstallMediumRow KvmInstallMedium[] = {
+constexpr KvmInstallMediumRow KvmInstallMedium[] = {
     {tapeMedium, nullptr, localTape,
      "Error in installing from tape\nPlease check if the tape is inserted in the drive,\n and the "
      "drive is on.\n",
@@ -143,6 +140,12 @@ const KvmInstallMediumRow KvmInstallMedium[] = {
      "running Zarn_install from the CD-ROM!",
      KvmCopyFromCdRom},
 };
+
+// The rows are in the order of KvmMedium.
+static_assert(KvmInstallMedium[KvmLocalTape].getWidget == tapeMedium);
+static_assert(KvmInstallMedium[KvmRemoteTape].getWidget == remoteTapeMedium);
+static_assert(KvmInstallMedium[KvmTarFile].getWidget == tarFileMedium);
+static_assert(KvmInstallMedium[KvmCdRom].getWidget == cdRomMedium);
 
 namespace {
 
@@ -191,11 +194,11 @@ std::string KvmSubsystemFolder() {
 
 std::set<const KvmInstallSubsystemRow*> KvmRowsIn(const std::string& folder) {
     std::set<const KvmInstallSubsystemRow*> rows;
-    const KvuDir directory(opendir(folder.c_str()));
-    if (!directory) return rows;
-    while (const struct dirent* entry = readdir(directory.get()))
+    const auto names = platform::entriesOf(folder);
+    if (!names) return rows;
+    for (const std::string& name : *names)
         for (const KvmInstallSubsystemRow& row : KvmInstallSubsystem)
-            if (std::string_view(row.directory) == entry->d_name) rows.insert(&row);
+            if (name == row.directory) rows.insert(&row);
     return rows;
 }
 

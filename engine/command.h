@@ -1,7 +1,5 @@
 #pragma once
 
-#include <unistd.h>
-
 #include <string>
 #include <type_traits>
 
@@ -20,10 +18,8 @@ bool KvmRun(std::type_identity_t<KvuTemplate<Pieces...>> commandTemplate, const 
     return KvuSystem::system(KvuCommand(commandTemplate, pieces...).text.c_str(), 1) == 0;
 }
 
-/// Changes into `directory`; false when that is not possible.
-[[nodiscard]] inline bool KvmChangeDirectory(const std::string& directory) {
-    return chdir(directory.c_str()) == 0;
-}
+/// Changes into `directory`; false, with errno set, when that is not possible.
+[[nodiscard]] bool KvmChangeDirectory(const std::string& directory);
 
 /// Whether `directory` has an entry `name`; an unreadable directory has no entries.
 [[nodiscard]] inline bool KvmHolds(const std::string& directory, const char* name) {

@@ -1,8 +1,5 @@
 #include "engine/extract.h"
 
-#include <dirent.h>
-#include <sys/wait.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -13,8 +10,9 @@
 #include "engine/brochure.h"
 #include "engine/command.h"
 #include "engine/window.h"
+#include "platform/Files.h"
 #include "platform/Platform.h"
-#include "support/KvuOwners.h"
+#include "platform/Processes.h"
 
 namespace {
 
@@ -40,17 +38,14 @@ KvuShellText directoryList(const KvmRows& rows) {
 
 KvuShellText baseEntries(const char* from) {
     KvuShellText entries;
-    const KvuDir directory(opendir(from));
-    if (!directory) {
+    const auto names = platform::entriesOf(from);
+    if (!names) {
         KvcUserError("Could not locate Zarn system in:\n", from,
                      "\nPlease re-enter device/distribution path.");
         return entries;
     }
-    while (const struct dirent* entry = readdir(directory.get())) {
-        const std::string_view name = entry->d_name;
-        if (name != kvmSubsystems && name != "." && name != "..")
-            entries = KvuCommand("%s %s/%s", entries, from, name);
-    }
+    for (const std::string& name : *names)
+        if (name != kvmSubsystems) entries = KvuCommand("%s %s/%s", entries, from, name);
     return entries;
 }
 
@@ -76,7 +71,8 @@ void showBrochure() {
         KvuShellText{title});
 }
 
-// Tells the user what is about to happen and, if `ask`, asks whether to go on.
+// Tells the user what is about to happen. If `ask`, asks whether to go on before subsystems are
+// added.
 bool announce(const KvmPlan& plan, bool ask) {
     KvmStatus("Installing ", plan.adding ? "selected subsystems" : "Zarn system",
               ". This will take a few minutes...\a");
@@ -99,7 +95,7 @@ std::string extractedFolder(const KvmPlan& plan) {
     return KvuFormat("%s/%s", plan.place.c_str(), kvmSubsystems);
 }
 
-// Extracts one archive or tape. Only the last pass asks whether to go on.
+// Extracts one archive or tape. When adding, only the last pass asks whether to go on.
 KvmExtraction extractPass(const KvmPlan& plan, const char* from, bool finalPass) {
     if (!announce(plan, finalPass)) return KvmExtraction::declined;
     const KvuShellText files = sourceList(plan.wanted, "");
@@ -108,7 +104,7 @@ KvmExtraction extractPass(const KvmPlan& plan, const char* from, bool finalPass)
                                      ? KvuCommand("tar xvof %s %s", from, files)
                                      : KvuCommand("tar xvof %s %s %s", from, kvmSystem, files);
     const int status = KvuSystem::system(command.text.c_str(), 1);
-    const bool read = status == 0 || (WIFEXITED(status) && WEXITSTATUS(status) == nothingFound);
+    const bool read = status == 0 || platform::exitStatus(status) == nothingFound;
     // With several archives, the product tree may be in a later one.
     const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
     const KvmRows there = KvmWantedIn(plan, extractedFolder(plan));
@@ -126,8 +122,8 @@ void askToDelete(KvmArchive& archive) {
     if (!archive.unwanted) KvmPackAgain(archive);
 }
 
-// Copies from a CD-ROM are read-only like the originals, so that their owner could neither move nor
-// remove them. Unlike tar, cp also keeps a folder's sticky bit.
+// Copies from a CD-ROM are read-only like the originals: their owner could neither move nor remove
+// them. Unlike tar, cp also keeps a folder's sticky bit.
 void makeWritable(const KvmPlan& plan, const KvmRows& there) {
     if (plan.adding) {
         KvmRun("chmod -R u+w,a-t %s", directoryList(there));
@@ -177,8 +173,9 @@ KvmExtraction KvmExtractFromTape(KvmPlan& plan) {
     return extractPass(plan, plan.source.c_str(), true);
 }
 
-// After a failure the remaining archives are still tried, so that the user learns of every bad one
-// at once. But the installation fails all the same, and nothing more is asked.
+// After a failure, a first installation still tries the remaining archives, so that the user learns
+// of every bad one at once. It fails all the same, and asks nothing more. An archive that can't be
+// uncompressed ends it at once.
 KvmExtraction KvmExtractFromArchives(KvmPlan& plan) {
     KvmExtraction result = KvmExtraction::failed;
     bool failed = false;
@@ -227,7 +224,7 @@ bool KvmPlaceExtracted(const KvmPlan& plan) {
     if (KvmInstallMgr::_info.readFrom == KvmCdRom || !KvmHolds(plan.place, kvmSubsystems))
         return true;
     // If the archives had no subsystems, the folder is empty.
-    if (rmdir(extractedFolder(plan).c_str()) == 0) return true;
+    if (platform::removeEmptyDirectory(extractedFolder(plan))) return true;
     bool moved = false;
     if (plan.adding) {
         // A suite that was installed without subsystems has no folder for them yet. If mv fails,

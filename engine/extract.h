@@ -10,7 +10,7 @@
 /// the user said no; some of the wanted subsystems were extracted; all of them were.
 enum class KvmExtraction { failed, declined, part, all };
 
-/// The result of the checks before an installation; the installation itself relies on nothing else.
+/// What the checks before an installation found out, for the steps that follow.
 struct KvmPlan {
     bool adding = false;               ///< to an installed suite
     std::string place;                 ///< the install location, absolute
@@ -41,5 +41,6 @@ void KvmReportMissing(const KvmPlan& plan);
 /// in the tree already stay there.
 bool KvmPlaceExtracted(const KvmPlan& plan);
 
-/// When subsystems were being added: removes those that were extracted but not placed in the tree.
+/// Removes the subsystems that a failed or declined extraction left, also from the tree if they
+/// came from a CD-ROM.
 void KvmDropExtracted(const KvmPlan& plan);

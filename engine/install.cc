@@ -1,13 +1,11 @@
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "engine/catalogue.h"
 #include "engine/checksums.h"
@@ -18,6 +16,7 @@
 #include "engine/session.h"
 #include "engine/trust.h"
 #include "engine/window.h"
+#include "platform/Files.h"
 #include "platform/Platform.h"
 
 namespace {
@@ -85,7 +84,8 @@ bool mayInstall() {
 }
 
 bool fits(const KvmPlan& plan) {
-    if (access(KvmNearestDirectory(plan.place).c_str(), R_OK | W_OK | X_OK) != 0)
+    if (!platform::mayUse(KvmNearestDirectory(plan.place),
+                          platform::toRead | platform::toWrite | platform::toRun))
         return KvmFail(cantWrite, KvmSystemReason(errno));
     if (KvmInstallMgr::initDiskSpace()) return true;
     return KvmFail("Not enough disk space for installation.\nPlease enter another file path.");
@@ -98,23 +98,13 @@ bool isSomethingToAdd(const KvmPlan& plan) {
                    "\".\nNo new subsytems have been marked for installation.");
 }
 
-bool isLink(const std::string& name) {
-    struct stat entry;
-    return lstat(name.c_str(), &entry) == 0 && S_ISLNK(entry.st_mode);
-}
-
-bool isDirectory(const std::string& name) {
-    struct stat entry;
-    return lstat(name.c_str(), &entry) == 0 && S_ISDIR(entry.st_mode);
-}
-
 bool canBeWritten(KvmPlan& plan) {
     std::error_code error;
     plan.makePlace = !std::filesystem::exists(plan.place, error);
     if (plan.makePlace) return true;
     if (!KvmChangeDirectory(plan.place)) return KvmFail(cantWrite, KvmSystemReason(errno));
     // If somebody left a link here, the test below would write to the link's target.
-    if (isLink(".Zarn_system"))
+    if (std::filesystem::is_symlink(".Zarn_system", error))
         return KvmFail(cantWrite, "\n", plan.place, "/.Zarn_system is a link.");
     if (!KvmRun("touch .Zarn_system")) return KvmFail(cantWrite, KvmCommandReason());
     KvmRun("rm -f .Zarn_system >/dev/null");
@@ -127,9 +117,9 @@ bool isSafe(const KvmPlan& plan) {
 
 // Refuses sources that might never end, such as a pipe.
 bool isTape(const KvmPlan& plan) {
-    struct stat entry;
-    if (stat(plan.source.c_str(), &entry) != 0 || S_ISREG(entry.st_mode) ||
-        S_ISCHR(entry.st_mode) || S_ISBLK(entry.st_mode))
+    std::error_code error;
+    const std::filesystem::file_status source = std::filesystem::status(plan.source, error);
+    if (error || is_regular_file(source) || is_character_file(source) || is_block_file(source))
         return true;
     return KvmFail(KvmInstallMedium[state().readFrom].error, "\n", plan.source,
                    "\nis neither a device nor a file.");
@@ -238,7 +228,7 @@ bool isAgreedTo(const KvmPlan& plan) {
                                              "\nyet. Make it?") == 0;
 }
 
-// Every refusal comes from here, before anything is changed.
+// The checks before anything is changed. The last step prepares the record.
 bool look(KvmPlan& plan, KvmPreparedRecord& record) {
     plan.complete = isFinishedButForTheRecord(plan);
     return fits(plan) && isSomethingToAdd(plan) && isSafe(plan) && canBeWritten(plan) &&
@@ -269,8 +259,7 @@ bool changeEdition(const KvmPlan& plan) {
 
 // Extract only into a folder that we have just created ourselves.
 bool makeFolder(const KvmPlan& plan, const char* name) {
-    constexpr mode_t mode = 0755;
-    if (mkdir(KvuFormat("%s/%s", plan.place.c_str(), name).c_str(), mode) == 0) return true;
+    if (platform::makeDirectory(KvuFormat("%s/%s", plan.place.c_str(), name))) return true;
     return errno == EEXIST ? refuseFolder(plan.place, name)
                            : KvmFail(cantWrite, KvmSystemReason(errno));
 }
@@ -279,7 +268,8 @@ bool makeFolders(const KvmPlan& plan) {
     if (!plan.adding && !makeFolder(plan, kvmSystem)) return false;
     if (state().readFrom == KvmCdRom || plan.wanted.empty() || makeFolder(plan, kvmSubsystems))
         return true;
-    if (!plan.adding) rmdir(KvuFormat("%s/%s", plan.place.c_str(), kvmSystem).c_str());
+    if (!plan.adding)
+        platform::removeEmptyDirectory(KvuFormat("%s/%s", plan.place.c_str(), kvmSystem));
     return false;
 }
 
@@ -293,7 +283,7 @@ bool enter(const KvmPlan& plan) {
 bool removeRest(const KvmPlan& plan) {
     for (const char* name : {kvmSubsystems, kvmSystem}) {
         // An incomplete copy of a CD-ROM is still read-only, like the original.
-        if (isDirectory(KvuFormat("%s/%s", plan.place.c_str(), name)))
+        if (platform::isRealDirectory(KvuFormat("%s/%s", plan.place.c_str(), name)))
             KvmRun("chmod -R u+rwX %s/%s", plan.place, name);
         if (!KvmRun("rm -rf %s/%s", plan.place, name))
             return KvmFail("Can't remove ", name, KvmCommandReason());
@@ -323,7 +313,7 @@ void deleteArchives(const KvmPlan& plan) {
         if (!KvmRun("rm -rf %s", archive.unpacked))
             KvmFail("Can't remove ", archive.unpacked, KvmCommandReason());
         // The installer has always paused here for two seconds; no later step depends on it.
-        sleep(2);
+        std::this_thread::sleep_for(std::chrono::seconds(2));
     }
 }
 
@@ -338,10 +328,10 @@ void keepArchives(const KvmPlan& plan) {
         KvcUserInfo("The tar files were kept, since the installation is not complete.");
 }
 
-// Whether a failed installation has left nothing in the place.
+// Removes the tree if it is empty. True if no tree is left in the place.
 bool isAsBefore(const KvmPlan& plan) {
     const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
-    return rmdir(tree.c_str()) == 0 || !KvmHolds(plan.place, kvmSystem);
+    return platform::removeEmptyDirectory(tree) || !KvmHolds(plan.place, kvmSystem);
 }
 
 int giveUp(const KvmPlan& plan, const KvmPreparedRecord& record) {
@@ -382,13 +372,14 @@ int copyInstaller(const KvmPlan& plan) {
         return KvmFail(notAllDone, step, "\n", own, " is not a file.");
     // An archive may have put a link here, to anywhere, so remove it. The new file becomes
     // executable only when it is complete, so that nobody can run half a program.
-    unlink(copy.c_str());
-    close(open(copy.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    KvuSystem::rm(copy.c_str(), 0);
+    platform::makePrivateFile(copy);
     const bool copied =
         KvmHolds(state().startDir, "Zarn_install")
             ? KvmRun("cp %s/%s %s/%s/bin", state().startDir, "Zarn_install", plan.place, kvmSystem)
             : KvmRun("cp %s %s", own, copy);
-    if (copied && chmod(copy.c_str(), 0755) == 0) return 1;
+    if (copied) std::filesystem::permissions(copy, std::filesystem::perms{0755}, error);
+    if (copied && !error) return 1;
     const std::string reason = KvmCommandReason();
     KvmRun("rm -f %s", copy);
     return KvmFail(notAllDone, step, reason);
@@ -408,16 +399,22 @@ void setUp(const KvmPlan& plan) {
     copyInstaller(plan);
 }
 
+bool isProgram(const std::string& path) {
+    using std::filesystem::perms;
+    std::error_code error;
+    const std::filesystem::file_status file = std::filesystem::symlink_status(path, error);
+    return is_regular_file(file) && (file.permissions() & perms::owner_exec) != perms::none;
+}
+
 // An archive can contain anything under these names, including links.
 bool isSound(const KvmPlan& plan) {
     const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
     const std::string script = tree + "/bin/Zarn.install";
     const std::string resources = tree + "/resources";
-    struct stat entry;
-    if (!isDirectory(tree) || !isDirectory(tree + "/bin") || lstat(script.c_str(), &entry) != 0 ||
-        !S_ISREG(entry.st_mode) || (entry.st_mode & S_IXUSR) == 0)
+    if (!platform::isRealDirectory(tree) || !platform::isRealDirectory(tree + "/bin") ||
+        !isProgram(script))
         return KvmFail(noSystem, "there is no program\n", script);
-    if (isDirectory(resources)) return true;
+    if (platform::isRealDirectory(resources)) return true;
     return KvmFail(noSystem, "there is no folder\n", resources);
 }
 

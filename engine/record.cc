@@ -1,11 +1,5 @@
 #include "engine/record.h"
 
-#include <fcntl.h>
-#include <pwd.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -24,7 +18,9 @@
 #include "engine/lock.h"
 #include "engine/trust.h"
 #include "engine/window.h"
+#include "platform/Files.h"
 #include "platform/Platform.h"
+#include "platform/Processes.h"
 #include "support/KvuOwners.h"
 
 KvText KvmInstallMgr::_progName;
@@ -54,13 +50,8 @@ constexpr const char* goneText =
 
 // Only a regular file can be a record: a directory of that name must not be read, let alone deleted
 // as a stale record.
-KvuFile openRecord(const char* path) {
-    const int file = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (file < 0) return nullptr;
-    struct stat status;
-    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) return KvuFile(fdopen(file, "r"));
-    ::close(file);
-    return nullptr;
+KvuFile openRecord(const std::string& path) {
+    return KvuFile(platform::openToRead(path));
 }
 
 bool isBelieved(const std::string& path) {
@@ -107,7 +98,7 @@ void forEachLine(std::FILE* record, Action action) {
 // The value of `key` in the record at `path`; empty when there is none.
 std::string valueIn(const std::string& path, std::string_view wanted) {
     std::string found;
-    const KvuFile record = openRecord(path.c_str());
+    const KvuFile record = openRecord(path);
     if (!record || !KvmIsTrusted(path)) return found;
     forEachLine(record.get(), [&](std::string_view line) {
         const auto [mark, key, value] = recordWords(line);
@@ -118,7 +109,7 @@ std::string valueIn(const std::string& path, std::string_view wanted) {
 
 std::string contentsOf(const std::string& path) {
     std::string contents;
-    const KvuFile file = openRecord(path.c_str());
+    const KvuFile file = openRecord(path);
     for (int c = 0; file && (c = std::fgetc(file.get())) != EOF;) contents += static_cast<char>(c);
     return contents;
 }
@@ -141,12 +132,12 @@ bool isAsSeen(const std::string& record) {
 // Whether the record really describes the suite in `place`. The record of a tree that was moved or
 // copied names the original tree, which must not be changed or even removed instead.
 bool speaksFor(const std::string& recordFile, const std::string& place, const char* location) {
-    if (!openRecord(recordFile.c_str()))
+    if (!openRecord(recordFile))
         return KvmFail("Could not find an installed Zarn system in:\n", location);
     if (!isBelieved(recordFile)) return false;
     const std::string path = valueIn(recordFile, "PATH:");
     const std::string tree = KvuFormat("%s/%s", path.c_str(), kvmSystem);
-    // Without an edition and a version it is not one of our records.
+    // A record of ours names an edition and a version.
     if (productNamed(valueIn(recordFile, "PROGRAM:")) == -1 ||
         valueIn(recordFile, "VERSION:").empty())
         return KvmFail(noRecord, recordFile);
@@ -175,9 +166,10 @@ void takeLine(std::string_view line) {
 
 // A place that can't be read, perhaps only for the moment, is not gone.
 bool isGone(const std::string& place) {
-    struct stat status;
-    return lstat(KvuFormat("%s/%s", place.c_str(), kvmSystem).c_str(), &status) != 0 &&
-           (errno == ENOENT || errno == ENOTDIR);
+    std::error_code error;
+    const auto status = std::filesystem::symlink_status(place + "/" + kvmSystem, error);
+    if (error) errno = error.value();
+    return status.type() == std::filesystem::file_type::not_found;
 }
 
 void readSubsystems() {
@@ -197,60 +189,22 @@ std::string recordText(const std::string& program, const char* version, const ch
         program.c_str(), version, date, place.c_str(), host);
 }
 
-// Overwrites the old text before truncating, so that its blocks can be reused on a full disk.
-bool writeAll(int file, const std::string& text) {
-    const ssize_t written = pwrite(file, text.data(), text.size(), 0);
-    if (written >= 0 && written < static_cast<ssize_t>(text.size())) errno = ENOSPC;
-    return written == static_cast<ssize_t>(text.size()) &&
-           ftruncate(file, static_cast<off_t>(text.size())) == 0 && fsync(file) == 0;
-}
-
-constexpr mode_t recordMode = 0644;
-
-std::string partOf(const std::string& record) {
-    return record + ".part";
-}
-
-// Does not follow a planted link. Readers take a shared lock.
-int openPart(const std::string& path, int flags) {
-    // Mode 0600, since anybody who can open the file could lock it.
-    const int file = open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
-    const int lock = (flags & O_ACCMODE) == O_RDONLY ? LOCK_SH : LOCK_EX;
-    struct stat status, named;
-    // The previous holder of the lock may have renamed the file meanwhile.
-    if (file >= 0 && fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
-        (flock(file, lock | LOCK_NB) == 0 || errno != EWOULDBLOCK) &&
-        lstat(path.c_str(), &named) == 0 && named.st_ino == status.st_ino)
-        return file;
-    const int reason = errno;
-    if (file >= 0) ::close(file);
-    errno = reason;
-    return -1;
+std::string ownPart() {
+    return own() + ".part";
 }
 
 std::string copyIn(const std::string& place) {
     return KvuFormat("%s/%s/resources/%s", place.c_str(), kvmSystem, kvmRecord);
 }
 
-// Replaces a record as a whole: it is never half written.
-bool replaceRecord(const std::string& path, const std::string& text) {
-    const std::string successor = path + ".new";
-    const int file = openPart(successor, O_WRONLY | O_CREAT);
-    if (file < 0) return false;
-    const bool done = writeAll(file, text) && fchmod(file, recordMode) == 0 &&
-                      rename(successor.c_str(), path.c_str()) == 0;
-    const int reason = errno;
-    if (!done) unlink(successor.c_str());
-    ::close(file);
-    errno = reason;
-    return done;
-}
-
-int refuseOther(const std::string& part) {
-    const int file = open(part.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    const std::string other = KvmOtherInstaller(file);
-    if (file >= 0) ::close(file);
-    return KvmFail(other, " is at work at this moment.");
+// Replaces a record as a whole: it is never half written. The successor is not a ".part", because
+// that would mean an unfinished installation. False, with errno set, on failure.
+[[nodiscard]] bool replaceRecord(const std::string& path, const std::string& text) {
+    platform::LockedFile successor;
+    if (!successor.openToWrite(path + ".new")) return false;
+    if (successor.write(text) && successor.moveTo(path)) return true;
+    successor.remove();
+    return false;
 }
 
 }  // namespace
@@ -259,8 +213,7 @@ std::string KvmHome() {
     const char* home = std::getenv("HOME");
     // A relative HOME would mean another directory after the next chdir.
     if (home != nullptr && *home == '/') return home;
-    const struct passwd* user = getpwuid(getuid());
-    return user != nullptr ? user->pw_dir : "/";
+    return platform::homeOf(platform::User::real).value_or("/");
 }
 
 int KvmInstallMgr::checkIfRoot() {
@@ -337,27 +290,22 @@ bool KvmIsSameDirectory(const std::string& a, const std::string& b) {
 }
 
 KvmPreparedRecord::~KvmPreparedRecord() {
-    if (file_ < 0) return;
-    struct stat status;
-    if (fstat(file_, &status) == 0 && status.st_size == 0) unlink(part_.c_str());
-    ::close(file_);
+    if (file_.isEmpty()) file_.remove();
 }
 
 bool KvmPreparedRecord::canBePrepared() const {
     const std::filesystem::path record = KvmInstallMgr::_infoFile;
-    std::error_code error;
-    if (std::filesystem::is_directory(std::filesystem::symlink_status(record, error)))
+    if (platform::isRealDirectory(record))
         return KvmFail(cantWrite, record.native(), KvmSystemReason(EISDIR));
-    if (access(record.parent_path().c_str(), W_OK | X_OK) != 0)
+    if (!platform::mayUse(record.parent_path(), platform::toWrite | platform::toRun))
         return KvmFail(cantWrite, record.native(), KvmSystemReason(errno));
     return isBelieved(record);
 }
 
 bool KvmPreparedRecord::keepOthersOff() {
-    part_ = partOf(own());
-    file_ = openPart(part_, O_WRONLY | O_CREAT);
-    if (file_ >= 0 || errno != EWOULDBLOCK) return true;
-    return refuseOther(part_);
+    part_ = ownPart();
+    if (file_.openToWrite(part_) || errno != EWOULDBLOCK) return true;
+    return KvmFail(KvmOtherInstaller(file_.holder()), " is at work at this moment.");
 }
 
 bool KvmPreparedRecord::prepare(const std::string& place) {
@@ -365,7 +313,7 @@ bool KvmPreparedRecord::prepare(const std::string& place) {
     const std::string unfinished = KvmUnfinishedPlace();
     const bool again = KvmIsSameDirectory(unfinished, place);
     if (!keepOthersOff()) return false;
-    if (file_ < 0) return KvmFail(cantWrite, record, KvmSystemReason(errno));
+    if (!file_.isOpen()) return KvmFail(cantWrite, record, KvmSystemReason(errno));
     // Somebody may have finished an installation while a question was open.
     if (!KvmRecordIsAsSeen()) return false;
     if (!unfinished.empty()) before_ = contentsOf(part_);
@@ -375,8 +323,7 @@ bool KvmPreparedRecord::prepare(const std::string& place) {
     KvText host;
     KvuSystem::getDate(date);
     getHostName(host);
-    if (!writeAll(file_,
-                  recordText(KvmInstallMgr::getProductName(), kvmVersion, date, place, host))) {
+    if (!file_.write(recordText(KvmInstallMgr::getProductName(), kvmVersion, date, place, host))) {
         const int reason = errno;
         drop();
         return KvmFail(cantWrite, record, KvmSystemReason(reason));
@@ -391,28 +338,26 @@ void KvmPreparedRecord::announceRemoval(const std::string& place) {
     const std::string record = contentsOf(KvmInstallMgr::_infoFile);
     if (!KvmIsSameDirectory(valueIn(part_, "PATH:"), place)) before_ = contentsOf(part_);
     // If an earlier removal failed, the record is already gone and the announcement made.
-    if (file_ >= 0 && !record.empty()) writeAll(file_, record);
+    // Nothing is announced where that can't be written.
+    if (file_.isOpen() && !record.empty()) static_cast<void>(file_.write(record));
 }
 
 bool KvmPreparedRecord::putInPlace() const {
     const std::string record = KvmInstallMgr::_infoFile;
-    if (fchmod(file_, recordMode) != 0 || rename(part_.c_str(), record.c_str()) != 0)
-        return KvmFail(cantWrite, record, KvmSystemReason(errno));
+    if (!file_.moveTo(record)) return KvmFail(cantWrite, record, KvmSystemReason(errno));
     platform::syncFiles(std::filesystem::path(record).parent_path());
     note(record);
     return true;
 }
 
 void KvmPreparedRecord::drop() const {
-    if (file_ < 0) return;
-    if (before_.empty() || !writeAll(file_, before_)) unlink(part_.c_str());
+    if (!file_.isOpen()) return;
+    if (before_.empty() || !file_.write(before_)) file_.remove();
 }
 
 std::string KvmUnfinishedPlace() {
-    const std::string part = partOf(own());
-    const int file = openPart(part, O_RDONLY);
-    if (file < 0) return {};
-    ::close(file);
+    const std::string part = ownPart();
+    if (!platform::LockedFile().openToRead(part)) return {};
     const std::string place = valueIn(part, "PATH:");
     // A suite whose removal was only announced is still installed while its record exists.
     if (KvmIsSameDirectory(KvmOwnRecordPlace(), place)) return {};
@@ -423,17 +368,18 @@ std::string KvmUnfinishedPlace() {
 }
 
 void KvmUnmarkComplete(const std::string& place) {
-    unlink(copyIn(place).c_str());
+    KvuSystem::rm(copyIn(place).c_str(), 0);
 }
 
 void KvmMarkComplete(const std::string& place) {
     // An archive may have put a link here, to anywhere.
     KvmUnmarkComplete(place);
-    replaceRecord(copyIn(place), contentsOf(partOf(KvmInstallMgr::_infoFile)));
+    // Without the mark the tree only counts as unfinished until the record is copied there.
+    static_cast<void>(replaceRecord(copyIn(place), contentsOf(ownPart())));
 }
 
 bool KvmIsComplete(const std::string& place) {
-    const std::string part = partOf(own());
+    const std::string part = ownPart();
     return !contentsOf(part).empty() && contentsOf(copyIn(place)) == contentsOf(part) &&
            valueIn(part, "PROGRAM:") == KvmInstallMgr::getProductName();
 }

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "engine/KvmInstallMgr.h"
+#include "platform/Locks.h"
 
 /// The installation record, beyond what KvmInstallMgr offers.
 
@@ -15,8 +16,8 @@ void KvmReturnToOwnRecord();
 /// The place that the user's own record names; empty when there is none.
 std::string KvmOwnRecordPlace();
 
-/// The row of the edition named by the record in use; if a failed removal has deleted the record,
-/// of the edition that it named. -1 when no edition was ever named.
+/// The row of the edition that the record in use names; if it names none, the row that was returned
+/// last. -1 when there never was one.
 int KvmRecordedProduct();
 
 /// Writes the chosen edition into the record in use, its copy in the installed tree, and the user's
@@ -71,11 +72,11 @@ public:
 
 private:
     std::string part_;
-    int file_ = -1;  // locked while it is open
+    platform::LockedFile file_;
     std::string before_;
 };
 
-/// The place where an interrupted installation of this user's left a product tree, provided that no
+/// The place where this user's interrupted installation left a product tree, provided that no
 /// installer is still at work; empty when there is none. A tree with the record of another
 /// installation does not count.
 std::string KvmUnfinishedPlace();

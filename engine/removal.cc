@@ -1,6 +1,3 @@
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <string>
@@ -11,27 +8,23 @@
 #include "engine/record.h"
 #include "engine/trust.h"
 #include "engine/window.h"
+#include "platform/Files.h"
 
 namespace {
 
 constexpr const char* removeSub[] = {"Marked subsystems", "Entire Zarn system"};
 
-bool isOwnDirectory(const std::string& path) {
-    struct stat entry;
-    return lstat(path.c_str(), &entry) == 0 && S_ISDIR(entry.st_mode);
-}
-
 // If the product tree or the subsystem folder is a link, it leads out of the installed tree.
 bool removeDirectory(const std::string& folder, const char* directory, std::string& reason) {
     const std::string tree = KvuFormat("%s/%s", KvmInstallMgr::_info.path, kvmSystem);
     reason = KvmSystemReason(ENOTDIR);
-    if (!isOwnDirectory(tree) || !isOwnDirectory(folder)) return false;
+    if (!platform::isRealDirectory(tree) || !platform::isRealDirectory(folder)) return false;
     const bool removed = KvmRun("rm -rf %s/%s", folder, directory);
     reason = KvmCommandReason();
     return removed;
 }
 
-// Anybody who can write there could make the removed names lead anywhere.
+// Anybody who can write there could redirect the names that are removed.
 bool isSafe(const std::string& folder) {
     return KvmOnlySuperUserWrites(folder, "For safety nothing was removed from\n" + folder);
 }
@@ -86,9 +79,10 @@ int KvmInstallMgr::removeAll() {
     KvmPreparedRecord record;
     if (!record.keepOthersOff() || !KvmRecordIsAsSeen()) return 0;
     const std::string tree = KvuFormat("%s/%s", _info.path, kvmSystem);
-    // Without its script the tree would stay, but with its record gone nothing would know of it.
+    // Check now: without its script the tree would stay, and once the record is gone nothing would
+    // name it.
     const std::string script = tree + "/bin/Zarn.install";
-    if (access(script.c_str(), X_OK) != 0)
+    if (!platform::mayUse(script, platform::toRun))
         return KvmFail("Can't remove ", tree, KvmSystemReason(errno));
     if (!KvmMayRun(script)) return 0;
     const std::string program = KvmInstalledProgram();

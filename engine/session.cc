@@ -1,7 +1,5 @@
 #include "engine/session.h"
 
-#include <sys/stat.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

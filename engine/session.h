@@ -4,9 +4,8 @@
 
 /// Install locations.
 
-/// The place named by `location`, in the form that the installation and the record use: "." stays,
-/// any other relative path becomes absolute. Empty, after an error that says why, when the record
-/// could not store it.
+/// The place named by `location`, as the session stores it: "." stays, any other relative path
+/// becomes absolute. Empty, after an error that says why, when the record could not store it.
 std::string KvmCheckedLocation(const std::string& location);
 
 /// `place` itself, or the nearest directory above it that exists.

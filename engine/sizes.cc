@@ -1,9 +1,5 @@
 #include "engine/sizes.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
@@ -14,24 +10,18 @@
 #include <system_error>
 
 #include "engine/catalogue.h"
+#include "platform/Files.h"
 #include "support/KvuOwners.h"
 
 namespace {
 
 float systemMB = 17.0F;
 
-// Anybody may have written the file, so opening it must not block and reading it must be bounded.
+// Anybody may have written the file, so reading it must be bounded.
 std::string beginningOf(const std::string& path) {
     constexpr std::size_t mostRead = 65536;
-    const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor < 0) return {};
-    struct stat status;
-    const bool regular = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-    const KvuFile file(regular ? fdopen(descriptor, "r") : nullptr);
-    if (file == nullptr) {
-        close(descriptor);
-        return {};
-    }
+    const KvuFile file(platform::openToRead(path));
+    if (file == nullptr) return {};
     std::string text(mostRead, '\0');
     text.resize(std::fread(text.data(), 1, text.size(), file.get()));
     return text;

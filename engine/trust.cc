@@ -1,14 +1,13 @@
 #include "engine/trust.h"
 
-#include <unistd.h>
-
 #include "engine/command.h"
 #include "platform/Platform.h"
+#include "platform/Processes.h"
 
 namespace {
 
 std::string openPlace(const std::string& path) {
-    return geteuid() == 0 ? platform::writableByOthers(path) : "";
+    return platform::isSuperUser() ? platform::writableByOthers(path) : "";
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 /// Whether `path` and the folders above it can be written only by the super-user; always true when
 /// an ordinary user runs the installer. When false, an error has named what others may write to,
-/// and ended with `consequence`.
+/// and stated `consequence`.
 bool KvmOnlySuperUserWrites(const std::string& path, const std::string& consequence);
 
 /// Whether the program at `path` in a product tree may be run; false after an error.

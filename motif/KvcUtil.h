@@ -28,20 +28,20 @@ void KvcInit(Widget topLevel, XtAppContext* appContext);
 /// kept: set another one before it is destroyed.
 void KvcSetMessagesOver(Widget window);
 
-/// Sets the title of a window of another program that this program starts and that may appear late.
-/// If it appears while a message is shown, it stays below and the message keeps the keyboard. Null,
-/// the default, means no window. The text is kept, not copied.
+/// Gives the title of a window that belongs to a program started by this one and may appear late.
+/// If it appears while a message is shown, it stays below and the message keeps the keyboard focus.
+/// Null, the default, means no window. The text is kept, not copied.
 void KvcKeepBelowMessages(const char* title);
 
-/// Shows an information and returns at once. If the user has not closed the previous message, the
-/// box shows both, one below the other, and is an error box if either is an error. If the texts
-/// don't fit on the screen, the oldest are left out. With `showDialog` 0, and while a question is
-/// open, the text goes to standard error instead. Returns 1; 0 before KvcInit.
+/// Shows an information message and returns at once. If the user has not closed the previous
+/// message, the box shows both, one below the other, and is an error box if either is an error. If
+/// the texts don't fit on the screen, the oldest are left out. With `showDialog` 0, or while a
+/// question is open, the text goes to standard error instead. Returns 1; 0 before KvcInit.
 int KvcUserInfo(const char* s1, const char* s2 = nullptr, const char* s3 = nullptr,
                 const char* s4 = nullptr, int showDialog = 1);
 
-/// The same for an error. Returns 0, so that a failing operation can return its result, but 1 when
-/// the text went to standard error.
+/// The same for an error. Returns 0, which a failing operation can pass on as its own result; but 1
+/// when the text went to standard error.
 int KvcUserError(const char* s1, const char* s2 = nullptr, const char* s3 = nullptr,
                  const char* s4 = nullptr, int showDialog = 1);
 
@@ -61,8 +61,9 @@ void KvcDropInput();
 /// opening a window that would cover the message. Does nothing while a question is open.
 void KvcWaitUntilRead();
 
-/// 1 while a question waits for its answer or for the previous message to be closed. Handlers of
-/// window manager requests must then refuse them, since such requests bypass the question's grab.
+/// 1 while a question waits for its answer, or anything waits for a message to be closed. Handlers
+/// of window manager requests must then refuse them, since such requests bypass the question's
+/// grab.
 int KvcQuestionOpen();
 
 /// The text as the toolkit can show it: a byte that is not valid in the locale becomes '?'.
@@ -91,7 +92,7 @@ void KvcLabelSetString(Widget label, const char* text);
 
 /// Sets the text, and a font that depends on its length: large and bold below `shortLength` bytes,
 /// smaller below `mediumLength`, else small. The font is loaded on the display of `ref`; if that
-/// has no such font, the label keeps its own.
+/// has no such font, "fixed" is used.
 void KvcLabelSetStringAndResize(Widget label, Widget ref, const char* text, int shortLength,
                                 int mediumLength);
 
@@ -150,7 +151,8 @@ int KvcListFiles(Widget w, const char* dir, const char* ext, int keepExt, int is
 /// again ends the previous iteration; KvcListFiles does not disturb it.
 const char* KvcGetDirectoryList(const char* dir, const char* ext, int keepExt);
 
-/// The entries of `dir` that match the extension last used above, as from KvuSystem::scandir.
+/// The entries of `dir` that match the extension last passed to KvcListFiles or
+/// KvcGetDirectoryList, as from KvuSystem::scandir.
 int KvcGetListFiles(const char* dir, struct dirent*** list);
 
 /// Replaces the items of `list`. Items equal to `select` are selected, without callbacks.

@@ -61,8 +61,8 @@ bool hasKeyboard(Widget shell) {
     return window == XtWindow(shell);
 }
 
-// Some window managers don't raise a window just because its program says so. Those that don't know
-// this message ignore it.
+// Some window managers raise a window only on this request, not when its program raises it. Others
+// ignore the request.
 void askToActivate(Widget shell) {
     constexpr long asked = 2;  // source "user": requests with source "application" may be ignored
     Display* display = XtDisplay(shell);
@@ -87,7 +87,7 @@ bool isFront(Display* display, Window window) {
 
 // Whether the program itself caused this window to appear, so that it may be kept below; all others
 // are the user's doing. Other programs' windows, such as menus, are often gone before their event
-// arrives, so they must not be queried.
+// arrives, so query only those that still exist.
 bool isRival(Display* display, Window window) {
     if (const Widget own = XtWindowToWidget(display, window)) return XtIsShell(own);
     const auto there = KvcChildren(display, DefaultRootWindow(display));

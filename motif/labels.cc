@@ -85,6 +85,6 @@ void KvcLabelSetStringAndResize(Widget label, Widget ref, const char* text, int 
 }
 
 void KvcWidgetGetTextString(Widget w, KvText& out) {
-    // The contract is the part that fits.
+    // Cutting is intended: the caller gets the part that fits.
     static_cast<void>(KvCopyText(out, textOf(stringResource(w, XmNtextString).get())));
 }

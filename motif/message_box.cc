@@ -226,7 +226,7 @@ void KvcShowMessageBox(const std::vector<std::string>& texts, KvcSize smallest) 
     XtManageChild(kvcMessageWidget);
     KvcBringUpMessageBox();
     KvcWaitFor([=] { return KvcIsViewable(shell); });
-    // Now, since a command may follow, during which no events are handled.
+    // Don't wait for the map event: a command may follow, during which no events are handled.
     KvcGiveKeyboard(shell);
 }
 

@@ -46,7 +46,7 @@ private:
 [[nodiscard]] Widget KvcMessageShell();
 
 /// While it lives, only the box gets input. Motif leaves modality to its own window manager, and
-/// lets older shells have input again when it maps one: so create this after the box is mapped.
+/// gives older shells input again when it maps a shell: so don't have it map the box meanwhile.
 class KvcInputHold {
 public:
     KvcInputHold() { XtAddGrab(KvcMessageShell(), True, False); }

@@ -1,9 +1,9 @@
 #include "motif/windows.h"
 
 #include <X11/Xutil.h>
-#include <unistd.h>
 
 #include <chrono>
+#include <thread>
 
 namespace {
 
@@ -80,5 +80,6 @@ KvcFrame KvcFrameOf(Widget shell) {
 void KvcWaitFor(const std::function<bool()>& isMet) {
     using std::chrono::steady_clock;
     const auto end = steady_clock::now() + longestWait;
-    while (!isMet() && steady_clock::now() < end) usleep(1000);
+    while (!isMet() && steady_clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }

@@ -18,7 +18,7 @@ set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "xauth, x11-utils, xfonts-75dpi, xfonts-base
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "ncompress, xorriso, sudo")
 include(CPack)
 
-# Debian requires compressed manuals and changelogs, reproducibly.
+# Debian requires manuals and changelogs to be compressed, and builds to be reproducible.
 function(zarn_install_compressed destination)
     foreach(file ${ARGN})
         get_filename_component(name ${file} NAME)

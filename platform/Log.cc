@@ -20,14 +20,14 @@
 namespace platform {
 namespace {
 
-// A log of the first size or more is renamed before a run; a run stops logging at the second.
+// A log of longLog bytes or more is renamed before a run; a run stops logging at longestLog.
 constexpr off_t longLog = off_t{1} << 20;
 constexpr off_t longestLog = off_t{8} << 20;
 
 using Ends = std::array<int, 2>;
 
-// What the parent needs when it exits: its end of the line to the copier, and where its output
-// originally went.
+// What the parent needs when it exits: its end of the connection to the copier, and where its
+// output originally went.
 int copierLine = -1;
 Ends outputsBefore{-1, -1};
 
@@ -50,7 +50,7 @@ int openLog(const std::string& path, std::string& reason) {
                      status.st_uid == geteuid() && status.st_nlink == 1 && fchmod(file, 0600) == 0;
     if (own || file < 0) return file;
     close(file);
-    reason = "it is no file of one's own";
+    reason = "it is not an ordinary file of this user";
     return -1;
 }
 

@@ -5,12 +5,10 @@
 #include <pwd.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <sys/sysmacros.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <system_error>
 
@@ -120,22 +118,6 @@ std::string writableByOthers(const std::string& path) {
     constexpr int longestChain = 40;
     int links = longestChain;
     return firstOfOthers(path, links);
-}
-
-int lockHolder(int file) {
-    struct stat status;
-    if (fstat(file, &status) != 0) return 0;
-    std::ifstream locks("/proc/locks");
-    for (std::string line; std::getline(locks, line);) {
-        int process = 0;
-        unsigned int major_ = 0, minor_ = 0;
-        unsigned long node = 0;
-        if (std::sscanf(line.c_str(), "%*d: FLOCK %*s %*s %d %x:%x:%lu", &process, &major_, &minor_,
-                        &node) == 4 &&
-            makedev(major_, minor_) == status.st_dev && node == status.st_ino)
-            return process;
-    }
-    return 0;
 }
 
 void syncFiles(const std::string& directory) {

@@ -62,10 +62,6 @@ std::string writableByOthers(const std::string& path);
 /// Waits until everything written to the file system of `directory` is on the disk.
 void syncFiles(const std::string& directory);
 
-/// The id of the process that holds a flock lock on the open `file`; 0 when there is none, or when
-/// it can't be determined.
-int lockHolder(int file);
-
 /// Opens a file with a fixed name in a directory that everybody may write to ("/tmp", "/usr/tmp"),
 /// truncated, for writing; a new one has mode 0644 less the umask. Null when the name exists and is
 /// not a regular file of this user's with a link count of 1: a planted link is never followed.

@@ -1,5 +1,6 @@
 #!/bin/bash
-# Checks the form of the code: its format, the shell scripts, and the C++ sources with clang-tidy.
+# Checks the form of the code: its format, the shell scripts, which folders call the system, and the
+# C++ sources with clang-tidy.
 #   scripts/check.sh
 #
 # clang-tidy takes seconds per source, so it checks only the files that differ from the commit in
@@ -32,6 +33,12 @@ check_scripts() {
     # A sourced file shares variables with the scripts that source it.
     xargs shellcheck -x -P SCRIPTDIR -P . -s bash -e SC2034,SC2154 <<<"$sourced" || failed=1
     return "$failed"
+}
+
+# Only platform/, support/ and the programs in tools/ call the system.
+check_layers() {
+    ! git grep -nE '#include <(unistd\.h|fcntl\.h|sys/|pwd\.h|grp\.h|poll\.h|c?signal)' -- \
+        builder motif engine ui startup
 }
 
 # The sources that differ from the last green commit or include a header that does.
@@ -79,5 +86,6 @@ mkdir -p build
 failed=0
 check_format || failed=1
 check_scripts || failed=1
+check_layers || failed=1
 check_sources || failed=1
 exit "$failed"

@@ -1,6 +1,6 @@
 # shellcheck shell=bash disable=SC2034,SC2154
-# A private desktop: a virtual display with a window manager, and functions that see and operate
-# what is on it. Sourced by ./run, ./test and tests/e2e, which set $build, the build folder.
+# A private desktop: a virtual display with a window manager, and functions that look at what is on
+# it and operate it. Sourced by scripts that set $build, the build folder.
 
 window="Zarn 2.0 Installation"
 question="Please confirm..."
@@ -78,7 +78,7 @@ wait_for() {
             return 1
         fi
         [ $SECONDS -lt $end ] || {
-            echo "waited in vain for: $*" >&2
+            echo "gave up waiting for: $*" >&2
             return 1
         }
         sleep 0.05
@@ -123,8 +123,8 @@ brochure_is_aside() {
     [ "$X" -ge 800 ]
 }
 
-# Presses "Install" and moves the information window aside, which opens at any later moment and
-# covers whatever is there.
+# Presses "Install", and moves aside the information window, which opens some time later and covers
+# whatever is there.
 begin_installation() {
     click kviInstallButtonInstall
     question_expected=yes wait_for brochure_is_aside

@@ -30,7 +30,7 @@ enter_private_tmp() {
 
 # Makes the working directory visible at its path $1 again, if a mount has hidden it.
 keep_folder() {
-    # The name would lead mount to the empty folder.
+    # By its name, mount would find the empty folder that hides it, so bind ".".
     [ "$1" -ef . ] || { mkdir -p "$1" && mount --no-canonicalize --rbind . "$1"; }
     cd "$1" || return
 }
@@ -54,8 +54,8 @@ make_system_private() {
 
 # Runs the project's script $1 with the arguments after $2 as nobody: if the super-user can't mount
 # anything, installations as super-user would be real ones. The script runs in a copy of the files
-# it needs, because nobody may have no access to the project's folder. $2 is the build folder, to
-# which the screenshots are copied back.
+# it needs, because the user "nobody" may not be able to enter the project's folder. $2 is the build
+# folder, to which the screenshots are copied back.
 run_as_nobody() {
     local script=$1 build=$2 copy status=0
     shift 2

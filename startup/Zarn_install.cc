@@ -1,7 +1,5 @@
 #include "startup/Zarn_install.h"
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
@@ -9,6 +7,7 @@
 #include <string_view>
 
 #include "engine/KvmInstallMgr.h"
+#include "platform/Files.h"
 #include "startup/authority.h"
 #include "support/KvuCommand.h"
 #include "support/KvuSystem.h"
@@ -85,7 +84,7 @@ KvuShellText terminalCommand(const char* program, const KvuShellText& arguments)
 }
 
 bool canRun(const std::string& folder, const char* program) {
-    return access(KvuFormat("%s/%s", folder.c_str(), program).c_str(), X_OK) == 0;
+    return platform::mayUse(KvuFormat("%s/%s", folder.c_str(), program), platform::toRun);
 }
 
 // The first folder in PATH that contains the program; empty when there is none.
@@ -101,8 +100,7 @@ std::string folderOf(const char* program) {
 void checkPlace(const char* program) {
     std::string_view name = program;
     while (name.starts_with("./")) name.remove_prefix(2);
-    if (name.find('/') != std::string_view::npos ||
-        access(KvuFormat("./%s", program).c_str(), X_OK) != 0)
+    if (name.find('/') != std::string_view::npos || !canRun(".", program))
         refuse(program, "please change to the directory that holds it, and start it there");
 }
 
@@ -113,14 +111,14 @@ void checkDisplay(const char* program) {
     if (!displayOpens())
         refuse(program,
                KvuFormat("the display \"%s\" can't be opened; please check DISPLAY, and that "
-                         "XAUTHORITY names a file that lets you use it. For sudo, hand it on as "
+                         "XAUTHORITY names a file that lets you use it. For sudo, first run as "
                          "yourself:\n  xauth extract - %s | sudo -H xauth merge -\n"
-                         "If that hands on nothing, this makes what it lacks:\n"
+                         "If that copies nothing, first create a cookie:\n"
                          "  xauth generate %s . trusted timeout 3600",
                          display, display, display));
 }
 
-// Call this once the stand-in programs are in PATH.
+// Call this after the stand-in programs are in PATH.
 void checkPrograms(const char* program) {
     // Look for all of them where xwsh is: tar is in PATH anyway, but that is the system's.
     const std::string tools = folderOf("xwsh");
@@ -131,7 +129,7 @@ void checkPrograms(const char* program) {
                                       tool));
     if (folderOf("xterm").empty())
         refuse(program, "there is no xterm on this system; please install it");
-    if (access("/bin/csh", X_OK) != 0)
+    if (!canRun("/bin", "csh"))
         refuse(program, "there is no /bin/csh on this system; please install csh or tcsh");
 }
 
@@ -139,9 +137,9 @@ void runWithAuthority(const char* program, const KvuShellText& command) {
     const HandedOnAuthority authority;
     if (authority.refused())
         refuse(program,
-               "the display admits you by name, and root not at all, and nothing to hand on could "
-               "be had from it (is xauth installed?); please start the display with an authority "
-               "file, or this program with -noShell, as yourself");
+               "the display admits you by name but does not admit root, and gave no cookie (is "
+               "xauth installed?); please start the display with an authority file, or run this "
+               "program as yourself with -noShell");
     KvuSystem::system(command.text.c_str(), 1);
 }
 

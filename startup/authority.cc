@@ -2,16 +2,13 @@
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
-#include <pwd.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <string>
 #include <string_view>
 
+#include "platform/Files.h"
+#include "platform/Processes.h"
 #include "support/KvuCommand.h"
 #include "support/KvuSystem.h"
 
@@ -20,17 +17,13 @@ namespace {
 // Asks the display from a child process, so that no connection stays open. `otherwise` is the
 // answer when no process can be created.
 bool askedDisplay(bool (*question)(Display*), bool otherwise) {
-    const pid_t child = fork();
-    if (child == 0) {
-        // A stopped server, or a tunnel whose other end has gone, never answers.
-        constexpr unsigned longestWait = 20;
-        std::signal(SIGALRM, SIG_DFL);
-        alarm(longestWait);
+    // A stopped server, or a tunnel whose other end has gone, never answers.
+    constexpr unsigned longestWait = 20;
+    const auto ask = [question] {
         Display* display = XOpenDisplay(nullptr);
-        _exit(display != nullptr && question(display) ? 0 : 1);
-    }
-    int status = 0;
-    return child < 0 || waitpid(child, &status, 0) != child ? otherwise : status == 0;
+        return display != nullptr && question(display);
+    };
+    return platform::askInChild(ask, longestWait, otherwise);
 }
 
 std::string_view partOf(const char* text, int length) {
@@ -52,9 +45,9 @@ bool admitsOnlyOthersByName(Display* display) {
     return enabled != False && count > 0;
 }
 
-std::string authorityIn(const char* home) {
-    std::string file = KvuFormat("%s/.Xauthority", home);
-    return access(file.c_str(), R_OK) == 0 ? file : "";
+std::string authorityIn(const std::string& home) {
+    std::string file = home + "/.Xauthority";
+    return platform::mayUse(file, platform::toRead) ? file : "";
 }
 
 bool succeeds(const KvuShellText& command) {
@@ -65,14 +58,13 @@ bool hasCookie(std::string_view display) {
     return succeeds(KvuCommand("xauth -q nlist %s 2>/dev/null | grep -q .", display));
 }
 
-// The first of these is cleaned up by the system itself.
+// XDG_RUNTIME_DIR comes first, because the system cleans it up.
 std::string privateFolder() {
     for (const char* variable : {"XDG_RUNTIME_DIR", "HOME"}) {
         const char* place = std::getenv(variable);
-        struct stat status;
-        if (place == nullptr || stat(place, &status) != 0 || status.st_uid != geteuid()) continue;
-        std::string folder = KvuFormat("%s/.zarn.XXXXXX", place);
-        if (mkdtemp(folder.data()) != nullptr) return folder;
+        if (place == nullptr) continue;
+        std::string folder = platform::makePrivateDirectory(place, ".zarn.");
+        if (!folder.empty()) return folder;
     }
     return {};
 }
@@ -87,13 +79,13 @@ bool displayOpens() {
 // home.
 void useCallersAuthority() {
     const char* given = std::getenv("XAUTHORITY");
-    if (geteuid() != 0) return;
+    if (!platform::isSuperUser()) return;
     // On a network file system, root may not be able to read the user's file.
-    if (given != nullptr && access(given, R_OK) != 0) unsetenv("XAUTHORITY");
+    if (given != nullptr && !platform::mayUse(given, platform::toRead)) unsetenv("XAUTHORITY");
     const char* caller = std::getenv("SUDO_USER");
     if (caller == nullptr || std::getenv("XAUTHORITY") != nullptr) return;
-    const struct passwd* user = getpwnam(caller);
-    const std::string file = user != nullptr ? authorityIn(user->pw_dir) : "";
+    const auto home = platform::homeOf(caller);
+    const std::string file = home ? authorityIn(*home) : "";
     if (file.empty()) return;
     setenv("XAUTHORITY", file.c_str(), 1);
     // If it does not help, the super-user's own file may: somebody may have added the cookie there.
@@ -106,8 +98,8 @@ HandedOnAuthority::HandedOnAuthority() {
     const std::string file = home != nullptr ? authorityIn(home) : "";
     if (!file.empty()) setenv("XAUTHORITY", file.c_str(), 0);
     const char* display = std::getenv("DISPLAY");
-    if (geteuid() != 0 && display != nullptr && askedDisplay(admitsOnlyOthersByName, false) &&
-        !hasCookie(display))
+    if (!platform::isSuperUser() && display != nullptr &&
+        askedDisplay(admitsOnlyOthersByName, false) && !hasCookie(display))
         askDisplay(display);
 }
 

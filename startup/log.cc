@@ -1,14 +1,12 @@
 #include "startup/log.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <ctime>
 #include <string>
 
 #include "engine/record.h"
 #include "platform/Platform.h"
+#include "platform/Processes.h"
 
 namespace {
 
@@ -24,8 +22,7 @@ std::string firstLine(int argc, char** argv) {
 }
 
 std::string systemHome() {
-    const struct passwd* user = getpwuid(geteuid());
-    return user != nullptr ? user->pw_dir : "/";
+    return platform::homeOf(platform::User::effective).value_or("/");
 }
 
 }  // namespace

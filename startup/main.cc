@@ -1,16 +1,16 @@
 // Zarn_install, the installer of the Zarn suite.
 //
-// The program runs twice. As the user starts it, it is the launcher: parseArgs opens a terminal
+// The program runs twice. When the user starts it, it is the launcher: parseArgs opens a terminal
 // window, runs the program again in it as super-user, and never returns. The second process, the
 // installer, is what follows below.
 //
 // The window (ui/KviInstall) is built from two tables of widgets. Every action starts in a callback
-// (ui/KvcInstall), which reads one value and calls one operation of the engine (engine/). The
-// engine has one state, KvmInstallMgr::_info and the two tables of the catalogue, and does all work
-// on the disk with shell commands, whose output appears in the terminal. While a command runs, the
-// program waits; before that it draws the status line, and the X server keeps the window drawn.
-// Messages and questions share one box (motif/); a question runs its own event loop. What was
-// installed is recorded in one small file, the installation record.
+// (ui/KvcInstall), which reads at most one value and calls one operation of the engine (engine/).
+// The engine has one state, KvmInstallMgr::_info and the tables of the catalogue, and does most of
+// its work on the disk with shell commands, whose output appears in the terminal. While a command
+// runs, the program waits; before that it draws the status line, and the X server keeps the window
+// drawn. Messages and questions share one box (motif/); a question runs its own event loop. What
+// was installed is recorded in one small file, the installation record.
 //
 // Read KvmInstallMgr::install in engine/install.cc first: everything else leads to it or serves it.
 
@@ -81,7 +81,7 @@ static void showWindow(Widget topLevelShell, Atom closing) {
     const Widget dialogShell = XtParent(KviInstallWidget);
     KvcKeepDrawn(dialogShell);
     XmAddWMProtocolCallback(dialogShell, closing, KvcInstallSystemCancel, nullptr);
-    // The commands that run next, during the start, would otherwise delay it.
+    // Show the window now: the commands that follow would delay it.
     XFlush(XtDisplay(KviInstallWidget));
 }
 

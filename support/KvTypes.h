@@ -20,8 +20,8 @@ using KvText = char[KvTextSize];
 /// before it uses the copy. `text` may be part of `out` itself.
 [[nodiscard]] bool KvCopyText(KvText& out, std::string_view text);
 
-/// The same for what must not be taken for another thing: text that does not fit leaves `out`
-/// empty.
+/// The same for text that would mean something else if it were cut, such as a path: text that does
+/// not fit leaves `out` empty.
 [[nodiscard]] bool KvStoreText(KvText& out, std::string_view text);
 
 /// `text`, or an empty one for null.

@@ -35,7 +35,7 @@ std::string escaped(std::string_view text, std::string_view special) {
 }  // namespace
 
 KvuShellText KvuShellArgument(std::string_view text) {
-    // A leading "=" is an entry of tcsh's directory stack.
+    // tcsh takes a leading "=" for a reference to its directory stack.
     bool harmless = !text.empty() && !text.starts_with('=');
     for (const char c : text) harmless = harmless && isHarmless(c);
     return {harmless ? std::string(text) : "'" + singleQuoted(text) + "'"};

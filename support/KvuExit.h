@@ -1,6 +1,6 @@
 #pragma once
 
-/// The reasons for leaving that a program's exit callback is given.
+/// Why a program is ending, as passed to its exit callback.
 inline constexpr int KvuExitTypeOrdinary = 0;  ///< by itself
 inline constexpr int KvuExitTypeFatal = 2;     ///< after a fatal error or a crash signal
 inline constexpr int KvuExitTypeKilled = 3;    ///< after a termination signal
@@ -12,11 +12,12 @@ void KvuExitCoreDump(int signal, ...);
 void KvuExitKilled(...);
 
 /// The one way out of a program: it reports fatal errors, handles crash and termination signals,
-/// and calls the program's own callback instead of ending the process. No signal is caught before
-/// `initClass`; `exit` and `fatalError` work without it.
+/// and calls the program's own callback instead of ending the process. The suite's other programs
+/// use it; the installer does not. No signal is caught before `initClass`; `exit` and `fatalError`
+/// work without it.
 ///
 /// All of this may run inside a signal handler, so it makes only async-signal-safe calls. The
-/// callback must do the same when its type is `KvuExitTypeFatal` or `KvuExitTypeKilled`; when it
+/// callback must do the same when it is given `KvuExitTypeFatal` or `KvuExitTypeKilled`; when it
 /// returns, the interrupted code continues.
 class KvuExit {
 public:

@@ -15,11 +15,12 @@ inline constexpr char KvUnniceChar[] = ".:~ \t";
 /// every character is nice.
 KvBool KvuIsANiceChar(char c, const char* set);
 
-/// Small operations on zero-terminated byte strings. Pointers passed in are not kept, and only
-/// arguments declared `char*` are written to. A result in a buffer of the class is valid until the
-/// next call of the same operation. If a result does not fit a `KvText`, the buffer is left empty
-/// and the operation returns 0. Some operations serve the suite's other programs, which handle
-/// documents and file lists: the installer itself does not call all of them.
+/// Small operations on zero-terminated byte strings. Pointers passed in are not kept. Of the input
+/// strings, only those declared `char*` are changed. A result in a buffer of the class is valid
+/// until the next call of the same operation. Unless stated otherwise, if a result does not fit a
+/// `KvText`, the buffer is left empty and the operation returns 0. Some operations serve the
+/// suite's other programs, which handle documents and file lists: the installer itself does not
+/// call all of them.
 class KvuString {
 public:
     KvuString() = delete;

@@ -9,7 +9,8 @@
 /// buffer of the class and valid until the next call of the same operation. If a result does not
 /// fit a `KvText`, the buffer is left empty and the operation fails. Commands are composed with
 /// `KvuCommand`: a path is one word of the command whatever characters it contains. Some operations
-/// (mail, editors, dates, logged-in users) serve only the suite's other programs.
+/// (mail, editors, `compareDate`, logged-in users, `compress`, `mv`, `ln`, `cat`, relative paths)
+/// serve only the suite's other programs.
 class KvuSystem {
 public:
     KvuSystem() = delete;
@@ -65,7 +66,7 @@ public:
     /// 1 when `dir` is a directory in which files can be created; it tries with "__TEST__".
     static KvBool isADirectoryRW(const char* dir);
 
-    /// 1 when the text from the last "." of `name` on is ".gz" or ".Z".
+    /// 1 when `name` ends with ".gz" or ".Z".
     static KvBool isCompressed(const char* name);
 
     // --- Changing files and directories

@@ -76,7 +76,8 @@ const char* KvuSystem::editor() {
 }
 
 int KvuSystem::mail(const char* subject, const char* address, const char* file) {
-    // mail takes any word after -s as the subject, but would take an address with "-" as an option.
+    // mail takes any word after -s as the subject, but would take an address that begins with "-"
+    // for an option.
     KvuShellText to = KvuShellArgument(address);
     if (*address == '-') to.text.insert(0, "-- ");
     const KvuShellText command = KvuCommand(" %s %s %s < %s", KvuShellText{"Mail -s"},

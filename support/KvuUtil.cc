@@ -41,8 +41,8 @@ struct Question {
     std::string answerFile;
 };
 
-// The file for the answer. If "/usr/tmp" is missing and we are not root, we can't create it and use
-// a file in a private folder instead.
+// The file for the answer. If "/usr/tmp" is missing and we are not root, we can't create it, so we
+// use a file in a private folder.
 class AnswerFile {
 public:
     AnswerFile() {

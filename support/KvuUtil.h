@@ -30,7 +30,7 @@ public:
                           const char* minorVersion, const char* copyright,
                           const char* resourceName);
 
-    /// Shows an information with the one button "Continue". Returns 1.
+    /// Shows an information message with the one button "Continue". Returns 1.
     static int userInfo(const char* message);
 
     /// Shows an error with the one button "Continue". Returns 0.

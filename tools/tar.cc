@@ -3,9 +3,11 @@
 // archive does not have; GNU tar treats them as an error. For "tar xvof ARCHIVE MEMBER..." this
 // program makes the system's GNU tar behave like System V's; everything else it passes straight on.
 // It succeeds when GNU tar does, or when the only problem was that some named members are missing.
-// An intact archive that has none of them gives status 1, an unreadable one does not. The same
-// holds for listings, "tar tf ARCHIVE". And an extraction writes only to the named members: no link
-// in the archive can lead it elsewhere.
+// An intact archive that has none of them gives status 1, an unreadable one status 2. So does an
+// archive that is cut off between two members, which GNU tar accepts. The same holds for listings,
+// "tar tf ARCHIVE". And an extraction writes only to the named members: no link in the archive can
+// lead it elsewhere. It creates no devices and, without "p", no set-user-ID files. For a missing
+// /dev/tape it reads $TAPE or /dev/st0, and it reaches other machines through ssh.
 
 #include <fcntl.h>
 #include <linux/capability.h>
@@ -218,7 +220,7 @@ constexpr std::size_t blockSize = 512;
 using Block = std::array<char, blockSize>;
 constexpr std::size_t typeAt = 156, moreInHeader = 482, moreInMap = 504;
 
-// How many bytes follow a member's header; nothing when this is not a header that we know.
+// How many bytes follow a member's header; nullopt when this is not a header that we know.
 std::optional<std::uint64_t> sizeOf(const Block& header) {
     constexpr std::size_t sumAt = 148, sumLength = 8, sizeAt = 124, sizeLength = 12;
     unsigned long sum = 0;
@@ -319,7 +321,7 @@ public:
 private:
     static constexpr std::string_view own = "tar: ";
     static constexpr std::string_view notFound = ": Not found in archive";
-    // GNU tar 1.34 sets its groups before it starts the remote shell, which only root may do.
+    // Before it starts the remote shell, GNU tar 1.34 sets its groups, which only root may do.
     static constexpr std::string_view noGroups = "initgroups: ";
 
     // GNU tar's closing line, which does not say what went wrong.

@@ -111,7 +111,7 @@ const Resource grey = background("gray");
 const Resource keepSize{XmNrecomputeSize, False};
 const Resource set{XmNset, True};
 
-// What the window's two boards, and rows of the same kind, have in common.
+// Callbacks that rows of the same kind share.
 const Callbacks edition{{XmNvalueChangedCallback, KvcInstallProduct}};
 const Callbacks subsystem{{XmNvalueChangedCallback, KvcInstallSubsystemOnOff}};
 const Callbacks medium{{XmNvalueChangedCallback, KvcInstallToggleRead}};
@@ -354,9 +354,9 @@ void createMainDialog(Widget parent) {
                                     {XmNresizePolicy, XmRESIZE_GROW},
                                     {XmNdialogTitle, XmRXmString, title.c_str()}});
     for (const Row& row : mainRows) createRow(parent, row);
-    // If their font is missing, its substitute is wider, so they may grow: the first up to the
-    // heading at its right (x 187, less 2 pixels: 185 - 27), the second up to the edge of the
-    // window (width 607, less its margin of 2: 605 - 456).
+    // If the legends' font is missing, its substitute is wider, so the legends may grow: the left
+    // one up to the heading at its right (x 187, less 2 pixels: 185 - 27), the right one up to the
+    // edge of the window (width 607, less its margin of 2: 605 - 456).
     const int scale = BxScale(XtDisplay(parent));
     KvcFitLabel(kviInstallSubsystemAddedLabel, 158 * scale);
     KvcFitLabel(kviInstallSubsystemRemovedLabel, 149 * scale);

@@ -5,7 +5,7 @@ set -eu
 . "$(dirname "$0")/installing.sh"
 settle
 
-# Declines the question for each archive whether to delete it.
+# Declines to delete each archive.
 keep_archives() {
     case $medium in
     two) answer No && answer No ;;
@@ -26,7 +26,7 @@ install_icon() {
 }
 
 media="tar gz Z two tape cdrom"
-# GNU tar reads from another machine only as super-user.
+# GNU tar reads from another machine only as the super-user.
 [ "$who" != root ] || media+=" remote"
 export TAR_RSH=$place/rsh
 install -m 755 <(printf '#!/bin/sh\nshift 3\nexec "$@"\n') "$TAR_RSH"

@@ -45,7 +45,7 @@ settle() {
         echo "ann:x:12345:" >>/etc/group
         ;;
     *)
-        [ "$person" = user ] || not_run "without mounts of one's own, super-users install for real"
+        [ "$person" = user ] || not_run "without private mounts, a super-user would install for real"
         [ "$(id -u)" != 0 ] ||
             run_as_nobody "tests/e2e/$(basename "$0")" "$build" build/release "$person"
         [ "$ZARN_PRIVATE" = nothing ] || [ -n "${ZARN_ENTERED:-}" ] ||

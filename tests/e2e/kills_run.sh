@@ -32,7 +32,7 @@ is_whole() {
     diff -r -x Zarn_install -x .Zarn_inst "$build/distribution/cdrom/Zarn_system" "$tree" || fail
 }
 
-# Moves away what a killed adding left, as the message asks the user to do.
+# Clears away what a killed addition left, as the message asks the user to do.
 move_away() { chmod -R u+w "$suite" && rm -rf "$suite/subsystems" "${added[@]/#/$tree/}"; }
 
 begin() {

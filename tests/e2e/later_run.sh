@@ -46,18 +46,7 @@ remove_all() {
     says "Removed $suite/Zarn_system"
 }
 
-live() {
-    set_out "$1"
-    elsewhere=$place/elsewhere
-    mkdir -p "$elsewhere"
-    [ "$who" != ann ] || chown ann "$elsewhere"
-    disk >"$place/before"
-    start_installer
-    choose_medium
-    toggle models translatorsIn translators render translatorDev src
-    first_installation begin_installation
-    agree textures materials projects pictures
-
+add_and_remove() {
     toggle models render src
     click kviInstallButtonInstall
     answer Yes
@@ -71,7 +60,9 @@ live() {
     answer Yes
     acknowledge "$information"
     agree materials projects pictures models render
+}
 
+decline() {
     toggle pictures
     click kviInstallButtonRemove
     answer "Entire Zarn system"
@@ -80,7 +71,9 @@ live() {
     toggle pictures
     agree materials projects pictures models render
     shot "$medium-declined"
+}
 
+be_refused_while_the_suite_runs() {
     touch "$(home)/.zarnRunning"
     click kviInstallButtonRemove
     answer "Entire Zarn system"
@@ -91,6 +84,22 @@ live() {
     acknowledge "$error"
     rm "$(home)/.zarnRunning"
     agree materials projects pictures models render
+}
+
+live() {
+    set_out "$1"
+    elsewhere=$place/elsewhere
+    mkdir -p "$elsewhere"
+    [ "$who" != ann ] || chown ann "$elsewhere"
+    disk >"$place/before"
+    start_installer
+    choose_medium
+    toggle models translatorsIn translators render translatorDev src
+    first_installation begin_installation
+    agree textures materials projects pictures
+    add_and_remove
+    decline
+    be_refused_while_the_suite_runs
     remove_all answer "Entire Zarn system"
     pilot widgets "$window" >/dev/null
     disk_is_as_before

@@ -134,8 +134,8 @@ with_a_wrong_password() {
     wait_for has_window "$password_terminal" || fail "no terminal"
 }
 
-# As ordinary user through su, or through a fake su without password if this test does not run as
-# super-user.
+# As an ordinary user through su, or through a fake su without a password if this test does not run
+# as the super-user.
 as_ordinary_user() {
     set_out cdrom
     if [ "$who" = ann ]; then

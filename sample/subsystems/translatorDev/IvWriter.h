@@ -10,5 +10,5 @@ struct IvModel {
     std::vector<std::vector<int>> faces;  ///< indices into `points`, counter-clockwise
 };
 
-/// Writes `model` to `out` as an ASCII OpenInventor file. The stream's state tells the success.
+/// Writes `model` to `out` as an ASCII OpenInventor file. Check the stream's state for success.
 void writeIv(std::ostream& out, const IvModel& model);
