@@ -202,7 +202,9 @@ private:
          [] {
              char name[] = "Zarn_install";
              char* argv[] = {name, nullptr};
-             return KvmInstallMgr::start(1, argv);
+             const int started = KvmInstallMgr::start(1, argv);
+             EXPECT_STREQ(KvmInstallMgr::_progName, name);
+             return started;
          }},
         {"init", [] { return KvmInstallMgr::init(), 0; }},
         {"install", KvmInstallMgr::install},
