@@ -110,6 +110,17 @@ TEST_F(Session, SaysATextOnce) {
     };
     EXPECT_EQ(alignment(std::string(200, 'x')), XmALIGNMENT_BEGINNING);
     EXPECT_EQ(alignment("x"), XmALIGNMENT_CENTER);
+    const auto picture = [] {
+        XImage* image = XGetImage(XtDisplay(topLevel), XtWindow(kviInstallSystemMsg), 0, 0, 500, 20,
+                                  AllPlanes, ZPixmap);
+        const std::string pixels(image->data, image->bytes_per_line * 20);
+        XDestroyImage(image);
+        return pixels;
+    };
+    pump(kviInstallWidget);
+    const std::string before = picture();
+    KvmStatus("This is on the screen at once, while the program does something else.");
+    EXPECT_TRUE(picture() != before);
     EXPECT_EXIT(KvmInstallMgr::close(), testing::ExitedWithCode(0), "");
 }
 
