@@ -1,7 +1,7 @@
 #!/bin/bash
 # Runs the commands of the session $1, its lines that begin with "$ " and continue with "> ", in an
 # empty folder. What they print, and their status unless it is 0, must be the lines that follow.
-# $2: the build folder. With --write as $3, writes those lines instead.
+# $2: the build folder. With ZARN_UPDATE in the environment, writes those lines instead.
 set -u
 session=$(realpath "$1") build=$(cd "$2" && pwd) project=$(cd "$(dirname "$0")/.." && pwd)
 place=$(mktemp -d)
@@ -53,5 +53,5 @@ run() {
 }
 
 run 2>&1 | sed -u "s,$place/home,HOME,g; s,$build,BUILD,g" >"$place/session"
-[ "${3:-}" != --write ] || exec cp "$place/session" "$session"
+[ -z "${ZARN_UPDATE:-}" ] || exec cp "$place/session" "$session"
 diff -u "$session" "$place/session"
