@@ -40,15 +40,13 @@ enum Special {
     UpperR,
     UpperT,
     Zero,
-    One,
-    SpecialCount
+    One
 };
 
-constexpr std::array<const char*, SpecialCount> characters = {
-    "",  "\t", "\n", "\r", "\f", "\v", "\\", "\"", "#", ":", "f",
-    "l", "n",  "r",  "t",  "v",  "F",  "L",  "R",  "T", "0", "1"};
+// In the order of `Special`; the first one is the terminator.
+constexpr std::string_view characters{"\0\t\n\r\f\v\\\"#:flnrtvFLRT01", One + 1};
 
-using SpecialCharacters = std::array<wchar_t, SpecialCount>;
+using SpecialCharacters = std::array<wchar_t, characters.size()>;
 
 // A byte that is not valid in the locale is carried as a lone surrogate, which valid text never
 // contains, and converted back to the same byte.
@@ -72,7 +70,10 @@ std::wstring wideText(const char* text) {
 
 SpecialCharacters inThisLocale() {
     SpecialCharacters wide = {};
-    for (std::size_t i = 0; i < characters.size(); ++i) wideCharacter(characters[i], wide[i]);
+    for (std::size_t i = 0; i < characters.size(); ++i) {
+        const char text[] = {characters[i], '\0'};
+        wideCharacter(text, wide[i]);
+    }
     return wide;
 }
 
@@ -209,7 +210,6 @@ bool extractSegment(std::wstring_view& input, Segment& segment) {
     if (getNextSeparator(input, 0)) {
         segment.text = input;
         segment.hasText = true;
-        input = {};
         return false;
     }
     bool tagged = false;

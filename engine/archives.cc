@@ -116,8 +116,8 @@ bool KvmCanUnpack(const KvmArchive& archive) {
     const bool whole = KvmRun("gzip -t %s 2>/dev/null", archive.path);
     return KvmFail("Could not uncompress \"", archive.word,
                    "\",\nsince this file exists already:\n", archive.unpacked,
-                   whole ? "\nThe compressed archive is whole."
-                         : "\nThe compressed archive is not whole: keep that file.");
+                   whole ? "\nThe compressed archive is intact."
+                         : "\nThe compressed archive is damaged: keep that file.");
 }
 
 bool KvmUnpack(const KvmArchive& archive) {

@@ -74,7 +74,7 @@ bool agrees(const Sum& sum, const std::string& path, bool uncompress) {
                                 : KvmRun("sha256sum <%s | grep -q %s", path, sum.value));
     if (same) return true;
     return KvmFail("This file is not the one that was published:\n", path,
-                   "\nIts SHA256SUMS does not agree.");
+                   "\nIts checksum differs from the one in SHA256SUMS.");
 }
 
 bool archiveAgrees(const std::vector<Sum>& sums, const KvmArchive& archive) {

@@ -23,7 +23,7 @@ namespace {
 
 constexpr const char* cantWrite = "Can't write to disk.\nPlease select another path";
 constexpr const char* notAllDone = "The Zarn system is installed, but this failed:\n";
-constexpr const char* noSystem = "What was extracted is no Zarn system: ";
+constexpr const char* noSystem = "What was extracted is not a Zarn system: ";
 
 KvmInstallInfo& state() {
     return KvmInstallMgr::_info;
@@ -349,6 +349,7 @@ int giveUp(const KvmPlan& plan, const KvmPreparedRecord& record) {
 
 // Subsystems that could not be placed are left where they are: the user may need them.
 int giveUpPlacing(const KvmPlan& plan) {
+    KvmStatus("Could not install Zarn ", plan.adding ? "subsystems." : "system.");
     keepArchives(plan);
     if (plan.adding) KvmShowInstalled();
     return 0;
@@ -406,6 +407,11 @@ bool isProgram(const std::string& path) {
     return is_regular_file(file) && (file.permissions() & perms::owner_exec) != perms::none;
 }
 
+bool refuseTree(const std::string& reason) {
+    KvmStatus("Could not install Zarn ", "system.");
+    return KvmFail(noSystem, reason);
+}
+
 // An archive can contain anything under these names, including links.
 bool isSound(const KvmPlan& plan) {
     const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
@@ -413,9 +419,9 @@ bool isSound(const KvmPlan& plan) {
     const std::string resources = tree + "/resources";
     if (!platform::isRealDirectory(tree) || !platform::isRealDirectory(tree + "/bin") ||
         !isProgram(script))
-        return KvmFail(noSystem, "there is no program\n", script);
+        return refuseTree("there is no program\n" + script);
     if (platform::isRealDirectory(resources)) return true;
-    return KvmFail(noSystem, "there is no folder\n", resources);
+    return refuseTree("there is no folder\n" + resources);
 }
 
 int finishFirst(const KvmPlan& plan, const KvmPreparedRecord& record) {
@@ -464,16 +470,19 @@ int KvmInstallMgr::install() {
     if (_info.productChanged && plan.wanted.empty()) return fits(plan) && changeEdition(plan);
     KvmPreparedRecord record;
     const std::string before = KvInstallInfoMsg;
-    if (!look(plan, record) || (_info.productChanged && !changeEdition(plan)) ||
-        !begin(plan, record)) {
+    const bool editionChanges = _info.productChanged;
+    if (!look(plan, record) || (editionChanges && !changeEdition(plan)) || !begin(plan, record)) {
         // The checks may have changed the status line.
         KvmStatus(before.c_str());
         return 0;
     }
     const KvmExtraction result = extract(plan);
-    if (result == KvmExtraction::declined) KvmStatus(before.c_str());
-    if (result == KvmExtraction::failed || result == KvmExtraction::declined ||
-        (!plan.adding && !isSound(plan)))
+    if (result == KvmExtraction::declined) {
+        // The status before may name the edition before.
+        editionChanges ? init() : KvmStatus(before.c_str());
+        return giveUp(plan, record);
+    }
+    if (result == KvmExtraction::failed || (!plan.adding && !isSound(plan)))
         return giveUp(plan, record);
     if (!plan.complete && !KvmPlaceExtracted(plan)) return giveUpPlacing(plan);
     return plan.adding ? finishAdding(plan) : finishFirst(plan, record);

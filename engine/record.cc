@@ -44,7 +44,7 @@ void chooseRecord(const std::string& path) {
 }
 
 constexpr const char* cantWrite = "Can't write out info file ";
-constexpr const char* noRecord = "This is no installation record of Zarn:\n";
+constexpr const char* noRecord = "This is not a Zarn installation record:\n";
 constexpr const char* goneText =
     "Could not locate Zarn system files in\npreviously installed Zarn system location:\n";
 
@@ -56,7 +56,7 @@ KvuFile openRecord(const std::string& path) {
 
 bool isBelieved(const std::string& path) {
     return KvmOnlySuperUserWrites(
-        path, "The installation record is not believed, and nothing was changed:\n" + path);
+        path, "The installation record is not trusted, and nothing was changed:\n" + path);
 }
 
 using Words = std::array<std::string_view, 3>;

@@ -15,7 +15,7 @@ std::string openPlace(const std::string& path) {
 bool KvmOnlySuperUserWrites(const std::string& path, const std::string& consequence) {
     const std::string open = openPlace(path);
     if (open.empty()) return true;
-    return KvmFail("Not only the super-user may write to\n", open, ".\n", consequence,
+    return KvmFail("Users other than the super-user can write to\n", open, ".\n", consequence,
                    "\nPlease change its owner or its permissions.");
 }
 

@@ -124,8 +124,8 @@ void checkPrograms(const char* program) {
     const std::string tools = folderOf("xwsh");
     for (const char* tool : {"xwsh", "xconfirm", "jot", "tar"})
         if (!canRun(tools, tool))
-            refuse(program, KvuFormat("\"%s\" is missing or can't be run; please copy the folder "
-                                      "Zarn_tools of the distribution beside this program",
+            refuse(program, KvuFormat("\"%s\" is missing or can't be run; please copy the "
+                                      "distribution's folder Zarn_tools beside this program",
                                       tool));
     if (folderOf("xterm").empty())
         refuse(program, "there is no xterm on this system; please install it");
