@@ -39,7 +39,8 @@ def result(line):
 def left_out(line):
     if re.match(r"^\s+(?!return|case|default|using|const|static|else|if|for|while|throw|break)[\w:.>*\[\]-]+"
                 r"(\(.*\)|\s*[-+|&]?= .*);$", line):
-        yield re.match(r"^\s*", line)[0] + ";"
+        # The comment tells in scripts/mutate.same which line this is.
+        yield re.match(r"^\s*", line)[0] + ";  // " + line.strip()
 
 
 def text(line):
