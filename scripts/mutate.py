@@ -127,8 +127,10 @@ def work(wanted):
     copy, project = wanted.copy, pathlib.Path.cwd()
     tests = Tests(copy)
     tests.configure()
-    if not tests.builds() or tests.failing("", False):
-        sys.exit(f"The tests fail without any fault: {copy}/build.log, {copy}/test.log")
+    if not tests.builds():
+        sys.exit(f"It does not build without any fault: {copy}/build.log")
+    if failed := tests.failing("", False):
+        sys.exit(f"Tests fail without any fault: {failed}, {copy}/test.log")
     same = same_faults(project)
     faults = []
     for room in wanted.room or ROOMS:

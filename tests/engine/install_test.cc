@@ -30,7 +30,7 @@ TEST_F(Brochure, IsNotWrittenThroughALink) {
     EXPECT_EQ(contentsOf(victim), "precious");
 }
 
-TEST_F(Installing, WorksInLocationsThatTheShellWouldMistake) {
+TEST_F(Installing, WorksInLocationsThatAShellWouldMisread) {
     pack();
     // If a shell expanded it, ${IFS} would become the blank that a location may not contain.
     for (const char* name : {"plain", "it's", "a\"b", "$(touch${IFS}oops)", "`touch${IFS}oops`",

@@ -17,9 +17,9 @@
 namespace {
 
 // What the installer guarantees when other users, the disk or another installer work against it.
-class Hostile : public Installing {};
+class UnderAttack : public Installing {};
 
-TEST_F(Hostile, ArchiveWritesNowhereElse) {
+TEST_F(UnderAttack, ArchiveWritesNowhereElse) {
     const fs::path victim = writeFile(here / "victim/.Zarn_inst", "precious");
     writeFile(here / "victim/Zarn.install", "", 0755);
     const fs::path system = here / "make/Zarn_system";
@@ -47,7 +47,7 @@ TEST_F(Hostile, ArchiveWritesNowhereElse) {
     }
 }
 
-TEST_F(Hostile, VanishedLocationIsNoInstallation) {
+TEST_F(UnderAttack, VanishedLocationIsNoInstallation) {
     pack();
     for (const char* last : {"tar", "mv", "cp"}) {
         SCOPED_TRACE(last);
@@ -64,7 +64,7 @@ TEST_F(Hostile, VanishedLocationIsNoInstallation) {
     }
 }
 
-TEST_F(Hostile, AnotherInstallerIsNoticedInAPlace) {
+TEST_F(UnderAttack, AnotherInstallerIsNoticedInAPlace) {
     installBare();
     KvmInstallMgr::setSubsystem(kviSubsystemModels, 1);
     const KvmPlaceLock lock(suite);
@@ -76,7 +76,7 @@ TEST_F(Hostile, AnotherInstallerIsNoticedInAPlace) {
     }
 }
 
-TEST_F(Hostile, OrdinaryUsersCanNotLockTheSuperUserOut) {
+TEST_F(UnderAttack, OrdinaryUsersCannotLockTheSuperUserOut) {
     installBare();
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
@@ -98,13 +98,13 @@ TEST_F(Hostile, OrdinaryUsersCanNotLockTheSuperUserOut) {
 }
 
 // Tests with mounts that no other process sees.
-class OwnMounts : public Hostile {
+class OwnMounts : public UnderAttack {
 protected:
     void SetUp() override {
         if (geteuid() != 0 || unshare(CLONE_NEWNS) != 0 ||
             mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
             GTEST_SKIP() << "this needs a mount of its own";
-        Hostile::SetUp();
+        UnderAttack::SetUp();
         // The advance check of the space is not tested here, so it must pass.
         KvmInstallSubsystem[0].sizeMB = -100;
     }
@@ -121,11 +121,11 @@ protected:
     void TearDown() override {
         umount2((here / "disk").c_str(), MNT_DETACH);
         umount2("/etc/passwd", MNT_DETACH);
-        Hostile::TearDown();
+        UnderAttack::TearDown();
     }
 };
 
-TEST_F(OwnMounts, AFullDiskIsNeverTakenForAnInstallation) {
+TEST_F(OwnMounts, AFullDiskNeverCountsAsAnInstallation) {
     const std::string big(20000, 'x');
     writeFile(here / "make/Zarn_system/data", big);
     for (const char* name : {"models", "render"})

@@ -161,11 +161,10 @@ TEST_F(Messages, IgnoreInputThatWasMeantForOthers) {
     Display* display = XtDisplay(window);
     int clicks = 0;
     const auto clickTwiceSlowly = [&] {
+        if (clicks == 1 && XPending(display) > 0) return std::string("the first is on its way");
         if (clicks == 1) XtSetMultiClickTime(display, 0);
         const std::string problem = answer(clicks)();
-        if (!problem.empty() || ++clicks == 2) return problem;
-        pump(window);
-        return std::string("ignored");
+        return problem.empty() && ++clicks == 1 ? "ignored" : problem;
     };
     EXPECT_EQ(ask(2, "Sure?", answer(1)), 1);
     XtSetMultiClickTime(display, 60000);

@@ -8,7 +8,7 @@ using SampleTest = ScratchTest;
 
 const std::string sample = ZARN_SOURCE_DIR "/sample";
 
-TEST_F(SampleTest, TheSameAgainButNothingInTheWay) {
+TEST_F(SampleTest, PackingAgainGivesTheSameAndReplacesNothingForeign) {
     const std::string pack = "'" + sample + "/pack' dist /bin/true '" + toolsDir + "'";
     ASSERT_EQ(0, outcomeOf(pack + " gz cdrom iso && cp -R dist/gz . && rm gz/Zarn_sizes").status);
     outcomeOf("xorriso -osirrox on -indev dist/iso/Zarn2.0.iso -extract / disc");
