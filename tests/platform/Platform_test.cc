@@ -70,7 +70,7 @@ TEST_F(PlatformTest, TemporaryFilesBeginEmptyInASafeFolder) {
     EXPECT_FALSE(platform::prepareTemporary(file.c_str())) << "its owner could change the file";
 }
 
-TEST_F(PlatformTest, AbsolutePaths) {
+TEST_F(PlatformTest, FindsWhereAPathLeads) {
     fs::create_directories("real/inner");
     fs::create_directory("shut");
     fs::create_symlink("real/inner", "link");

@@ -12,13 +12,13 @@ TEST_F(SampleTest, PackingAgainGivesTheSameAndReplacesNothingForeign) {
     const std::string pack = "'" + sample + "/pack' dist /bin/true '" + toolsDir + "'";
     ASSERT_EQ(0, outcomeOf(pack + " gz cdrom iso && cp -R dist/gz . && rm gz/Zarn_sizes").status);
     outcomeOf("xorriso -osirrox on -indev dist/iso/Zarn2.0.iso -extract / disc");
-    EXPECT_EQ("", outcomeOf("diff -r disc dist/cdrom; find disc dist/cdrom -perm /222").output);
-    EXPECT_EQ(0, outcomeOf(pack + " gz cdrom").status);
-    EXPECT_EQ(0, outcomeOf("cmp gz/Zarn2.0.tar.gz dist/gz/Zarn2.0.tar.gz").status);
+    EXPECT_EQ(outcomeOf("diff -r disc dist/cdrom; find disc dist/cdrom -perm /222").output, "");
+    EXPECT_EQ(outcomeOf(pack + " gz cdrom").status, 0);
+    EXPECT_EQ(outcomeOf("cmp gz/Zarn2.0.tar.gz dist/gz/Zarn2.0.tar.gz").status, 0);
     for (const char* medium : {"gz", "cdrom"})
         EXPECT_EQ(
             0, outcomeOf("cd dist/" + std::string(medium) + " && sha256sum -c SHA256SUMS").status);
-    EXPECT_EQ(1, outcomeOf("mv gz dist/tar; " + pack + " tar").status) << "not of its making";
+    EXPECT_EQ(outcomeOf("mv gz dist/tar; " + pack + " tar").status, 1) << "not of its making";
     EXPECT_TRUE(fs::exists("dist/tar/Zarn2.0.tar.gz"));
     outcomeOf("chmod -R u+w disc dist");
 }
@@ -45,7 +45,7 @@ TEST_F(SampleTest, WhatCannotBeInstalledIsNotPublished) {
                                           "/publish/make-distribution' --output dist --medium two "
                                           "--installer /bin/true --tools '" +
                                           toolsDir + "' $T own/subsystems/*");
-        EXPECT_EQ(1, outcome.status);
+        EXPECT_EQ(outcome.status, 1);
         EXPECT_TRUE(holds(outcome.output, named)) << outcome.output;
         EXPECT_FALSE(fs::exists("dist/two"));
     }
@@ -83,7 +83,7 @@ TEST_F(ScriptsTest, WhatIsMadeIsTakenAwayAgain) {
         echo made: $(ls /usr/sbin /usr/share/applications)
         $B/Zarn.install -r $T/opt/Zarn_system >/dev/null
         echo left: $(ls -A /usr/sbin /usr/share/applications $HOME) $(ls $T/opt) $(cat data/file))");
-    EXPECT_EQ(0, outcome.status) << outcome.output;
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
     const std::string data = fs::canonical("opt").string() + "/Zarn_system\n";
     const std::string parts[] = {
         "Zarn 2.0 Pinnet\nData: " + data, " data kept\n",
@@ -94,7 +94,7 @@ TEST_F(ScriptsTest, WhatIsMadeIsTakenAwayAgain) {
         << outcome.output;
 }
 
-TEST_F(ScriptsTest, Refusals) {
+TEST_F(ScriptsTest, TouchNothingThatIsNotTheSuites) {
     const char* const foreignCommand =
         "echo mine >/usr/sbin/Zarn-Pinnet; $B/Zarn.install $T/opt PNT Zarn-Pinnet; r=$?; "
         "[ \"$(cat /usr/sbin/Zarn-Pinnet)\" = mine ] && exit $r; exit 0";
