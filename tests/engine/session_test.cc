@@ -63,10 +63,10 @@ TEST_F(Session, RefusesTextsThatAreTooLong) {
         const std::string place = "/" + std::string(length, 'x') + "/Zarn_system";
         EXPECT_FALSE(KvmInstallMgr::setInstallInfo(place.c_str()));
         const std::string said = acknowledge();
-        return said.substr(0, said.find(':'));
+        return said.substr(0, said.find('/'));
     };
-    EXPECT_EQ(tree(989), "Could not find an installed Zarn system in");
-    EXPECT_EQ(tree(990), "This location is too long");
+    EXPECT_EQ(tree(989), "Could not find an installed Zarn system in:\n");
+    EXPECT_EQ(tree(990), "This location is too long:\n");
     const std::string before = KvmInstallMgr::_info.readText;
     KvmInstallMgr::setReadText(std::string(1024, 'x').c_str());
     EXPECT_EQ(acknowledge(), "The text that names the device or the archives is too long.");
