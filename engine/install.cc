@@ -248,10 +248,9 @@ bool changeEdition(const KvmPlan& plan) {
                 KvmInstallMgr::getProductCode(), edition, "scriptOnly"))
         return KvmFail("Could not change the installed edition to ", edition,
                        ".\nThe terminal shows what its script said.");
-    if (!KvmRecordEdition())
+    if (const std::string record = KvmRecordEdition(); !record.empty())
         return KvmFail("The installed edition is ", edition,
-                       " now, but that could not be recorded in ", KvmInstallMgr::_infoFile,
-                       KvmSystemReason(errno));
+                       " now, but that could not be recorded in ", record, KvmSystemReason(errno));
     state().productChanged = 0;
     KvcUserInfo("The installed edition is ", edition, " now.");
     return true;
@@ -334,6 +333,12 @@ bool isAsBefore(const KvmPlan& plan) {
     return platform::removeEmptyDirectory(tree) || !KvmHolds(plan.place, kvmSystem);
 }
 
+void tellFailure(const KvmPlan& plan) {
+    const char* const what = plan.adding ? "subsystems." : "system.";
+    if (KvuFormat("Could not install Zarn %s", what) != KvInstallInfoMsg)
+        KvmStatus("Could not install Zarn ", what);
+}
+
 int giveUp(const KvmPlan& plan, const KvmPreparedRecord& record) {
     if (plan.adding) {
         KvmDropExtracted(plan);
@@ -349,7 +354,7 @@ int giveUp(const KvmPlan& plan, const KvmPreparedRecord& record) {
 
 // Subsystems that could not be placed are left where they are: the user may need them.
 int giveUpPlacing(const KvmPlan& plan) {
-    KvmStatus("Could not install Zarn ", plan.adding ? "subsystems." : "system.");
+    tellFailure(plan);
     keepArchives(plan);
     if (plan.adding) KvmShowInstalled();
     return 0;
@@ -407,11 +412,6 @@ bool isProgram(const std::string& path) {
     return is_regular_file(file) && (file.permissions() & perms::owner_exec) != perms::none;
 }
 
-bool refuseTree(const std::string& reason) {
-    KvmStatus("Could not install Zarn ", "system.");
-    return KvmFail(noSystem, reason);
-}
-
 // An archive can contain anything under these names, including links.
 bool isSound(const KvmPlan& plan) {
     const std::string tree = KvuFormat("%s/%s", plan.place.c_str(), kvmSystem);
@@ -419,9 +419,9 @@ bool isSound(const KvmPlan& plan) {
     const std::string resources = tree + "/resources";
     if (!platform::isRealDirectory(tree) || !platform::isRealDirectory(tree + "/bin") ||
         !isProgram(script))
-        return refuseTree("there is no program\n" + script);
+        return KvmFail(noSystem, "there is no program\n", script);
     if (platform::isRealDirectory(resources)) return true;
-    return refuseTree("there is no folder\n" + resources);
+    return KvmFail(noSystem, "there is no folder\n", resources);
 }
 
 int finishFirst(const KvmPlan& plan, const KvmPreparedRecord& record) {
@@ -482,8 +482,10 @@ int KvmInstallMgr::install() {
         editionChanges ? init() : KvmStatus(before.c_str());
         return giveUp(plan, record);
     }
-    if (result == KvmExtraction::failed || (!plan.adding && !isSound(plan)))
+    if (result == KvmExtraction::failed || (!plan.adding && !isSound(plan))) {
+        tellFailure(plan);
         return giveUp(plan, record);
+    }
     if (!plan.complete && !KvmPlaceExtracted(plan)) return giveUpPlacing(plan);
     return plan.adding ? finishAdding(plan) : finishFirst(plan, record);
 }

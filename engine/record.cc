@@ -258,7 +258,7 @@ int KvmRecordedProduct() {
     return last;
 }
 
-bool KvmRecordEdition() {
+std::string KvmRecordEdition() {
     const KvmInstallInfo& info = KvmInstallMgr::_info;
     const std::string text = recordText(KvmInstallMgr::getProductName(), info.version, info.date,
                                         info.path, info.installHostname);
@@ -267,12 +267,16 @@ bool KvmRecordEdition() {
     if (own() != used && KvmIsSameDirectory(KvmOwnRecordPlace(), info.path))
         records.push_back(own());
     int reason = 0;
+    std::string failed;
     for (const std::string& record : records) {
-        if (!replaceRecord(record, text)) reason = errno;
+        if (!replaceRecord(record, text)) {
+            reason = errno;
+            failed = record;
+        }
         note(record);
     }
     errno = reason;
-    return reason == 0;
+    return failed;
 }
 
 bool KvmRecordIsAsSeen() {

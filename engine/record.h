@@ -21,9 +21,9 @@ std::string KvmOwnRecordPlace();
 int KvmRecordedProduct();
 
 /// Writes the chosen edition into the record in use, its copy in the installed tree, and the user's
-/// own record if that names this suite; the other lines stay as they are. False, with errno set,
-/// when one of the writes fails.
-bool KvmRecordEdition();
+/// own record if that names this suite; the other lines stay as they are. Returns the last record
+/// that could not be written, with errno set; empty when all were.
+[[nodiscard]] std::string KvmRecordEdition();
 
 /// Whether the user's own record is still as this session last read or wrote it. If not, returns
 /// false after an error which says that the window is out of date.

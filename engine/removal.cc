@@ -91,16 +91,15 @@ int KvmInstallMgr::removeAll() {
         record.drop();
         return KvmFail("Can't remove ", _infoFile, KvmCommandReason());
     }
+    // The session may have been using the record inside the tree.
+    KvmReturnToOwnRecord();
+    if (KvmIsSameDirectory(KvmOwnRecordPlace(), _info.path)) KvmRun("rm -f %s", _infoFile);
     KvmUnmarkComplete(_info.path);
     KvmForgetRecord();
     KvmStatus("Removing Zarn system ...\a");
     if (!KvmRun("%s/Zarn_system/bin/Zarn.install -r %s/%s", _info.path, _info.path, kvmSystem))
         return KvmFail("Can't remove ", tree, KvmCommandReason());
     KvmRun("rm -f %s/%s %s/%s", home, program, "/usr/sbin", program);
-    // The session may have been using the record inside the tree.
-    KvmReturnToOwnRecord();
-    if (KvmIsSameDirectory(KvmOwnRecordPlace(), _info.path)) KvmRun("rm -f %s", _infoFile);
-    KvmForgetRecord();
     // If part of the tree is still there, it stays recorded as unfinished.
     if (KvmHolds(_info.path, kvmSystem))
         KvmFail("The product's script has left this behind:\n", tree);

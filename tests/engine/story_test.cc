@@ -72,7 +72,10 @@ private:
 
     void makeTool(const std::string& text) {
         const std::size_t end = std::min(text.find(' '), text.size());
-        script(text.substr(0, end), text.substr(end));
+        std::string lines = text.substr(end);
+        const std::size_t at = lines.find("BUILD");
+        if (at != lines.npos) lines.replace(at, 5, ZARN_BINARY_DIR);
+        script(text.substr(0, end), lines);
     }
 
     static int turn(const char* name, bool on) {
