@@ -28,9 +28,9 @@ desktop_start() {
         return 1
     }
     export DISPLAY=:$DISPLAY
-    unset XAUTHORITY
+    unset XAUTHORITY XENVIRONMENT XAPPLRESDIR XFILESEARCHPATH
     # In other locales the terminal draws two-byte characters, which the pilot can't read.
-    export LC_ALL=C
+    export LC_ALL=C LANG=C
     [ "$manager" != none ] || return 0
     manager_start "$manager" >"$desktop_shots/manager.log" 2>&1 &
     wait_for is_managed "$manager" || {

@@ -52,6 +52,9 @@ run() {
     finish
 }
 
-run 2>&1 | sed -u "s,$place/home,HOME,g; s,$build,BUILD,g" >"$place/session"
+run 2>&1 | while IFS= read -r line; do
+    line=${line//"$place/home"/HOME}
+    printf '%s\n' "${line//"$build"/BUILD}"
+done >"$place/session"
 [ -z "${ZARN_UPDATE:-}" ] || exec cp "$place/session" "$session"
 diff -u "$session" "$place/session"

@@ -17,6 +17,7 @@
 #include "startup/log.h"
 #include "tests/fixtures/hands.h"
 #include "tests/fixtures/random.h"
+#include "support/KvuCommand.h"
 #include "tests/fixtures/scratch.h"
 
 namespace {
@@ -55,9 +56,10 @@ protected:
     static bool isOnDisplay() {
         if (std::getenv("ZARN_AGAIN") != nullptr) return true;
         const std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
-        const Outcome outcome = outcomeOf(
-            "ZARN_AGAIN=yes xvfb-run -a -s '-nolisten tcp -noreset' " +
-            fs::read_symlink("/proc/self/exe").string() + " --gtest_filter=Authority." + name);
+        const Outcome outcome =
+            outcomeOf("ZARN_AGAIN=yes xvfb-run -a -s '-nolisten tcp -noreset' " +
+                      KvuShellArgument(fs::read_symlink("/proc/self/exe").string()).text +
+                      " --gtest_filter=Authority." + name);
         EXPECT_EQ(outcome.status, 0) << outcome.output;
         return false;
     }

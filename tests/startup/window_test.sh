@@ -46,6 +46,11 @@ end() {
     echo "[$status]"
 }
 
+close_by_keys() {
+    pilot focus "$window" label15
+    xdotool key alt+F4
+}
+
 # The window's place, its media, its status line, and the message titled $1.
 look() {
     pilot widgets "$window" | grep -E " (install|kviInstallToggle[A-Za-z]*)$"
@@ -62,9 +67,9 @@ all() {
     for medium in "" -ftp -cdrom; do
         start $medium
         look
-        xprop -name "$window" | grep -E "protocols|DELETE|NAME|Icon" || true
+        xprop -name "$window" | grep -E "protocols|DELETE|NAME" || true
         # What is closed then is the message that there are no tar files.
-        if [ "$medium" = -ftp ]; then end kill "$installer"; else end xdotool key alt+F4; fi
+        if [ "$medium" = -ftp ]; then end kill "$installer"; else end close_by_keys; fi
     done
     start -icons "$place/other/Zarn_system"
     look "$error"

@@ -8,6 +8,8 @@ build=$1 question_expected=yes title=box here=$(cd "$(dirname "$0")" && pwd)
 place=$(mktemp -d)
 trap 'desktop_stop; rm -rf "$place"' EXIT
 cd "$place"
+mkdir home
+export HOME=$place/home
 desktop_start "$place/shots"
 # Defaults that anybody could plant.
 echo "*background: red" >Xconfirm
