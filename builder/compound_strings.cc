@@ -78,8 +78,8 @@ SpecialCharacters inThisLocale() {
 }
 
 const SpecialCharacters& CStrCommonWideCharsGet() {
-    static const SpecialCharacters wide = inThisLocale();
-    return wide;
+    static const SpecialCharacters CommonWideChars = inThisLocale();
+    return CommonWideChars;
 }
 
 bool is(wchar_t character, Special special) {

@@ -16,27 +16,27 @@
 namespace {
 
 // A copy, since it is used after the call that set it.
-std::string extension;
+std::string kviListFilesExt;
 
 struct dirent** kviDirList = nullptr;
 int kviDirListNum = 0;
 int kviDirListCurrent = 0;
-// Kept apart from `extension`: lists may be filled with other extensions during an iteration.
+// Kept apart from `kviListFilesExt`: lists may be filled with other extensions during an iteration.
 std::size_t kviDirListCut = 0;
 KvText name;
 
 void useExtension(const char* ext) {
-    extension = ext != nullptr ? ext : "";
+    kviListFilesExt = ext != nullptr ? ext : "";
 }
 
 std::size_t cutFromNames(int keepExt) {
-    return keepExt ? 0 : extension.size();
+    return keepExt ? 0 : kviListFilesExt.size();
 }
 
 int KvcListFilesSelect(struct dirent* entry) {
     const std::string_view file = entry->d_name;
-    if (file.size() <= extension.size() || file == "." || file == "..") return 0;
-    return !file.starts_with('#') && file.ends_with(extension) ? 1 : 0;
+    if (file.size() <= kviListFilesExt.size() || file == "." || file == "..") return 0;
+    return !file.starts_with('#') && file.ends_with(kviListFilesExt) ? 1 : 0;
 }
 
 std::string shownName(const struct dirent* entry, std::size_t cut) {
