@@ -72,9 +72,10 @@ def faults_in(path):
     for at, line in enumerate(path.read_text().split("\n")):
         if line.lstrip().startswith(("//", "#", "static_assert")):
             continue
+        code, mark, comment = line.partition("  //")
         for name, rule in RULES.items():
-            for faulty in rule(line):
-                yield at, name, faulty
+            for faulty in rule(code):
+                yield at, name, faulty + mark + comment
 
 
 def same_faults(project):
