@@ -200,7 +200,7 @@ TEST_F(PlatformTest, LocksKeepProcessesApart) {
               "0|0|1|2|");
 }
 
-TEST_F(PlatformTest, FilesAndProcesses) {
+TEST_F(PlatformTest, HandlesFiles) {
     umask(0);
     fs::create_directory("directory");
     fs::create_symlink("directory", "link");
@@ -241,6 +241,9 @@ TEST_F(PlatformTest, FilesAndProcesses) {
             "1|0|0|0|1|0|0|1|0|");
         EXPECT_EQ(makePrivateDirectory("/", "x"), "") << "another user's";
     });
+}
+
+TEST_F(PlatformTest, KnowsUsersAndProcesses) {
     EXPECT_EQ(
         (Row{platform::exitStatus(3 << 8), platform::exitStatus(9), platform::exitStatus(-1)}),
         "3|-1|-1|");

@@ -15,9 +15,9 @@
 #include "startup/Zarn_install.h"
 #include "startup/authority.h"
 #include "startup/log.h"
+#include "support/KvuCommand.h"
 #include "tests/fixtures/hands.h"
 #include "tests/fixtures/random.h"
-#include "support/KvuCommand.h"
 #include "tests/fixtures/scratch.h"
 
 namespace {
@@ -132,6 +132,25 @@ TEST_F(Authority, OfADisplayThatKnowsTheUserByName) {
     EXPECT_EQ(handedOn(""), "1  " + none + asks);
 }
 
+// What is said and logged, without the date, when a program starts with this HOME.
+std::string logOf(const std::string& home) {
+    char program[] = "prog", word[] = "a\nb";
+    char* words[] = {program, word, nullptr};
+    setenv("HOME", home.c_str(), 1);
+    testing::internal::CaptureStderr();
+    runInChild([&] {
+        ZarnLogStart(2, words);
+        std::exit(0);
+    });
+    std::string said = testing::internal::GetCapturedStderr();
+    for (const char* place : {"root", "own"}) {
+        const std::string log = contentsOf(std::string(place) + "/.Zarn_install.log");
+        said += "|" + (log.size() > 24 ? log.substr(0, 4) + log.substr(24) : log);
+    }
+    outcomeOf("rm -f */.Zarn_install.log");
+    return said;
+}
+
 TEST_F(Authority, OfTheUserWhoCalledSudo) {
     if (!isOnDisplay()) return;
     for (const char* name : {"root", "ann", "bea", "cid", "own"}) fs::create_directory(name);
@@ -158,29 +177,13 @@ TEST_F(Authority, OfTheUserWhoCalledSudo) {
             EXPECT_EQ(displayOpens(), std::string(used) == "ann/.Xauthority");
         }
         // The log of a super-user whose HOME is another user's, as under sudo.
-        char program[] = "prog", word[] = "a\nb";
-        char* words[] = {program, word, nullptr};
-        const auto start = [&](const char* home) {
-            setenv("HOME", (folder + home).c_str(), 1);
-            testing::internal::CaptureStderr();
-            runInChild([&] {
-                ZarnLogStart(2, words);
-                std::exit(0);
-            });
-            std::string said = testing::internal::GetCapturedStderr();
-            for (const char* place : {"root", "own"}) {
-                const std::string log = contentsOf(std::string(place) + "/.Zarn_install.log");
-                said += "|" + (log.size() > 24 ? log.substr(0, 4) + log.substr(24) : log);
-            }
-            outcomeOf("rm -f */.Zarn_install.log");
-            return said;
-        };
         const std::string line = "=== prog a?b\n";
-        EXPECT_EQ(start("/own"), "||" + line);
-        EXPECT_EQ(start("/none"), "|" + line + "|");
+        EXPECT_EQ(logOf(folder + "/own"), "||" + line);
+        EXPECT_EQ(logOf(folder + "/none"), "|" + line + "|");
         outcomeOf("chmod 777 root");
-        EXPECT_EQ(start("/none"), "prog: there is no log " + folder +
-                                      "/none/.Zarn_install.log: No such file or directory\n||");
+        EXPECT_EQ(logOf(folder + "/none"),
+                  "prog: there is no log " + folder +
+                      "/none/.Zarn_install.log: No such file or directory\n||");
     });
     setenv("SUDO_USER", "ann", 1);
     setenv("XAUTHORITY", "/none", 1);

@@ -66,9 +66,16 @@ TEST_F(KvuUtilTest, ProgramsGetTextAndButtons) {
             EXPECT_EQ(answer(line, n), result);
             EXPECT_EQ(contentsOf("notes"), notes);
         }
+    });
+}
+
+TEST_F(KvuUtilTest, MessagesHaveTheirTitlesAndFit) {
+    const std::string slider = "[xconfirm][-useslider][-icon]";
+    runInPrivateUsr([&] {
+        setenv("ZARNHOME", "suite", 1);
         KvuUtil::userConfirm(2, labels, nullptr, "The title");
         EXPECT_EQ(contentsOf("notes"),
-                  confirm + "[2][-b1][Yes][-b2][No][-text][][-header][The title]");
+                  "[KvConfirm][-num][2][-b1][Yes][-b2][No][-text][][-header][The title]");
         unsetenv("ZARNHOME");
         EXPECT_EQ(KvuUtil::userInfo("sure?"), 1);
         EXPECT_EQ(contentsOf("notes"),
