@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>  // before X.h, whose macros break it
+
 #include <algorithm>
 
 #include "tests/fixtures/installing.h"

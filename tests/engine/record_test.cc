@@ -1,5 +1,7 @@
-#include "engine/record.h"
+#include <gtest/gtest.h>  // before X.h, whose macros break it
+
 #include <sys/resource.h>
+#include "engine/record.h"
 
 #include <csignal>
 #include <utility>

@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>  // before X.h, whose macros break it
+
 #include "tests/fixtures/installing.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>  // before X.h, whose macros break it
+
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -113,7 +115,7 @@ TEST_F(Session, SaysATextOnce) {
     const auto picture = [] {
         XImage* image = XGetImage(XtDisplay(topLevel), XtWindow(kviInstallSystemMsg), 0, 0, 500, 20,
                                   AllPlanes, ZPixmap);
-        const std::string pixels(image->data, image->bytes_per_line * 20);
+        std::string pixels(image->data, static_cast<std::size_t>(image->bytes_per_line) * 20);
         XDestroyImage(image);
         return pixels;
     };

@@ -344,9 +344,10 @@ TEST_F(PlatformTest, SuperUsersCommandsAreNobodyElses) {
         {true, "", standard},
         {false, paths, ":" + paths},
         {false, "", standard}};
-    for (const auto& [asRoot, given, used] : cases) {
-        if (asRoot && !root) continue;
+    for (const auto& row : cases) {
+        if (std::get<0>(row) && !root) continue;
         runInChild([&] {
+            const auto& [asRoot, given, used] = row;
             ASSERT_TRUE(asRoot || becomeOrdinary());
             setenv("PATH", given.c_str(), 1);
             EXPECT_EQ(platform::system("true"), 0);
