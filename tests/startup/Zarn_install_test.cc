@@ -22,7 +22,6 @@
 
 namespace {
 
-using testing::Eq;
 using testing::ExitedWithCode;
 
 // parseArgs, with literal words for a command line.
@@ -88,7 +87,9 @@ protected:
         std::string result = contentsOf("result");
         for (std::size_t at = 0; (at = result.find(".zarn.", at)) != result.npos;)
             result.replace(at + 6, 6, ""), at += 6;
-        for (const std::string& known : {folder, std::string(std::getenv("DISPLAY"))})
+        const char* const display = std::getenv("DISPLAY");
+        for (const std::string& known :
+             {folder, std::string(display != nullptr ? display : "none")})
             for (std::size_t at = 0; (at = result.find(known)) != result.npos;)
                 result.replace(at, known.size(), "~");
         return result;

@@ -1,4 +1,5 @@
 #include "support/KvuString.h"
+#include "support/KvuCommand.h"
 
 #include "support/KvuOwners.h"
 #include "support/KvuSystem.h"
@@ -96,7 +97,8 @@ TEST_F(KvuStringTest, AnyTextIsReadAsPromised) {
         for (const auto& word : wordsOf(random.text.c_str(), '#'))
             EXPECT_TRUE(holds(random.text, word));
         const Words words = {random.draw(500, "\"\n"), random.draw(500, "\"\n")};
-        EXPECT_EQ(wordsOf(("\"" + words[0] + "\"\t\"" + words[1] + "\"").c_str(), '\0'), words);
+        const std::string quoted = KvuFormat("\"%s\"\t\"%s\"", words[0].c_str(), words[1].c_str());
+        EXPECT_EQ(wordsOf(quoted.c_str(), '\0'), words);
         const std::string parent = "/" + random.text, name = random.draw(99, "/") + "x";
         std::string path = parent + "/" + name;
         EXPECT_EQ(baseOf(path), name);
