@@ -100,7 +100,8 @@ TEST_F(KvuStringTest, AnyTextIsReadAsPromised) {
         const std::string quoted = KvuFormat("\"%s\"\t\"%s\"", words[0].c_str(), words[1].c_str());
         EXPECT_EQ(wordsOf(quoted.c_str(), '\0'), words);
         const std::string parent = "/" + random.text, name = random.draw(99, "/") + "x";
-        std::string path = parent + "/" + name;
+        std::string path = parent;
+        path.append("/").append(name);
         EXPECT_EQ(baseOf(path), name);
         EXPECT_TRUE(KvuString::containsString(path.c_str(), name.c_str(), 0)) << name;
         const fs::path from = fs::path(path).lexically_normal();
